@@ -1,0 +1,156 @@
+#include "data/allocator.h"
+
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <bit>
+#include <cstdio>
+#include <cstring>
+#include <limits>
+
+#if defined(__SANITIZE_ADDRESS__)
+#include <sanitizer/asan_interface.h>
+#else
+#define ASAN_POISON_MEMORY_REGION(address, size) (static_cast<void>(address), static_cast<void>(size))
+#define ASAN_UNPOISON_MEMORY_REGION(address, size) (static_cast<void>(address), static_cast<void>(size))
+#endif
+
+namespace ondrel {
+
+std::size_t largest_block = std::numeric_limits<std::size_t>::max();
+#ifdef ONDREL_CHECKS
+std::int64_t live_blocks = 0;
+std::int64_t fail_countdown = 0;
+#endif
+
+namespace {
+
+// A block of class k has 2^k bytes: a word that holds k, then the usable ones. While it is free, the first usable
+// word links to the next free block of the class.
+constexpr unsigned smallest_class = 3, classes = 64;
+constexpr std::size_t page = 4096;
+// An area starts so many bytes before a cache line that the payload of a counted block (this word and a header of 16
+// bytes) lies on the line: vector loads of large arrays then never straddle one.
+constexpr std::size_t line = 64, lead = 24;
+constexpr std::size_t huge = std::size_t{1} << 22;
+
+void* buckets[classes];
+std::byte* pre_brk;
+std::size_t pre_brk_left;
+
+constexpr std::size_t class_bytes(unsigned k) { return std::size_t{1} << k; }
+constexpr std::size_t usable_bytes(unsigned k) { return class_bytes(k) - sizeof(std::uint64_t); }
+
+// The class of a request, or `classes` if there is none.
+constexpr unsigned class_of(std::size_t size) {
+    if (size >= class_bytes(classes - 1)) return classes;
+    return std::max<unsigned>(smallest_class, static_cast<unsigned>(std::bit_width(size + sizeof(std::uint64_t) - 1)));
+}
+static_assert(class_of(0) == 3 && class_of(8) == 4 && class_of(9) == 5 && class_of(56) == 6);
+
+std::uint64_t& class_word(void* pointer) {
+    return *reinterpret_cast<std::uint64_t*>(static_cast<std::byte*>(pointer) - sizeof(std::uint64_t));
+}
+
+unsigned class_of_block(void* pointer) { return static_cast<unsigned>(class_word(pointer) & 0xff); }
+
+void check_alignment(const void* pointer, const char* complaint) {
+    if (reinterpret_cast<std::uintptr_t>(pointer) % 8 != 0) [[unlikely]]
+        std::fputs(complaint, stdout);
+}
+
+// Takes a fresh area that holds at least one block of class k; what was left of the old one is abandoned.
+bool take_area(unsigned k) {
+    const std::size_t bytes = (class_bytes(k) + page - 1) / page * page + (class_bytes(k) < page ? 0 : page);
+    void* const area = sbrk(static_cast<std::intptr_t>(bytes));
+    if (area == reinterpret_cast<void*>(-1)) return false;
+    check_alignment(area, "BRRRRRmallocSB ");
+    pre_brk = static_cast<std::byte*>(area);
+    pre_brk_left = bytes;
+    if (class_bytes(k) < line) return true;
+    const std::size_t past = (reinterpret_cast<std::uintptr_t>(area) + lead) % line;
+    if (const std::size_t skip = (line - past) % line; pre_brk_left - skip >= class_bytes(k)) {
+        pre_brk += skip;
+        pre_brk_left -= skip;
+    }
+    if (bytes >= huge) madvise(reinterpret_cast<void*>((reinterpret_cast<std::uintptr_t>(area) + page - 1) / page * page),
+                               bytes, MADV_HUGEPAGE);
+    return true;
+}
+
+// Cuts the rest of the area into free blocks of class k.
+bool fill_bucket(unsigned k) {
+    if (pre_brk_left < class_bytes(k) && !take_area(k)) return false;
+    for (; pre_brk_left >= class_bytes(k); pre_brk += class_bytes(k), pre_brk_left -= class_bytes(k)) {
+        void* const block = pre_brk + sizeof(std::uint64_t);
+        class_word(block) = k;
+        *static_cast<void**>(block) = buckets[k];
+        buckets[k] = block;
+        ASAN_POISON_MEMORY_REGION(block, usable_bytes(k));
+    }
+    return true;
+}
+
+// Below this part of its class a block of class k is given up for a smaller one.
+constexpr std::size_t shrink_divisor(unsigned k) {
+    return k < 16 ? 32 : k < 19 ? 16 : k < 22 ? 8 : k < 25 ? 4 : 2;
+}
+
+}  // namespace
+
+void* malloc(std::size_t size) {
+    const unsigned k = class_of(size);
+    if (k == classes) return nullptr;
+#ifdef ONDREL_CHECKS
+    if (fail_countdown > 0 && --fail_countdown == 0) return nullptr;
+#endif
+    if (size > largest_block || (buckets[k] == nullptr && !fill_bucket(k))) {
+        std::fputs("No more active memory available\n", stderr);
+        return nullptr;
+    }
+    void* const block = buckets[k];
+    check_alignment(block, "BRRRRRmalloced ");
+    ASAN_UNPOISON_MEMORY_REGION(block, usable_bytes(k));
+    buckets[k] = *static_cast<void**>(block);
+    check_alignment(buckets[k], "BRRRRRmallocing ");
+#ifdef ONDREL_CHECKS
+    ++live_blocks;
+#endif
+    return block;
+}
+
+std::size_t usable_size(void* pointer) { return usable_bytes(class_of_block(pointer)); }
+
+void free(void* pointer) {
+    if (pointer == nullptr) return;
+    check_alignment(pointer, "BRRRRRfree ");
+    const unsigned k = class_of_block(pointer);
+#ifdef ONDREL_CHECKS
+    --live_blocks;
+    std::memset(pointer, 0xdb, std::min<std::size_t>(usable_bytes(k), page));  // a stale reader finds nonsense
+#endif
+    *static_cast<void**>(pointer) = buckets[k];
+    buckets[k] = pointer;
+    ASAN_POISON_MEMORY_REGION(pointer, usable_bytes(k));
+}
+
+void* realloc(void* pointer, std::size_t size) {
+    check_alignment(pointer, "BRRRRRrealloc ");
+    const unsigned k = class_of_block(pointer);
+    if (k < smallest_class) {
+        std::fputs("\nRealloc: SERIOUS ERROR!", stdout);
+        std::fflush(stdout);
+    }
+    const std::size_t old = usable_size(pointer);
+#ifndef ONDREL_STRESS  // under stress every block moves
+    if (size <= old && (k < 13 || size > class_bytes(k) / shrink_divisor(k))) return pointer;
+#endif
+    void* const moved = malloc(size);
+    if (moved == nullptr) return nullptr;
+    std::memcpy(moved, pointer, std::min(size, old));
+    free(pointer);
+    return moved;
+}
+
+}  // namespace ondrel

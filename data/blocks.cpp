@@ -1,0 +1,236 @@
+#include "data/blocks.h"
+
+#include <algorithm>
+#include <cstring>
+#include <span>
+
+#include "data/allocator.h"
+#include "data/errors.h"
+
+namespace ondrel {
+
+void* allocate_block(std::uint64_t head, std::size_t bytes) {
+    void* const start = ondrel::malloc(bytes + sizeof(BlockHeader));
+    if (start == nullptr) out_of_memory();
+    auto* const block = static_cast<BlockHeader*>(start);
+    *block = {1, head};
+    return block + 1;
+}
+
+std::int64_t* allocate_shape(std::size_t rank) {
+    return static_cast<std::int64_t*>(allocate_packed(make_head(tag::integer, form::number), rank));
+}
+
+double* allocate_octonion(const double* components) {
+    auto* const block = static_cast<double*>(allocate_block(make_head(tag::real, form::number), 8 * sizeof(double)));
+    std::copy_n(components, 8, block);
+    return block;
+}
+
+char* stringcat(std::string_view left, std::string_view right) {
+    auto* const text =
+        static_cast<char*>(allocate_block(make_head(tag::ascii, form::unset), left.size() + right.size() + 1));
+    *std::copy(right.begin(), right.end(), std::copy(left.begin(), left.end(), text)) = '\0';
+    return text;
+}
+
+char* stringdup(std::string_view text) { return stringcat(text, {}); }
+
+void* Reallocate(void* block, std::size_t bytes) {
+    BlockHeader* const old = &header(block);
+    if (old->count == 1) {
+        void* const start = ondrel::realloc(old, bytes + sizeof(BlockHeader));
+        if (start == nullptr) out_of_memory();
+        return static_cast<BlockHeader*>(start) + 1;
+    }
+    void* const copy = allocate_block(old->head, bytes);
+    std::memcpy(copy, block, std::min(bytes, usable_size(old) - sizeof(BlockHeader)));
+    release(block);
+    return copy;
+}
+
+void release(void* block) {
+    if (block == nullptr || header(block).count < 0) return;
+    if (--header(block).count == 0) ondrel::free(&header(block));
+}
+
+// Octonion components lie in a block of their own, names in a counted text, nested values behind their record. A
+// tag that no item has holds nothing.
+void referencedataelems(const DataElement* items, std::size_t n) {
+    for (const DataElement& item : std::span(items, n)) {
+        if (item.tag == tag::subarray) {
+            reference(item.nested);
+            continue;
+        }
+        if (item.tag == tag::octonion) reference(item.octonion);
+        if (has_name(item)) reference(item.name);
+    }
+}
+
+void dereferencedataelems(DataElement* items, std::size_t n) {
+    for (DataElement& item : std::span(items, n)) {
+        if (item.tag == tag::subarray) {
+            if (sole_holder(item.nested)) dereferencepoint(*item.nested);
+            release(item.nested);
+            continue;
+        }
+        if (item.tag == tag::octonion) release(item.octonion);
+        if (has_name(item)) release(item.name);
+    }
+}
+
+void referencepoint(const DataElement& record) {
+    reference(record.shape_pointer);
+    reference(record.data_pointer);
+}
+
+void dereferencepoint(DataElement& record) {
+    release(record.shape_pointer);
+    void* const data = record.data_pointer;
+    if (data != nullptr && !is_packed(data) && sole_holder(data))
+        dereferencedataelems(static_cast<DataElement*>(data), record.elements);
+    release(data);
+    record.shape_pointer = nullptr;
+    record.data_pointer = nullptr;
+}
+
+DataElement item_at(const void* block, std::size_t i) {
+    const std::uint64_t head = header(block).head;
+    if (head == 0) return static_cast<const DataElement*>(block)[i];
+    DataElement item{};
+    item.head = head;
+    const auto* const value = static_cast<const std::byte*>(block) + i * item_width(head);
+    switch (item.tag) {
+        case tag::ascii: std::memcpy(&item.ascii, value, 1); break;
+        case tag::complex: std::memcpy(item.complex, value, sizeof item.complex); break;
+        case tag::quaternion: std::memcpy(item.quaternion, value, sizeof item.quaternion); break;
+        case tag::octonion: item.octonion = reinterpret_cast<double*>(const_cast<std::byte*>(value)); break;
+        default: std::memcpy(&item.integer, value, 8); break;
+    }
+    return item;
+}
+
+DataElement own_item(const DataElement& item) {
+    DataElement own = item;
+    if (item.tag == tag::octonion) own.octonion = allocate_octonion(item.octonion);
+    if (item.tag == tag::subarray) reference(item.nested);
+    if (has_name(item)) reference(item.name);
+    return own;
+}
+
+void copy_items(void* target, std::size_t at, const void* source, std::size_t from, std::size_t n) {
+    const std::size_t width = item_width(header(source).head);
+    auto* const to = static_cast<std::byte*>(target) + at * width;
+    std::memcpy(to, static_cast<const std::byte*>(source) + from * width, n * width);
+    if (!is_packed(source)) referencedataelems(reinterpret_cast<DataElement*>(to), n);
+}
+
+DataElement* unpack(const void* block, std::size_t n) {
+    ItemsOwner items(n);
+    for (; items.filled < n; ++items.filled) items.items[items.filled] = own_item(item_at(block, items.filled));
+    return items.take();
+}
+
+namespace {
+
+// The head that a packed block of these items would have, or 0 if they do not qualify.
+std::uint64_t common_head(const DataElement* items, std::size_t n) {
+    const std::uint64_t head = items[0].head;
+    const std::uint32_t tag = head_tag(head);
+    if (tag < tag::ascii || tag > tag::octonion || tag == tag::unicode || (head_marks(head) & mark::named)) return 0;
+    return std::all_of(items, items + n, [head](const DataElement& item) { return item.head == head; }) ? head : 0;
+}
+
+void put_value(void* block, std::size_t i, const DataElement& item) {
+    auto* const to = static_cast<std::byte*>(block) + i * item_width(item.head);
+    switch (item.tag) {
+        case tag::ascii: std::memcpy(to, &item.ascii, 1); break;
+        case tag::complex: std::memcpy(to, item.complex, sizeof item.complex); break;
+        case tag::quaternion: std::memcpy(to, item.quaternion, sizeof item.quaternion); break;
+        case tag::octonion: std::memcpy(to, item.octonion, 8 * sizeof(double)); break;
+        default: std::memcpy(to, &item.integer, 8); break;
+    }
+}
+
+}  // namespace
+
+void* packed_items(const void* block, std::size_t n) {
+    if (!packing || is_packed(block)) return nullptr;
+    const auto* const items = static_cast<const DataElement*>(block);
+    const std::uint64_t head = common_head(items, n);
+    if (head == 0) return nullptr;
+    void* const packed = allocate_packed(head, n);
+    for (std::size_t i = 0; i < n; ++i) put_value(packed, i, items[i]);
+    return packed;
+}
+
+void pack(DataElement& record) {
+    if (record.elements < 2 || (record.type & PER_ITEM)) return;
+    void* const packed = packed_items(record.data_pointer, record.elements);
+    if (packed == nullptr) return;
+    DataElement items = record;
+    items.shape_pointer = nullptr;
+    dereferencepoint(items);
+    record.data_pointer = packed;
+}
+
+void set_elements(DataElement& record, std::uint32_t n) {
+    record.elements = n;
+    record.first = 0;
+    record.last = n == 0 ? 0 : n - 1;
+}
+
+std::uint32_t kinds_of(const void* block, std::size_t n) {
+    std::uint32_t kinds = 0;
+    if (is_packed(block)) {
+        kinds = kind_bits(head_tag(header(block).head));
+    } else {
+        for (const DataElement& item : std::span(static_cast<const DataElement*>(block), n)) kinds |= kind_bits(item.tag);
+    }
+    return kinds | (n > 1 && mixed_kinds(kinds) ? COMPLEXED : 0);
+}
+
+void rebuild_kinds(DataElement& record) {
+    record.type &= ~(KIND_BITS | PER_ITEM | ISSTRUCTURE);
+    if (record.data_pointer == nullptr) return;
+    record.type |= kinds_of(record.data_pointer, record.elements);
+    if (record.type & ISSCALAR) return;
+    record.depth = 1;
+    if (!(record.type & STRUCTURED)) return;
+    for (const DataElement& item : std::span(items_of(record), record.elements))
+        if (item.tag == tag::subarray)
+            record.depth = std::max<std::int16_t>(record.depth, static_cast<std::int16_t>(item.nested->depth + 1));
+}
+
+DataElement make_array(std::int64_t* shape, std::int32_t rank, void* data, std::uint32_t elements,
+                       std::uint32_t kinds) {
+    DataElement record{};
+    record.rank = rank;
+    record.type = kinds | (rank > 1 ? ISARRAY : ISVECTOR) | (elements == 1 ? ISONEELEMENT : 0) |
+                  (elements == 0 ? ISEMPTY : 0);
+    record.shape_pointer = shape;
+    record.depth = 1;
+    set_elements(record, elements);
+    record.data_pointer = data;
+    return record;
+}
+
+DataElement make_scalar(const DataElement& item) {
+    DataElement* const items = allocate_items(1);
+    items[0] = item;
+    DataElement record{};
+    record.type = ISSCALAR | kind_bits(item.tag);
+    set_elements(record, 1);
+    record.data_pointer = items;
+    return record;
+}
+
+DataElement make_empty(std::uint32_t kinds) {
+    static struct {
+        BlockHeader header{-1, make_head(tag::integer, form::number)};
+        std::int64_t dimension = 0;
+    } nothing;  // permanent: an empty vector can be made when there is no memory
+    return make_array(&nothing.dimension, 1, nullptr, 0, kinds);
+}
+
+}  // namespace ondrel

@@ -1,0 +1,165 @@
+// Counted blocks: all memory that a value reaches through a pointer.
+//
+// A block is a 16-byte header and a payload; pointers in records point at the payload. The header counts the holders:
+// every record that points at a block holds one reference, and a data block holds the references of its items. So
+// copying a record takes one reference on its shape and one on its data, however deep the value is, and the last
+// release walks what lies inside. A negative count marks a permanent block. A verb may write into a block only as its
+// sole holder.
+//
+// The second header word says how the payload is laid out. 0: an item block, items of 40 bytes each with its own tag,
+// form and marks. Else a packed block: the word is the head that all items share, and the payload holds their bare
+// values, one byte for a character, a word for an integer or a real, two, four and eight doubles for the
+// hypercomplex kinds. A uniform unnamed array of two or more items is packed; all else is an item block, and so are
+// scalars. Shapes are packed integers. Code outside this layer reads items by value and never asks, loops apart.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+
+#include "data/dataelement.h"
+
+namespace ondrel {
+
+struct BlockHeader {
+    std::int64_t count;
+    std::uint64_t head;  // 0: items
+};
+static_assert(sizeof(BlockHeader) == 16);
+
+inline BlockHeader& header(void* block) { return static_cast<BlockHeader*>(block)[-1]; }
+inline const BlockHeader& header(const void* block) { return static_cast<const BlockHeader*>(block)[-1]; }
+
+// Whether uniform arrays are packed. A build without packing must print the same.
+#ifdef ONDREL_NO_PACKING
+inline constexpr bool packing = false;
+#else
+inline constexpr bool packing = true;
+#endif
+
+// Bytes that one item takes in a block of this head.
+constexpr std::size_t item_width(std::uint64_t head) {
+    switch (head_tag(head)) {
+        case 0: return sizeof(DataElement);
+        case tag::ascii: return 1;
+        case tag::complex: return 16;
+        case tag::quaternion: return 32;
+        case tag::octonion: return 64;
+        default: return 8;
+    }
+}
+
+// ---- allocation: fresh blocks have count 1; each raises 27 and throws when there is no memory
+
+void* allocate_block(std::uint64_t head, std::size_t bytes);
+inline DataElement* allocate_items(std::size_t n) {
+    return static_cast<DataElement*>(allocate_block(0, n * sizeof(DataElement)));
+}
+inline void* allocate_packed(std::uint64_t head, std::size_t n) { return allocate_block(head, n * item_width(head)); }
+std::int64_t* allocate_shape(std::size_t rank);
+double* allocate_octonion(const double* components);
+char* stringdup(std::string_view text);
+char* stringcat(std::string_view left, std::string_view right);
+
+// Gives the block a payload of `bytes`, contents kept up to the smaller size; count 1 afterwards. A shared block is
+// left to its other holders and copied. The caller stores the result over the old pointer, and has released what cut
+// items hold.
+void* Reallocate(void* block, std::size_t bytes);
+
+// ---- counting
+
+inline void reference(void* block) {
+    if (block != nullptr && header(block).count > 0) ++header(block).count;
+}
+inline bool sole_holder(const void* block) { return header(block).count == 1; }
+
+// Drops one reference to a block that holds no others: a shape, a text, an octonion block.
+void release(void* block);
+
+// Takes or drops what the items of an item block hold.
+void referencedataelems(const DataElement* items, std::size_t n);
+void dereferencedataelems(DataElement* items, std::size_t n);
+
+// The record has been copied: takes references for the copy.
+void referencepoint(const DataElement& record);
+// The record is going away: drops its references and nulls its pointers.
+void dereferencepoint(DataElement& record);
+
+// ---- reading
+
+inline bool is_packed(const void* block) { return header(block).head != 0; }
+inline DataElement* items_of(const DataElement& record) { return static_cast<DataElement*>(record.data_pointer); }
+
+// Item i of a value, by value. Its pointers are borrowed from the block; a packed octonion's point into the payload.
+DataElement item_at(const void* block, std::size_t i);
+
+// The same item with references of its own.
+DataElement own_item(const DataElement& item);
+
+// ---- writing: on blocks that the caller alone holds
+
+// Copies items [from, from + n) of `source` to `target` at `at`, taking references; both blocks of one layout.
+void copy_items(void* target, std::size_t at, const void* source, std::size_t from, std::size_t n);
+
+// An item block with copies of the first n items of a block of any layout.
+DataElement* unpack(const void* block, std::size_t n);
+
+// A packed block with copies of n items of an item block, or null if they do not qualify: one head, no names.
+void* packed_items(const void* block, std::size_t n);
+
+// Exchanges the value's item block for a packed one if it qualifies and has two items or more.
+void pack(DataElement& record);
+
+// ---- records
+
+// A fresh value: `elements`, bounds and type are set from what the caller says; the depth is 1, or 0 for a scalar.
+// Takes over the references of `shape` and `data`.
+DataElement make_array(std::int64_t* shape, std::int32_t rank, void* data, std::uint32_t elements,
+                       std::uint32_t kinds);
+// A scalar of the item, whose references it takes over; if there is no memory they stay the caller's.
+DataElement make_scalar(const DataElement& item);
+DataElement make_empty(std::uint32_t kinds = 0);  // the empty vector; allocates nothing
+
+void set_elements(DataElement& record, std::uint32_t n);
+
+// The kind bits, COMPLEXED and STRUCTURED that the items call for.
+std::uint32_t kinds_of(const void* block, std::size_t n);
+// Replaces them in the record, with the depth that the subarrays give.
+void rebuild_kinds(DataElement& record);
+
+// ---- owners: what is being built, given back when the builder leaves by an error
+
+struct Owner {
+    DataElement record{};
+    Owner() = default;
+    explicit Owner(const DataElement& owned) : record(owned) {}
+    Owner(const Owner&) = delete;
+    Owner& operator=(const Owner&) = delete;
+    ~Owner() { dereferencepoint(record); }
+    DataElement take() {
+        const DataElement taken = record;
+        record = {};
+        return taken;
+    }
+};
+
+// An item block that is being filled from its start.
+struct ItemsOwner {
+    DataElement* items;
+    std::size_t filled = 0;
+    explicit ItemsOwner(std::size_t n) : items(allocate_items(n)) {}
+    ItemsOwner(const ItemsOwner&) = delete;
+    ItemsOwner& operator=(const ItemsOwner&) = delete;
+    ~ItemsOwner() {
+        if (items == nullptr) return;
+        dereferencedataelems(items, filled);
+        release(items);
+    }
+    DataElement* take() {
+        DataElement* const taken = items;
+        items = nullptr;
+        return taken;
+    }
+};
+
+}  // namespace ondrel
