@@ -1,0 +1,137 @@
+// Products and quotients on the tower. All are pure, and each item of an array goes through the same function as a
+// scalar does, so that both agree to the last bit.
+//
+// A product tests for zero before it multiplies, so that a zero annihilates an infinity instead of making NaN. The
+// tests are selections, not branches: the loops over arrays stay vector code.
+#pragma once
+
+#include <cmath>
+#include <limits>
+
+#include "numbers/kinds.h"
+
+namespace ondrel {
+
+inline double product(double a, double b) {
+    const double p = a * b;
+    return a == 0 || b == 0 ? 0.0 : p;
+}
+
+inline Complex product(double x, Complex z) { return {product(x, z.re), product(x, z.im)}; }
+inline Complex product(Complex z, double x) { return product(x, z); }
+
+// With both i parts in play a component that came out NaN is an infinity whose direction was lost.
+inline Complex product(Complex l, Complex r) {
+    const bool full = l.im != 0 && r.im != 0;
+    const double re = product(l.re, r.re) - product(l.im, r.im);
+    double im = product(l.re, r.im) + product(l.im, r.re);
+    if (l.im == 0 && r.im != r.im) im = r.im;
+    constexpr double infinity = std::numeric_limits<double>::infinity();
+    return {full && re != re ? infinity : re, full && im != im ? infinity : im};
+}
+
+inline Quaternion product(double x, Quaternion q) {
+    return {product(x, q.w), product(x, q.x), product(x, q.y), product(x, q.z)};
+}
+inline Quaternion product(Quaternion q, double x) { return product(x, q); }
+
+// Hamilton's product; terms with a zero k component are left out.
+inline Quaternion product(Quaternion l, Quaternion r) {
+    const auto term = [](double k, double other) { return k == 0 ? 0.0 : k * other; };
+    return {l.w * r.w - l.x * r.x - l.y * r.y - (r.z == 0 ? 0.0 : term(l.z, r.z)),
+            l.w * r.x + l.x * r.w + term(r.z, l.y) - term(l.z, r.y),
+            l.w * r.y + l.y * r.w + term(l.z, r.x) - term(r.z, l.x),
+            term(r.z, l.w) + term(l.z, r.w) + l.x * r.y - l.y * r.x};
+}
+
+namespace octonions {
+// The product of the units a and b is plus or minus the unit a xor b; where this table has 1 it is minus. Unit 0 is
+// the real one. Rows are left factors.
+inline constexpr bool negative[8][8] = {
+    {0, 0, 0, 0, 0, 0, 0, 0}, {0, 1, 0, 1, 0, 1, 1, 0}, {0, 1, 1, 0, 0, 0, 1, 1}, {0, 0, 1, 1, 0, 1, 0, 1},
+    {0, 1, 1, 1, 1, 0, 0, 0}, {0, 0, 1, 0, 1, 1, 1, 0}, {0, 0, 0, 1, 1, 0, 1, 1}, {0, 1, 0, 0, 1, 1, 0, 1},
+};
+constexpr bool anticommutes() {
+    for (int a = 1; a < 8; ++a)
+        for (int b = 1; b < 8; ++b)
+            if (a == b ? !negative[a][b] : negative[a][b] == negative[b][a]) return false;
+    return true;
+}
+static_assert(anticommutes());
+}  // namespace octonions
+
+inline Octonion product(double x, const Octonion& o) {
+    Octonion scaled;
+    for (int k = 0; k < 8; ++k) scaled.c[k] = product(x, o.c[k]);
+    return scaled;
+}
+inline Octonion product(const Octonion& o, double x) { return product(x, o); }
+
+inline Octonion product(const Octonion& l, const Octonion& r) {
+    Octonion p{};
+#pragma GCC unroll 8
+    for (int a = 0; a < 8; ++a)
+#pragma GCC unroll 8
+        for (int k = 0; k < 8; ++k) {
+            const double term = l.c[a] * r.c[a ^ k];
+            p.c[k] += octonions::negative[a][a ^ k] ? -term : term;
+        }
+    return p;
+}
+
+// Two NaNs count as equal, so their quotient is 1.
+inline double quotient(double a, double b) { return a != a && b != b ? 1.0 : a / b; }
+
+inline Complex quotient(Complex z, double x) { return {z.re / x, z.im / x}; }
+
+inline Complex quotient(double x, Complex z) {
+    const double n = z.re * z.re + z.im * z.im;
+    return {x * z.re / n, -(x * z.im) / n};
+}
+
+inline Complex quotient(Complex l, Complex r) {
+    if (l.im == 0 && r.im == 0) return {l.re / r.re, 0};
+    if (l.im == 0) return quotient(l.re, r);
+    const double n = r.re * r.re + r.im * r.im;
+    return {(l.re * r.re + l.im * r.im) / n, (l.im * r.re - l.re * r.im) / n};
+}
+
+inline Quaternion quotient(Quaternion q, double x) { return {q.w / x, q.x / x, q.y / x, q.z / x}; }
+
+inline Quaternion quotient(Quaternion l, Quaternion r) {
+    const double n = 1 / (r.w * r.w + r.x * r.x + r.y * r.y + r.z * r.z);
+    return {(l.w * r.w + l.x * r.x + l.y * r.y + l.z * r.z) * n, (l.x * r.w + l.z * r.y - l.w * r.x - l.y * r.z) * n,
+            (l.y * r.w + l.x * r.z - l.w * r.y - l.z * r.x) * n, (l.z * r.w + l.y * r.x - l.w * r.z - l.x * r.y) * n};
+}
+
+inline Octonion quotient(const Octonion& o, double x) {
+    Octonion q;
+    for (int k = 0; k < 8; ++k) q.c[k] = o.c[k] / x;
+    return q;
+}
+
+inline Octonion quotient(const Octonion& l, const Octonion& r) {
+    Octonion conjugate;
+    double squares = 0;
+    for (int k = 0; k < 8; ++k) {
+        conjugate.c[k] = k == 0 ? r.c[k] : -r.c[k];
+        squares += r.c[k] * r.c[k];
+    }
+    const double n = 1 / squares;
+    Octonion q = product(l, conjugate);
+    for (double& c : q.c) c *= n;
+    return q;
+}
+
+// The floor of a quotient; from 2 to the 52 on it has no fraction and stands for itself.
+inline double floor_of(double q) { return std::fabs(q) < two_to_52 ? std::floor(q) : q; }
+
+// The whole complex number below: where the two fractions reach 1 together, the part with the larger one goes up.
+inline Complex floor_of(Complex z) {
+    const double x = floor_of(z.re), y = floor_of(z.im);
+    const double u = z.re - x, v = z.im - y;
+    if (u + v < 1) return {x, y};
+    return u < v ? Complex{x, y + 1} : Complex{x + 1, y};
+}
+
+}  // namespace ondrel
