@@ -1,0 +1,192 @@
+#include "translator/literals.h"
+
+#include <algorithm>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace ondrel {
+
+DataElement constant(std::uint32_t tag) {
+    DataElement item{};
+    item.head = make_head(tag, form::number);
+    return make_scalar(item);
+}
+
+DataElement named_constant(std::uint32_t tag, std::uint16_t form, std::uint16_t marks, std::string_view name) {
+    Owner scalar(constant(tag));
+    DataElement& item = *items_of(scalar.record);
+    item.name = stringdup(name);
+    item.form = form;
+    item.marks = marks;
+    return scalar.take();
+}
+
+namespace {
+
+constexpr std::size_t most_levels = 256;
+
+// A level that is open. While its items come in they stand in an item block with room to spare, or, as long as a text
+// has only plain characters, in a string; `close` makes the record.
+struct Level {
+    bool text = false, enclosed = false;
+    DataElement* items = nullptr;
+    std::uint32_t count = 0;
+    std::size_t room = 0;
+    std::string characters;
+    std::int16_t depth = 1;
+    bool closed = false;  // a shape has been given: `record` stands
+    DataElement record{};
+};
+
+std::vector<Level> levels;
+std::int16_t deepest;  // the deepest nesting reached in the present literal
+
+void release_level(Level& level) {
+    if (level.items != nullptr) {
+        dereferencedataelems(level.items, level.count);
+        release(level.items);
+    }
+    dereferencepoint(level.record);
+}
+
+bool open(bool text, bool enclosed) {
+    if (levels.size() == most_levels) return false;
+    if (levels.empty()) deepest = 0;
+    deepest = std::max(deepest, static_cast<std::int16_t>(levels.size()));
+    Level& level = levels.emplace_back();
+    level.text = text;
+    level.enclosed = enclosed;
+    return true;
+}
+
+void make_room(Level& level) {
+    if (level.count < level.room) return;
+    const std::size_t room = std::max<std::size_t>(level.room * 2, 2);
+    level.items = level.items == nullptr
+                      ? allocate_items(room)
+                      : static_cast<DataElement*>(Reallocate(level.items, room * sizeof(DataElement)));
+    level.room = room;
+}
+
+void append(Level& level, const DataElement& item) {
+    make_room(level);
+    level.items[level.count++] = item;
+}
+
+DataElement character_item(std::uint8_t character, bool binary) {
+    DataElement item{};
+    item.head = make_head(tag::ascii, binary ? form::binary : form::unset);
+    item.ascii = character;
+    return item;
+}
+
+// Texts of plain characters grow in `characters`; a binary one turns what stands into items.
+void flush_characters(Level& level) {
+    for (const char character : std::exchange(level.characters, {}))
+        append(level, character_item(static_cast<std::uint8_t>(character), false));
+}
+
+void* packed_characters(const std::string& characters) {
+    void* const block = allocate_packed(make_head(tag::ascii, form::unset), characters.size());
+    std::ranges::copy(characters, static_cast<char*>(block));
+    return block;
+}
+
+std::int64_t* vector_shape(std::int64_t n) {
+    std::int64_t* const shape = allocate_shape(1);
+    *shape = n;
+    return shape;
+}
+
+// The record of a level that gets no more items. An empty text stays known as text; one character is a scalar; an
+// enclosing level is a scalar to the verbs, though it holds a whole value.
+DataElement finish(Level& level) {
+    const bool packed = packing && level.items == nullptr && level.characters.size() > 1;
+    if (!packed) flush_characters(level);
+    const auto n = packed ? static_cast<std::uint32_t>(level.characters.size()) : level.count;
+    if (n == 0) return make_empty(level.text ? HASASCII : HASINTEGER);
+    if (level.text && n == 1) {
+        const DataElement scalar = make_scalar(level.items[0]);
+        release(std::exchange(level.items, nullptr));
+        return scalar;
+    }
+    Owner record(make_array(vector_shape(n), 1, nullptr, n, 0));
+    record.record.data_pointer = packed ? packed_characters(level.characters) : std::exchange(level.items, nullptr);
+    level.characters.clear();
+    record.record.type |= kinds_of(record.record.data_pointer, n);
+    record.record.depth = level.depth;
+    if (level.enclosed) {
+        record.record.type = (record.record.type & ~(ISVECTOR | ISONEELEMENT)) | ISSCALAR;
+        record.record.depth = 0;
+    }
+    pack(record.record);
+    return record.take();
+}
+
+void finish_once(Level& level) {
+    if (level.closed) return;
+    level.record = finish(level);
+    level.closed = true;
+}
+
+}  // namespace
+
+bool open_vector() { return open(false, false); }
+bool open_enclosed() { return open(false, true) && open(false, false); }
+bool open_text() { return open(true, false); }
+bool inside_literal() { return !levels.empty(); }
+
+void reserve_item() { make_room(levels.back()); }
+
+void add_item(const DataElement& item) { append(levels.back(), item); }
+
+void add_character(std::uint8_t character, bool binary) {
+    Level& level = levels.back();
+    if (binary && level.items == nullptr) flush_characters(level);
+    if (binary || level.items != nullptr)
+        append(level, character_item(character, binary));
+    else
+        level.characters.push_back(static_cast<char>(character));
+}
+
+void close_shape(std::span<const std::int64_t> dimensions, Site site) {
+    Level& level = levels.back();
+    finish_once(level);
+    Owner shape(make_empty());
+    if (!dimensions.empty()) {
+        const auto n = static_cast<std::uint32_t>(dimensions.size());
+        shape.record = make_array(nullptr, 1, nullptr, n, HASINTEGER);
+        shape.record.shape_pointer = vector_shape(n);
+        shape.record.data_pointer = allocate_shape(n);
+        std::ranges::copy(dimensions, static_cast<std::int64_t*>(shape.record.data_pointer));
+    }
+    reshape(level.record, shape.record, site);
+}
+
+bool close_level(DataElement& finished) {
+    finish_once(levels.back());
+    if (levels.size() == 1) {
+        finished = std::exchange(levels.back().record, {});
+        levels.pop_back();
+        return true;
+    }
+    Level& around = levels[levels.size() - 2];
+    make_room(around);
+    DataElement item{};
+    item.tag = tag::subarray;
+    item.nested = static_cast<DataElement*>(allocate_block(0, sizeof(DataElement)));
+    *item.nested = std::exchange(levels.back().record, {});
+    append(around, item);
+    around.depth = static_cast<std::int16_t>(deepest + 1);
+    levels.pop_back();
+    if (around.enclosed) return close_level(finished);
+    return false;
+}
+
+void abandon_literal() {
+    for (Level& level : levels) release_level(level);
+    levels.clear();
+}
+
+}  // namespace ondrel

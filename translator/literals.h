@@ -1,0 +1,47 @@
+// Values that are written as a whole: texts, parenthesised items, nests of both, and the shapes behind them. The
+// scanner says what it reads; here the records grow. One literal is under construction at a time, as a pile of open
+// levels: the outermost first.
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <string_view>
+
+#include "data/blocks.h"
+#include "data/errors.h"
+
+namespace ondrel {
+
+// Scalar cells. `constant` is an ordinary number of the tag with payload 0; a named one keeps its spelling.
+DataElement constant(std::uint32_t tag);
+DataElement named_constant(std::uint32_t tag, std::uint16_t form, std::uint16_t marks, std::string_view name);
+
+// Opens a level: a parenthesised one, the enclosing one around a parenthesised one, or a text. False if there would be
+// more than 256; the caller reports that, and closes as many as it was refused.
+bool open_vector();
+bool open_enclosed();
+bool open_text();
+bool inside_literal();
+
+// Adds to the innermost level. An item's references are taken over; `reserve_item` beforehand makes room for it, so
+// that nothing is lost when there is no memory.
+void reserve_item();
+void add_item(const DataElement& item);
+void add_character(std::uint8_t character, bool binary);
+
+// Gives the innermost level the shape of these dimensions. Reports what RESHAPE reports; the value then keeps the
+// shape that it had.
+void close_shape(std::span<const std::int64_t> dimensions, Site site);
+
+// Closes the innermost level and makes it an item of the one around. True when the literal is finished; it is then
+// moved to `finished`.
+bool close_level(DataElement& finished);
+
+// Gives back all open levels: the text has ended inside a literal.
+void abandon_literal();
+
+// Defined above this folder, in verbs/array/reshape: gives `data` the shape that `shape` tells and drops `shape`.
+// Returns 0, or 1 after reporting an error; both are then as they were.
+int reshape(DataElement& data, DataElement& shape, Site site);
+
+}  // namespace ondrel

@@ -1,0 +1,46 @@
+// Numbers as they are written: how far a number reaches in the source, and what its text stands for.
+//
+//   integer     sign? digits (e +? digits)?
+//   real        sign? digits? . digits exponent?,  sign? digits e - digits,  sign? Inf|inf|Infinity,  NaN|nan
+//   binary      0# and one or more of 0 1 |           character   the same between backquotes
+//   cartesian   #? r? number (i number)? (j number)? ... with at least one letter of i j k l m n o, in order
+//   polar       d? r? number (p number)? (q number)? ... with at least one letter of p q r s t u v, in order
+//
+// The sign is - or the byte \xAF.
+#pragma once
+
+#include <cstddef>
+#include <string_view>
+
+#include "data/dataelement.h"
+
+namespace ondrel {
+
+enum class NumberForm { none, integer, real, binary, binary_character, cartesian, polar };
+
+struct NumberMatch {
+    NumberForm form = NumberForm::none;
+    std::size_t length = 0;
+};
+
+// The byte `at` positions ahead, or a value outside 0 to 255 at the end of the input.
+using Peek = int (*)(std::size_t at);
+
+// The longest number that begins `at` bytes ahead, polar numbers left out if they cannot stand there.
+NumberMatch match_number(Peek peek, std::size_t at, bool polar_allowed);
+// The same for an integer alone.
+NumberMatch match_integer(Peek peek, std::size_t at);
+
+// The item that the text of a match stands for: integer, real or hypercomplex, with the form and the marks that its
+// prefixes ask for. The caller owns the item; an octonion has a fresh block.
+DataElement number_item(std::string_view text, NumberForm form);
+
+// Binary digits of at most `limit` significant ones; `cut` tells that there were more.
+struct BinaryDigits {
+    std::uint64_t value;
+    std::size_t written;  // digits in all, leading zeros included
+    bool cut;
+};
+BinaryDigits read_binary(std::string_view digits, std::size_t limit);
+
+}  // namespace ondrel

@@ -1,0 +1,25 @@
+// Values and cells as text: for people (display), and in the notation of the source (listing), from which a value can
+// be read back. One routine does both.
+#pragma once
+
+#include <cstdio>
+
+#include "data/dataelement.h"
+
+namespace ondrel {
+
+// Writes `prefix`, then the element, and flushes the stream, as it does after every hundred items. `indent` is the
+// nesting level, 0 outside; what stands inside another value is always written as in a listing.
+//
+// Printing simplifies numbers: a whole real becomes an integer, a hypercomplex number that has no higher components a
+// lower kind. The new item stands in the value's block, for all its holders; the record gets the kinds that fit.
+// Raises 27; an interrupt leaves in between.
+void disass(std::FILE* stream, const char* prefix, int indent, bool listing, DataElement& element);
+
+// The element as people see it.
+void dump(std::FILE* stream, const char* prefix, DataElement& element);
+
+// The stack from `bottom` to `top` as a sentence that puts the same values there.
+void dumpstack(std::FILE* stream, DataElement* bottom, DataElement* top);
+
+}  // namespace ondrel

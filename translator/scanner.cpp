@@ -1,0 +1,557 @@
+// One pass over the text: in each start condition the longest rule wins, and its action writes a cell, or two, or
+// changes the cell before. There is no grammar; what a sentence means is settled by the stack when it runs.
+#include "translator/scanner.h"
+
+#include <new>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "data/blocks.h"
+#include "data/errors.h"
+#include "translator/literals.h"
+#include "translator/source.h"
+#include "translator/tokens.h"
+
+namespace ondrel {
+namespace {
+
+enum class Condition { sentence, vector, shape, text, mask_word };
+
+DataElement *buffer, *cursor;
+Condition condition;
+bool dropping;                         // the sentence has outgrown its buffer, or a literal its levels
+bool line_ends_sentence;
+std::size_t refused_levels;            // parentheses opened beyond the deepest level
+std::vector<std::int64_t> dimensions;  // of the shape being read
+
+// ---- cells
+
+// Mistakes in a sentence that will not run are not worth a message.
+void report(int number) {
+    if (!dropping) exception(number, {nullptr, cursor});
+}
+
+void drop_cells() {
+    for (; cursor > buffer; --cursor) dereferencepoint(cursor[-1]);
+    *cursor = {};
+}
+
+// The sentence cannot run. The rest of it is read to its end and forgotten.
+void overflow() {
+    if (!dropping) {
+        DataElement& last = cursor > buffer ? cursor[-1] : *cursor;
+        exception(807, {nullptr, &last});
+    }
+    dropping = true;
+    drop_cells();
+}
+
+void advance() {
+    if (++cursor - buffer >= sentence_cells)
+        overflow();
+    else
+        *cursor = {};
+}
+
+void emit_value(const DataElement& value) {
+    *cursor = value;
+    advance();
+}
+
+DataElement operator_cell(Instruction instruction, Instruction second, char* text) {
+    DataElement cell{};
+    cell.rank = kind::OPERATOR;
+    cell.type = ISOPERATOR;
+    cell.text = text;
+    cell.depth = static_cast<std::int16_t>(instruction);
+    cell.modifier = static_cast<std::uint16_t>(second);
+    return cell;
+}
+
+void oper(char* text, Instruction instruction, Instruction second = Instruction::NIHIL) {
+    emit_value(operator_cell(instruction, second, text));
+}
+
+// The text of a token as it was typed: the token's own, unless there are gaps in it.
+char* spelling(const TokenMatch& match) {
+    const std::string_view typed = ahead(match.length);
+    return typed == match.token->text ? match.token->text : stringdup(typed);
+}
+
+void emit_hidden(std::uint32_t tag, double value) {
+    const DataElement scalar = constant(tag);
+    DataElement& item = *items_of(scalar);
+    item.form = form::selector;
+    item.marks = mark::hidden;
+    if (tag == tag::integer)
+        item.integer = static_cast<std::int64_t>(value);
+    else
+        item.real = value;
+    emit_value(scalar);
+}
+
+// Appends a blank and the token to the text of the cell.
+void grow_text(DataElement& cell, std::string_view token) {
+    std::string suffix(1, ' ');
+    suffix += token;
+    char* const grown = stringcat(cell.text, suffix);
+    release(cell.text);
+    cell.text = grown;
+}
+
+// REDUCE and its kin take the verb before them as their second instruction. Without one the cell before is lost.
+void combine(const TokenMatch& match) {
+    const Instruction instruction = match.token->row->instruction;
+    if (cursor > buffer) --cursor;
+    DataElement& verb = *cursor;
+    if (verb.rank != kind::OPERATOR) {
+        report(instruction == Instruction::OUTERPRODUCT ? 74 : 79);
+        dereferencepoint(verb);
+        verb = {};
+        return;
+    }
+    grow_text(verb, match.token->text);
+    verb.modifier = static_cast<std::uint16_t>(verb.depth);
+    verb.depth = static_cast<std::int16_t>(instruction);
+    advance();
+}
+
+void make_conditional(const TokenMatch& match) {
+    const Instruction instruction = match.token->row->instruction;
+    if (cursor == buffer) return report(instruction == Instruction::IF_YES ? 147 : 148);
+    DataElement& cell = cursor[-1];
+    if (cell.rank == kind::OPERATOR) {
+        grow_text(cell, match.token->text);
+        cell.elements = cell.modifier;
+        cell.modifier = static_cast<std::uint16_t>(cell.depth);
+        cell.depth = static_cast<std::int16_t>(instruction);
+    }
+    cell.type |= CONDITIONAL | (instruction == Instruction::IF_YES ? YES : 0);
+}
+
+// ---- constants
+
+DataElement named_item(const Token& token) {
+    const TokenRow& row = *token.row;
+    DataElement item{};
+    item.name = stringdup(token.text);
+    const double value = token.negated ? -row.value : row.value;
+    if (row.action == TokenAction::real_constant) {
+        item.head = make_head(tag::real, form::number, mark::named);
+        item.real = value;
+    } else {
+        const std::uint16_t form = row.action == TokenAction::truth_constant ? form::boolean : form::selector;
+        item.head = make_head(tag::integer, form, mark::named);
+        item.integer = static_cast<std::int64_t>(value);
+    }
+    return item;
+}
+
+// The item of a number as it stands in a sentence, or among the items of a literal, where binary texts are integers.
+DataElement matched_item(const NumberMatch& match, bool in_literal) {
+    std::string_view text = ahead(match.length);
+    if (match.form != NumberForm::binary && match.form != NumberForm::binary_character)
+        return number_item(text, match.form);
+    const bool character = match.form == NumberForm::binary_character;
+    if (character) text = text.substr(1, text.size() - 2);
+    const BinaryDigits digits = read_binary(text.substr(2), character ? 8 : 64);
+    if (digits.cut) report(character ? 810 : 809);
+    DataElement item{};
+    if (character || (digits.written <= 8 && !in_literal)) {
+        item.head = make_head(tag::ascii, form::binary);
+        item.ascii = static_cast<std::uint8_t>(digits.value);
+    } else {
+        item.head = make_head(tag::integer, form::binary);
+        item.integer = static_cast<std::int64_t>(digits.value);
+    }
+    return item;
+}
+
+// A scalar cell of the item that `make` gives. The block stands before the item is made, so that neither is lost when
+// there is no memory.
+template <class Make>
+void emit_scalar(Make make) {
+    ItemsOwner items(1);
+    *items.items = make();
+    items.filled = 1;
+    DataElement record{};
+    record.type = ISSCALAR | kind_bits(items.items->tag);
+    set_elements(record, 1);
+    record.data_pointer = items.take();
+    emit_value(record);
+}
+
+// ---- comments and names
+
+void copy_out(std::size_t length) {
+    const std::string_view bytes = ahead(length);
+    std::fwrite(bytes.data(), 1, bytes.size(), stdout);
+    consume(length);
+}
+
+// A comment ends at the next double quote. A bracket closes it only if no quote comes any more; without either it is
+// no comment, and its bytes go to the standard output like all that no rule takes.
+void read_comment() {
+    std::size_t at = 0, bracket = 0;
+    bool bracketed = false;
+    int c = 0;
+    for (; (c = peek(at)) != '"' && c >= 0; ++at)
+        if (c == 0xBC) {
+            bracket = at;
+            bracketed = true;
+        }
+    if (c < 0 && !bracketed) return copy_out(at);
+    const std::size_t length = c < 0 ? bracket : at;
+    oper(stringdup(ahead(length)), Instruction::NOOP, Instruction::CONTEXT);
+    consume(length + 1);
+}
+
+void emit_name(std::string_view name, Instruction scope) {
+    DataElement cell{};
+    cell.rank = kind::VARIABLE;
+    cell.type = ISVARIABLE | (scope == Instruction::SGIG ? ISOPERATOR : 0);
+    cell.text = stringdup(name);
+    cell.depth = 1;
+    cell.modifier = static_cast<std::uint16_t>(scope);
+    cell.elements = static_cast<std::uint32_t>(name.size());
+    emit_value(cell);
+}
+
+bool ends_name(int c) {
+    return c < 0 || c == '\t' || c == '\n' || c == '\r' || c == ' ' || c == '!' || c == '.' || c == ';';
+}
+
+// Any byte that begins no other rule begins a name. Between \x02 and \x03 a name is whatever stands there.
+void read_plain_name() {
+    std::string name;
+    if (peek(0) == '\x02') {
+        consume(1);
+        for (int c; (c = peek(0)) >= 0 && c != '\x03'; consume(1)) name.push_back(static_cast<char>(c));
+        if (peek(0) >= 0) consume(1);
+    } else {
+        do {
+            const int c = peek(0);
+            if (!name.empty() && (c == '"' || c == '(' || c == ')' || c == '|'))
+                std::fputc(c, stdout);
+            else
+                name.push_back(static_cast<char>(c));
+            consume(1);
+        } while (!ends_name(peek(0)));
+    }
+    emit_name(name, Instruction::SGIG);
+}
+
+bool is_letter(int c) { return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || c == '_'; }
+
+// How far a name with a scope prefix reaches, the prefix included; 0 if there is none.
+std::size_t scoped_name_length() {
+    const int prefix = peek(0);
+    if ((prefix != '_' && prefix != '$' && prefix != '.') || !is_letter(peek(1))) return 0;
+    std::size_t end = 2;
+    while (is_letter(peek(end)) || (peek(end) >= '0' && peek(end) <= '9')) ++end;
+    return end;
+}
+
+void read_scoped_name(std::size_t length) {
+    const std::string_view text = ahead(length);
+    const Instruction scope = text[0] == '_'   ? Instruction::SAIG
+                              : text[0] == '$' ? Instruction::SAIL
+                                               : Instruction::SLIL;
+    emit_name(text.substr(1), scope);
+    consume(length);
+}
+
+// ---- literals
+
+// Opens a level, or counts it as refused: 807, and nothing of the sentence is kept.
+void open_level(bool (*open)()) {
+    if (refused_levels == 0 && open()) return;
+    if (refused_levels++ == 0) overflow();
+}
+
+void close_literal_level() {
+    condition = Condition::vector;
+    if (refused_levels > 0) {
+        --refused_levels;
+        return;
+    }
+    DataElement literal;
+    if (!close_level(literal)) return;
+    condition = Condition::sentence;
+    emit_value(literal);
+}
+
+void begin_shape(std::size_t length) {
+    consume(length);
+    dimensions.clear();
+    condition = Condition::shape;
+}
+
+// Blanks from `at` on, newlines too if they may stand there, and then an opening bracket: where it ends, else 0.
+std::size_t shape_follows(std::size_t at, bool newlines) {
+    for (int c; (c = peek(at)) == ' ' || c == '\t' || (newlines && (c == '\n' || c == '\r')); ++at) {}
+    return peek(at) == '[' ? at + 1 : 0;
+}
+
+void scan_shape() {
+    if (const NumberMatch match = match_integer(peek, 0); match.length > 0) {
+        const DataElement item = number_item(ahead(match.length), match.form);
+        consume(match.length);
+        if (item.tag == tag::real)
+            report(1100);
+        else if (refused_levels == 0)
+            dimensions.push_back(item.integer);
+    } else if (peek(0) == ']') {
+        consume(1);
+        if (refused_levels == 0) close_shape(dimensions, {nullptr, cursor});
+        close_literal_level();
+    } else if (peek(0) == ' ' || peek(0) == '\t') {
+        consume(1);
+    } else {
+        copy_out(1);
+    }
+}
+
+void scan_text() {
+    const int c = peek(0);
+    if (c == '\'' && peek(1) != '\'') {
+        if (const std::size_t shape = shape_follows(1, true)) return begin_shape(shape);
+        consume(1);
+        return close_literal_level();
+    }
+    if (c == '"') return copy_out(1);
+    if (c == '`')
+        if (const NumberMatch match = match_number(peek, 0, true); match.form == NumberForm::binary_character) {
+            const DataElement item = matched_item(match, true);
+            if (refused_levels == 0) add_character(item.ascii, true);
+            return consume(match.length);
+        }
+    if (refused_levels == 0) add_character(static_cast<std::uint8_t>(c), false);
+    consume(c == '\'' ? 2 : 1);
+}
+
+template <class Make>
+void add_to_literal(Make make) {
+    if (refused_levels > 0) return;
+    reserve_item();
+    add_item(make());
+}
+
+// A quote among the items: one character between quotes is an item of its own, anything else a nested text.
+void scan_quote() {
+    std::size_t length = 0;
+    if (peek(1) == '\'' && peek(2) == '\'')
+        length = peek(3) == '\'' ? 4 : 3;
+    else if (peek(1) >= 0 && peek(1) != '\'' && peek(1) != '\n' && peek(2) == '\'')
+        length = 3;
+    if (length == 0) {
+        consume(1);
+        open_level(open_text);
+        condition = Condition::text;
+        return;
+    }
+    DataElement item{};
+    item.head = make_head(tag::ascii, form::unset);
+    item.ascii = static_cast<std::uint8_t>(peek(1));
+    add_to_literal([&] { return item; });
+    consume(length);
+}
+
+void scan_vector() {
+    const int c = peek(0);
+    if (c == ' ' || c == '\t' || c == '\r' || c == '\n') return consume(1);
+    if (c == '(') {
+        consume(1);
+        return open_level(open_vector);
+    }
+    if (c == ')') {
+        const std::size_t closed = peek(1) == '`' ? 2 : 1;
+        if (const std::size_t shape = shape_follows(closed, false)) return begin_shape(shape);
+        consume(closed);
+        return close_literal_level();
+    }
+    if (c == '\'') return scan_quote();
+    const NumberMatch number = match_number(peek, 0, false);
+    const TokenMatch constant = match_token(peek, Vocabulary::constants);
+    if (constant.weight > number.length) {
+        add_to_literal([&] { return named_item(*constant.token); });
+        consume(constant.length);
+    } else if (number.length > 0) {
+        add_to_literal([&] { return matched_item(number, true); });
+        consume(number.length);
+    } else {
+        copy_out(1);
+    }
+}
+
+// WRAP and REFLECT have taken hold of the cell at the cursor and wait for the MASK that they modify.
+void scan_mask_word() {
+    const int c = peek(0);
+    if (c == ' ' || c == '\t' || c == '\r') return consume(1);
+    if (c == '\n') return copy_out(1);
+    condition = Condition::sentence;
+    const TokenMatch match = match_token(peek, Vocabulary::sentence);
+    if (match.token == nullptr || std::string_view(match.token->text) != "MASK") {
+        report(982);
+        dereferencepoint(*cursor);
+        *cursor = {};
+        return;
+    }
+    grow_text(*cursor, match.token->text);
+    consume(match.length);
+    cursor->rank = kind::OPERATOR;
+    cursor->type = ISOPERATOR;
+    cursor->depth = static_cast<std::int16_t>(Instruction::MASK);
+    advance();
+}
+
+// ---- sentences
+
+// True at a sentence end.
+bool act(const TokenMatch& match) {
+    const Token& token = *match.token;
+    const TokenRow& row = *token.row;
+    switch (row.action) {
+        case TokenAction::instruction: oper(spelling(match), row.instruction, row.second); break;
+        case TokenAction::selector:
+            emit_hidden(tag::integer, row.value);
+            oper(token.text, row.instruction);
+            break;
+        case TokenAction::exponent:
+            emit_hidden(tag::real, row.value);
+            oper(token.text, row.instruction);
+            break;
+        case TokenAction::pair:
+            oper(token.text, row.instruction);
+            oper(stringdup(""), row.second);
+            break;
+        case TokenAction::combine: combine(match); break;
+        case TokenAction::condition: make_conditional(match); break;
+        case TokenAction::modify_mask:
+            cursor->text = token.text;
+            cursor->modifier = static_cast<std::uint16_t>(row.instruction);
+            condition = Condition::mask_word;
+            break;
+        case TokenAction::leave: throw Unwind{};
+        case TokenAction::nothing: break;
+        case TokenAction::sentence_end:
+            consume(match.length);
+            if (peek(0) == '\n') consume(1);
+            return true;
+        case TokenAction::comment:
+            consume(match.length);
+            read_comment();
+            return false;
+        case TokenAction::vector:
+            open_level(open_vector);
+            condition = Condition::vector;
+            break;
+        case TokenAction::enclosed:
+            open_level(open_enclosed);
+            condition = Condition::vector;
+            break;
+        case TokenAction::text:
+            open_level(open_text);
+            condition = Condition::text;
+            break;
+        case TokenAction::nil: emit_value(make_empty()); break;
+        case TokenAction::real_constant:
+        case TokenAction::selector_constant:
+        case TokenAction::truth_constant: emit_scalar([&] { return named_item(token); }); break;
+    }
+    consume(match.length);
+    return false;
+}
+
+// Takes one token of a sentence. True at a sentence end.
+bool scan_sentence() {
+    const int c = peek(0);
+    if (c == ' ' || c == '\t' || c == '\r' || c == '\n') {
+        consume(1);
+        return c == '\n' && line_ends_sentence;
+    }
+    const TokenMatch token = match_token(peek, Vocabulary::sentence);
+    const NumberMatch number = match_number(peek, 0, true);
+    const std::size_t scoped = scoped_name_length();
+    if (token.weight >= number.length && token.weight >= scoped && token.token != nullptr) return act(token);
+    if (number.length > scoped) {
+        emit_scalar([&] { return matched_item(number, false); });
+        consume(number.length);
+    } else if (scoped > 0) {
+        read_scoped_name(scoped);
+    } else {
+        read_plain_name();
+    }
+    return false;
+}
+
+// Runs to the end of a sentence; at the end of the input the process is to end too.
+void yylex() {
+    for (;;) {
+        if (peek(0) < 0) {
+            abandon_literal();
+            dereferencepoint(*cursor);
+            *cursor = {};
+            oper(stringdup(""), Instruction::ENDPROCESS);
+            return;
+        }
+        switch (condition) {
+            case Condition::sentence:
+                if (scan_sentence()) return;
+                break;
+            case Condition::vector: scan_vector(); break;
+            case Condition::shape: scan_shape(); break;
+            case Condition::text: scan_text(); break;
+            case Condition::mask_word: scan_mask_word(); break;
+        }
+    }
+}
+
+// Gives up whatever has been built.
+int nothing_to_run() {
+    abandon_literal();
+    dereferencepoint(*cursor);
+    drop_cells();
+    close_source();
+    return 0;
+}
+
+int translate() {
+    try {
+        yylex();
+    } catch (const Unwind&) {
+        return nothing_to_run();
+    } catch (const std::bad_alloc&) {
+        exception(27);
+        return nothing_to_run();
+    }
+    if (dropping) return nothing_to_run();
+    *cursor = {};  // the END cell
+    return static_cast<int>(cursor - buffer) + 1;
+}
+
+}  // namespace
+
+int fill(DataElement* cells, std::FILE* stream, const char** text, bool line) {
+    open_source(stream, text == nullptr ? nullptr : *text);
+    buffer = cursor = cells;
+    *cursor = {};
+    condition = Condition::sentence;
+    dropping = false;
+    refused_levels = 0;
+    line_ends_sentence = line;
+
+    sigjmp_buf recovery;
+    sigjmp_buf* const outer = std::exchange(fault_jump, &recovery);
+    const int count = sigsetjmp(recovery, 0) == 0 ? translate() : nothing_to_run();
+    fault_jump = outer;
+    if (text != nullptr) *text = text_position();
+    return count;
+}
+
+void cleanup(DataElement* stream) {
+    for (; stream->type != 0; ++stream) dereferencepoint(*stream);
+}
+
+}  // namespace ondrel
