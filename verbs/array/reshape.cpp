@@ -1,0 +1,119 @@
+// RESHAPE, at run time and for the shapes that literals carry.
+#include "verbs/array/reshape.h"
+
+#include <algorithm>
+#include <limits>
+#include <numeric>
+#include <span>
+#include <vector>
+
+#include "data/blocks.h"
+#include "numbers/kinds.h"
+
+namespace ondrel {
+namespace {
+
+constexpr int character_shape = 1102, structured_shape = 1101, not_a_count = 113, bad_rank = 10, nothing_to_repeat = 11,
+              too_big = 146;
+
+// Reads an item of the shape operand as a dimension. Any number will do that is whole, with nothing in its other
+// components. Returns 0, or the error.
+int read_dimension(const DataElement& item, std::int64_t& dimension) {
+    double parts[8] = {item.real};
+    switch (item.tag) {
+        case tag::ascii: return character_shape;
+        case tag::integer: dimension = item.integer; return dimension < 0 ? not_a_count : 0;
+        case tag::real: break;
+        case tag::complex: std::copy_n(item.complex, 2, parts); break;
+        case tag::quaternion: std::copy_n(item.quaternion, 4, parts); break;
+        case tag::octonion: std::copy_n(item.octonion, 8, parts); break;
+        default: return not_a_count;
+    }
+    if (std::accumulate(parts + 1, parts + 8, 0.0) != 0 || !fits_integer(parts[0])) return not_a_count;
+    dimension = static_cast<std::int64_t>(parts[0]);
+    return static_cast<double>(dimension) != parts[0] || dimension < 0 ? not_a_count : 0;
+}
+
+// The product of the dimensions, or -1 if no value has so many items.
+std::int64_t item_count(std::span<const std::int64_t> dimensions) {
+    if (std::ranges::find(dimensions, 0) != dimensions.end()) return 0;
+    std::int64_t n = 1;
+    for (const std::int64_t dimension : dimensions)
+        if (__builtin_mul_overflow(n, dimension, &n) || n > std::numeric_limits<std::uint32_t>::max()) return -1;
+    return n;
+}
+
+// A block with n items, the m items of the value repeated in order.
+void* cycled(const DataElement& data, std::size_t m, std::size_t n) {
+    const void* source = data.data_pointer;
+    Owner packed;
+    if (n > 1 && !(data.type & PER_ITEM)) source = packed.record.data_pointer = packed_items(source, std::min(m, n));
+    if (source == nullptr) source = data.data_pointer;
+    if (n == 1) return unpack(source, 1);
+    void* const block = allocate_block(header(source).head, n * item_width(header(source).head));
+    for (std::size_t at = 0; at < n;) {  // each round doubles what stands
+        const std::size_t stretch = std::min(n - at, at == 0 ? m : at);
+        copy_items(block, at, at == 0 ? source : block, 0, stretch);
+        at += stretch;
+    }
+    return block;
+}
+
+// Drops the value's hold on its items, and takes over the block in their place.
+void exchange_items(DataElement& data, void* block, std::uint32_t n) {
+    DataElement old = data;
+    old.shape_pointer = nullptr;
+    dereferencepoint(old);
+    data.data_pointer = block;
+    set_elements(data, n);
+}
+
+int reshaping_error(DataElement& data, const DataElement& shape, std::vector<std::int64_t>& dimensions) {
+    if (shape.rank > 1) return bad_rank;
+    if (shape.type & ISEMPTY) return 0;
+    if (shape.type & STRUCTURED) return structured_shape;
+    dimensions.resize(shape.elements);
+    for (std::uint32_t i = 0; i < shape.elements; ++i)
+        if (const int error = read_dimension(item_at(shape.data_pointer, i), dimensions[i])) return error;
+    const std::int64_t n = item_count(dimensions);
+    if (n != 0 && (data.type & ISEMPTY)) return nothing_to_repeat;
+    return n < 0 ? too_big : 0;
+}
+
+}  // namespace
+
+int reshape(DataElement& data, DataElement& shape, Site site) {
+    std::vector<std::int64_t> dimensions;
+    if (const int error = reshaping_error(data, shape, dimensions)) {
+        exception(error, site);
+        return 1;
+    }
+    const std::uint32_t m = data.elements;
+    if (shape.type & ISEMPTY) {  // asks for nothing but a block of its own
+        if (data.data_pointer != nullptr && !sole_holder(data.data_pointer))
+            exchange_items(data, cycled(data, m, m), m);
+        dereferencepoint(shape);
+        return 0;
+    }
+    const auto n = static_cast<std::uint32_t>(item_count(dimensions));
+    Owner reshaped;
+    reshaped.record.shape_pointer = allocate_shape(dimensions.size());
+    std::ranges::copy(dimensions, reshaped.record.shape_pointer);
+    if (n != m) exchange_items(data, n == 0 ? nullptr : cycled(data, m, n), n);
+
+    std::swap(data.shape_pointer, reshaped.record.shape_pointer);
+    data.rank = static_cast<std::int32_t>(dimensions.size());
+    data.type = (n == 0 ? ISEMPTY : data.type & ~RANK_BITS) | (data.rank > 1 ? ISARRAY : ISVECTOR) |
+                (n == 1 ? ISONEELEMENT : 0);
+    if (n == 0 || data.depth == 0) data.depth = 1;
+    dereferencepoint(shape);
+    return 0;
+}
+
+bool reshape_stack(DataElement*& sp, DataElement* cell) {
+    if (reshape(sp[-1], sp[0], {sp, cell})) return true;
+    --sp;
+    return false;
+}
+
+}  // namespace ondrel

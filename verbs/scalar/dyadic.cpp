@@ -1,0 +1,218 @@
+#include "verbs/scalar/dyadic.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "verbs/scalar/nest.h"
+
+namespace ondrel {
+namespace {
+
+bool is_single(const DataElement& record) { return (record.type & SHAPE_BITS) != 0; }
+
+// Raises 17 unless the operands can be paired: kinds that the verb does not refuse, and equal shapes where neither
+// is a single value.
+void check_conformability(const DyadicVerb& verb, const DataElement& left, const DataElement& right, Site site) {
+    if ((left.type | right.type) & verb.refused) raise(17, site);
+    if (is_single(left) || is_single(right)) return;
+    if (left.rank != right.rank || !std::equal(left.shape_pointer, left.shape_pointer + left.rank, right.shape_pointer))
+        raise(17, site);
+}
+
+// The operand whose shape the result has. A full array gives it, the right one before the left; of two single values
+// the one that is no plain scalar, the left one before the right.
+DataElement& shape_giver(DataElement& left, DataElement& right) {
+    if (!is_single(right)) return right;
+    if (!is_single(left)) return left;
+    return left.rank == 0 ? right : left;
+}
+
+Extent extent_of(const DataElement& left, const DataElement& right) {
+    if (is_single(left) && !is_single(right)) return left_single;
+    return is_single(right) && !is_single(left) ? right_single : neither_single;
+}
+
+struct Operands {
+    DataElement& left;
+    DataElement& right;
+    Extent extent;
+    std::size_t n;  // items of the result
+    Site site;
+
+    DataElement left_item(std::size_t i) const { return item_at(left.data_pointer, extent == left_single ? 0 : i); }
+    DataElement right_item(std::size_t i) const { return item_at(right.data_pointer, extent == right_single ? 0 : i); }
+};
+
+DataElement compute(const DyadicVerb& verb, DataElement& left, DataElement& right, bool may_reuse, Site site);
+
+// ---- item by item
+
+DataElement pair(const DyadicVerb& verb, const DataElement& left, const DataElement& right, Site site) {
+    if (left.tag == tag::subarray || right.tag == tag::subarray) {
+        Owner l(value_of_item(left)), r(value_of_item(right));
+        Owner result(compute(verb, l.record, r.record, false, site));
+        return nested_item(result);
+    }
+    const std::size_t row = kind_index(left.tag), column = kind_index(right.tag);
+    if (row >= kinds || column >= kinds) raise(994, site);
+    return verb.pairs[row][column].item(left, right, site);
+}
+
+// Fills `result` from where it stands; the operands are only read, so that an error leaves them whole.
+void by_item(const DyadicVerb& verb, const Operands& operands, ItemsOwner& result) {
+    for (std::size_t& i = result.filled; i < operands.n; ++i) {
+        if (i % heed_every == heed_every - 1) heed_attention();
+        result.items[i] = pair(verb, operands.left_item(i), operands.right_item(i), operands.site);
+    }
+}
+
+// ---- loops over bare values
+
+// What the loops need to know of an operand: the head that all its items share, and where the values lie.
+struct Payload {
+    std::uint64_t head = 0;  // 0: the items must be looked at one by one
+    const std::byte* values = nullptr;
+    std::size_t width = 0;  // bytes from one value to the next; 0 for a single one
+};
+
+Payload payload_of(const DataElement& record, bool single) {
+    void* const data = record.data_pointer;
+    if (!single) return is_packed(data) ? Payload{header(data).head, static_cast<const std::byte*>(data),
+                                                  item_width(header(data).head)}
+                                        : Payload{};
+    const DataElement& item = items_of(record)[0];
+    if (kind_index(item.tag) >= kinds) return {};
+    return {item.head, static_cast<const std::byte*>(value_of(item)), 0};
+}
+
+// The block that a loop may write into: an operand's own, if nothing else holds it and its items are as wide. One
+// value that stands on both sides is held twice.
+void* reusable(Operands& operands, std::uint64_t head) {
+    const auto fits = [head](const DataElement& record, std::int64_t holders) {
+        void* const data = record.data_pointer;
+        return is_packed(data) && header(data).count == holders && item_width(header(data).head) == item_width(head);
+    };
+    const std::int64_t holders = operands.left.data_pointer == operands.right.data_pointer ? 2 : 1;
+    for (DataElement* const operand : {&operands.left, &operands.right})
+        if (operand->elements == operands.n && fits(*operand, holders))
+            return std::exchange(operand->data_pointer, nullptr);
+    return nullptr;
+}
+
+// Runs the loop over all items and returns how many it wrote. Where the result is a block of its own an interrupt may
+// leave in between; an operand that is being overwritten is finished first.
+std::size_t run(DyadicLoop loop, Payload left, Payload right, void* result, std::size_t width, std::size_t n,
+                bool in_place) {
+    auto* const out = static_cast<std::byte*>(result);
+    for (std::size_t done = 0; done < n;) {
+        const std::size_t stretch = std::min(n - done, heed_every);
+        const std::size_t wrote = loop(left.values + done * left.width, right.values + done * right.width,
+                                       out + done * width, stretch);
+        done += wrote;
+        if (wrote < stretch) return done;
+        if (!in_place) heed_attention();
+    }
+    return n;
+}
+
+// The data block of the result by loops, or null if the operands' items have to be looked at one by one.
+void* by_loop(const DyadicVerb& verb, Operands& operands, bool may_reuse) {
+    const Payload left = payload_of(operands.left, operands.extent == left_single);
+    const Payload right = payload_of(operands.right, operands.extent == right_single);
+    if (left.head == 0 || right.head == 0 || is_polar(left.head) || is_polar(right.head)) return nullptr;
+    const DyadicKinds& rule = verb.pairs[kind_index(head_tag(left.head))][kind_index(head_tag(right.head))];
+    if (rule.loops[0].tag == 0) return nullptr;
+
+    const auto* loop = &rule.loops[0];
+    if (!rule.fixed) {  // the first pair tells the kind that is worth a loop
+        const DataElement first = rule.item(operands.left_item(0), operands.right_item(0), operands.site);
+        loop = std::ranges::find(rule.loops, first.tag, [](const auto& candidate) { return candidate.tag; });
+    }
+    const std::uint64_t head = rule.head(left.head, right.head, loop->tag);
+    if (head == 0) return nullptr;
+
+    void* const reused = rule.fixed && may_reuse ? reusable(operands, head) : nullptr;
+    Owner result;  // of no rank: only its block counts
+    result.record.data_pointer = reused != nullptr ? reused : allocate_packed(head, operands.n);
+    void* const block = result.record.data_pointer;
+    const std::size_t width = item_width(head);
+    const std::size_t done = run(loop->by_extent[operands.extent], left, right, block, width, operands.n, reused);
+    header(block).head = head;
+    if (done == operands.n) return std::exchange(result.record.data_pointer, nullptr);
+
+    // Items of another kind follow: what stands becomes items, and the rest is done one by one.
+    ItemsOwner items(operands.n);
+    for (; items.filled < done; ++items.filled) items.items[items.filled] = own_item(item_at(block, items.filled));
+    by_item(verb, operands, items);
+    return items.take();
+}
+
+// ---- values
+
+// The result of the verb as a record of its own. The operands stay whole, but that with `may_reuse` the block of one
+// may have been taken over: its data pointer is then null.
+DataElement compute(const DyadicVerb& verb, DataElement& left, DataElement& right, bool may_reuse, Site site) {
+    if ((left.type | right.type) & ISEMPTY) {
+        const DataElement& other = right.type & ISEMPTY ? left : right;
+        referencepoint(other);
+        return other;
+    }
+    check_conformability(verb, left, right, site);
+    const DataElement& giver = shape_giver(left, right);
+    const std::uint32_t probable = (left.type | right.type) & ISPROBABLE;
+    Operands operands{left, right, extent_of(left, right), giver.elements, site};
+
+    Owner result;
+    void* const block = operands.n > 1 ? by_loop(verb, operands, may_reuse) : nullptr;
+    if (block != nullptr) {
+        result.record = result_record(giver, block, probable);
+    } else {
+        ItemsOwner items(operands.n);
+        by_item(verb, operands, items);
+        result.record = result_record(giver, items.take(), probable);
+    }
+    pack(result.record);
+    return result.take();
+}
+
+// Two plain scalars: no shape, no walk, and the block of one of them serves again when it is free.
+bool scalar_pair(const DyadicVerb& verb, DataElement*& sp, Site site) {
+    DataElement& left = sp[-1];
+    DataElement& right = sp[0];
+    if (left.rank != 0 || right.rank != 0 || ((left.type | right.type) & (STRUCTURED | verb.refused))) return false;
+    DataElement* const l = items_of(left);
+    DataElement* const r = items_of(right);
+    if (kind_index(l->tag) >= kinds || kind_index(r->tag) >= kinds) return false;
+    const DyadicItem rule = verb.pairs[kind_index(l->tag)][kind_index(r->tag)].item;
+    const std::uint32_t probable = (left.type | right.type) & ISPROBABLE;
+    if (sole_holder(l)) {
+        const DataElement item = rule(*l, *r, site);
+        dereferencedataelems(l, 1);
+        *l = item;
+    } else {
+        ItemsOwner made(1);
+        *made.items = rule(*l, *r, site);
+        release(l);
+        left.data_pointer = made.take();
+    }
+    left.type = ISSCALAR | kind_bits(items_of(left)->tag) | probable;
+    dereferencepoint(right);
+    --sp;
+    return true;
+}
+
+}  // namespace
+
+void dyadic(const DyadicVerb& verb, DataElement*& sp, DataElement* cell) {
+    const Site site{sp, cell};
+    if (scalar_pair(verb, sp, site)) return;
+    DataElement& left = sp[-1];
+    DataElement& right = sp[0];
+    const DataElement result = compute(verb, left, right, true, site);
+    dereferencepoint(left);
+    dereferencepoint(right);
+    left = result;
+    --sp;
+}
+
+}  // namespace ondrel

@@ -1,0 +1,60 @@
+// MULTIPLY. A factor of zero gives zero, whatever the other is; characters are kept by 1 and blanked by 0.
+#include "numbers/algebra.h"
+#include "verbs/scalar/dyadic.h"
+
+namespace ondrel {
+namespace {
+
+struct Multiply {
+    static constexpr std::uint32_t refused = HASUNICODE | ISADDRESS;
+    template <class A, class B>
+    static constexpr bool takes = both_numbers<A, B>;
+    template <class A, class B>
+    static constexpr int missing = 162;
+    static constexpr auto head = arithmetic_head;
+
+    static constexpr unsigned exact_bits = 26;
+    static std::int64_t plain(std::int64_t a, std::int64_t b) {
+        return std::int64_t{static_cast<std::int32_t>(a)} * static_cast<std::int32_t>(b);
+    }
+    static IntegerOrReal apply(std::int64_t a, std::int64_t b) {
+        const double exact = static_cast<double>(a) * static_cast<double>(b);
+        return fits_integer(exact) ? as_integer(static_cast<std::int64_t>(exact)) : as_real(exact);
+    }
+    template <class A, class B>
+        requires requires(const A& a, const B& b) { product(a, b); }
+    static auto apply(const A& a, const B& b) {
+        return product(a, b);
+    }
+
+    // Magnitudes multiply and angles add. A polar number behind a cartesian one is computed as cartesian; one that a
+    // real scales keeps its angle.
+    static Complex polar(Complex a, Complex b, Forms forms) {
+        if (!forms.left_polar) return product(a, to_cartesian(b));
+        if (!forms.right_polar) b = to_polar(b);
+        return {product(a.re, b.re), a.im + b.im};
+    }
+    static Complex polar(double a, Complex b, Forms) { return {product(a, b.re), b.im}; }
+    static Complex polar(Complex a, double b, Forms) { return {product(a.re, b), a.im}; }
+
+    template <class A, class B>
+    static constexpr bool special = (std::is_same_v<A, std::uint8_t> && std::is_same_v<B, std::int64_t>) ||
+                                    (std::is_same_v<A, std::int64_t> && std::is_same_v<B, std::uint8_t>);
+    template <class A, class B>
+    static DataElement special_item(const DataElement& left, const DataElement& right, Site site) {
+        const bool character_left = left.tag == tag::ascii;
+        DataElement character = character_left ? left : right;
+        const std::int64_t keep = (character_left ? right : left).integer;
+        if (keep != 0 && keep != 1) raise(149, site);
+        if (keep == 0) character.ascii = ' ';
+        return character;
+    }
+};
+
+constexpr DyadicVerb multiply_verb = make_dyadic<Multiply>();
+
+}  // namespace
+
+void multiply(DataElement*& sp, DataElement* cell) { dyadic(multiply_verb, sp, cell); }
+
+}  // namespace ondrel

@@ -1,0 +1,314 @@
+// A scalar verb is a rule: what one item, or one pair of items, gives. This file makes the table of a verb out of its
+// rule: for each pair of kinds the function for one pair of items and, where the kind of the result can be told
+// beforehand, the loops over bare payloads. The frame (frame.h) does everything else.
+//
+// A dyadic rule is a struct with
+//   takes<A, B>            whether the rule has a case for the two kinds; if not, missing<A, B> is the error
+//   apply(a, b)            for two values of one kind, and for other pairs where they are more than widened ones;
+//                          the result is a bare value, or an IntegerOrReal where its kind depends on the values
+//   exactly(a, b)          optional: a pair with an integer that must not be widened first
+//   head(left, right, tag) the head of a result of kind `tag`, from the operands' heads
+//   polar(a, b, forms)     optional: polar complex numbers with a rule of their own. Without it the verb works on the
+//                          cartesian numbers and gives a result of form 8
+//   special<A, B>          optional: pairs whose result is more than a value; special_item makes it, and must agree
+//                          with the loops where the rule also takes the pair
+//   exact_bits, plain      optional: integers of less than so many bits stay integers, and plain computes them
+//   refused                type bits of an operand that raise 17
+#pragma once
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <cstring>
+#include <tuple>
+#include <type_traits>
+#include <utility>
+
+#include "data/blocks.h"
+#include "data/errors.h"
+#include "numbers/kinds.h"
+#include "numbers/polar.h"
+
+namespace ondrel {
+
+// ---- values and items
+
+struct IntegerOrReal {
+    bool is_integer;
+    std::int64_t integer;
+    double real;
+};
+
+inline IntegerOrReal as_integer(std::int64_t value) { return {true, value, 0}; }
+inline IntegerOrReal as_real(double value) { return {false, 0, value}; }
+
+// The kinds that have rules, in the order of the tables' rows: ascii, unicode, integer, real, complex, quaternion,
+// octonion, by tag from 2 to 8.
+inline constexpr std::size_t kinds = 7;
+constexpr std::size_t kind_index(std::uint32_t tag) { return tag - tag::ascii; }
+
+struct Unicode {
+    std::uint16_t code;
+};
+using Kinds = std::tuple<std::uint8_t, Unicode, std::int64_t, double, Complex, Quaternion, Octonion>;
+template <std::size_t index>
+using KindAt = std::tuple_element_t<index, Kinds>;
+
+template <class Value>
+inline constexpr std::uint32_t tag_of = static_cast<std::uint32_t>(level_of<Value> + tag::integer);
+template <>
+inline constexpr std::uint32_t tag_of<std::uint8_t> = tag::ascii;
+
+// Where the bare value of an item lies.
+inline const void* value_of(const DataElement& item) {
+    if (item.tag == tag::quaternion) return item.quaternion;
+    return item.tag == tag::octonion ? static_cast<const void*>(item.octonion) : &item.integer;
+}
+
+template <class Value>
+Value load(const DataElement& item) {
+    Value value;
+    std::memcpy(&value, value_of(item), sizeof value);
+    return value;
+}
+
+// An item of its own; an octonion takes a fresh block.
+template <class Value>
+DataElement make_item(const Value& value, std::uint64_t head) {
+    DataElement item{};
+    item.head = head;
+    if constexpr (std::is_same_v<Value, Octonion>) {
+        item.octonion = allocate_octonion(value.c);
+    } else {
+        void* const to = std::is_same_v<Value, Quaternion> ? static_cast<void*>(item.quaternion) : &item.integer;
+        std::memcpy(to, &value, sizeof value);
+    }
+    return item;
+}
+
+constexpr bool is_polar(std::uint64_t head) { return head_form(head) == form::polar && head_tag(head) >= tag::complex; }
+
+template <class Value>
+Value to_cartesian(Value value) {
+    auto* const components = reinterpret_cast<double*>(&value);
+    if constexpr (std::is_same_v<Value, Complex>) cartesiancomplex(components, components);
+    if constexpr (std::is_same_v<Value, Quaternion>) cartesianquat(components, components);
+    if constexpr (std::is_same_v<Value, Octonion>) cartesianocto(components, components);
+    return value;
+}
+
+template <class Value>
+Value to_polar(Value value) {
+    auto* const components = reinterpret_cast<double*>(&value);
+    if constexpr (std::is_same_v<Value, Complex>) polarcomplex(components, components);
+    if constexpr (std::is_same_v<Value, Quaternion>) polarquat(components, components);
+    if constexpr (std::is_same_v<Value, Octonion>) polarocto(components, components);
+    return value;
+}
+
+struct Forms {
+    bool left_polar, right_polar;
+};
+
+// ---- tables
+
+using DyadicItem = DataElement (*)(const DataElement& left, const DataElement& right, Site site);
+
+// A loop over n pairs of bare values. Returns how many results it wrote: fewer than n when the next one would be of
+// another kind. The result may be the very payload of an operand.
+using DyadicLoop = std::size_t (*)(const void* left, const void* right, void* result, std::size_t n);
+
+// Which operand is one value that pairs with every item of the other.
+enum Extent : std::size_t { neither_single, left_single, right_single, extents };
+
+struct DyadicKinds {
+    DyadicItem item = nullptr;
+    std::uint64_t (*head)(std::uint64_t left, std::uint64_t right, std::uint32_t tag) = nullptr;
+    bool fixed = false;  // the kind of the result does not depend on the values
+    struct {
+        std::uint32_t tag = 0;  // the kind of the result; 0: no loop
+        std::array<DyadicLoop, extents> by_extent{};
+    } loops[2];
+};
+
+struct DyadicVerb {
+    std::uint32_t refused = 0;
+    std::array<std::array<DyadicKinds, kinds>, kinds> pairs{};
+};
+
+// ---- from rule to table
+
+// One pair by the rule, the lower kind widened where the rule has no case for the two as they are. An integer meets
+// another kind as a real, unless the rule takes that pair itself.
+template <class Rule, class A, class B>
+auto combine(const A& a, const B& b) {
+    if constexpr (requires { Rule::exactly(a, b); })
+        return Rule::exactly(a, b);
+    else if constexpr (std::is_same_v<A, B>)
+        return Rule::apply(a, b);
+    else if constexpr (std::is_same_v<A, std::int64_t>)
+        return combine<Rule>(static_cast<double>(a), b);
+    else if constexpr (std::is_same_v<B, std::int64_t>)
+        return combine<Rule>(a, static_cast<double>(b));
+    else if constexpr (requires { Rule::apply(a, b); })
+        return Rule::apply(a, b);
+    else if constexpr (level_of<A> < level_of<B>)
+        return Rule::apply(widen<B>(a), b);
+    else
+        return Rule::apply(a, widen<A>(b));
+}
+
+template <class Rule, class A, class B>
+using Combined = decltype(combine<Rule>(std::declval<A>(), std::declval<B>()));
+
+// ---- one pair
+
+template <class Rule, class A, class B>
+DataElement pair_item(const DataElement& left, const DataElement& right, Site) {
+    A a = load<A>(left);
+    B b = load<B>(right);
+    // Where polar numbers have a rule, an integer meets them as a real.
+    const auto real = [](const auto& value) {
+        if constexpr (std::is_same_v<decltype(value), const std::int64_t&>)
+            return static_cast<double>(value);
+        else
+            return value;
+    };
+    if constexpr (level_of<A> >= level_of<Complex> || level_of<B> >= level_of<Complex>) {
+        const Forms forms{is_polar(left.head), is_polar(right.head)};
+        if (forms.left_polar || forms.right_polar) {
+            if constexpr (requires { Rule::polar(real(a), real(b), forms); }) {
+                return make_item(Rule::polar(real(a), real(b), forms), Rule::head(left.head, right.head, tag::complex));
+            } else {
+                if (forms.left_polar) a = to_cartesian(a);
+                if (forms.right_polar) b = to_cartesian(b);
+                const auto result = combine<Rule>(a, b);
+                return make_item(result, make_head(tag_of<std::remove_const_t<decltype(result)>>, form::number));
+            }
+        }
+    }
+    const auto result = combine<Rule>(a, b);
+    if constexpr (std::is_same_v<Combined<Rule, A, B>, IntegerOrReal>)
+        return result.is_integer ? make_item(result.integer, Rule::head(left.head, right.head, tag::integer))
+                                 : make_item(result.real, Rule::head(left.head, right.head, tag::real));
+    else
+        return make_item(result, Rule::head(left.head, right.head, tag_of<Combined<Rule, A, B>>));
+}
+
+template <int error>
+DataElement refuse_pair(const DataElement&, const DataElement&, Site site) {
+    raise(error, site);
+}
+
+// ---- loops
+
+// Whether all n integers lie within exact_bits bits. One pass that ORs, so that it is vector code.
+template <unsigned exact_bits>
+bool all_small(const std::int64_t* values, std::size_t n) {
+    std::uint64_t wide = 0;
+    for (std::size_t i = 0; i < n; ++i)
+        wide |= static_cast<std::uint64_t>(values[i]) + (std::uint64_t{1} << exact_bits);
+    return wide >> (exact_bits + 1) == 0;
+}
+
+template <class Rule, class A, class B, class R, Extent extent>
+std::size_t fixed_loop(const void* left, const void* right, void* result, std::size_t n) {
+    const auto* const a = static_cast<const A*>(left);
+    const auto* const b = static_cast<const B*>(right);
+    auto* const c = static_cast<R*>(result);
+    const A one_a = a[0];
+    const B one_b = b[0];
+#pragma GCC ivdep
+    for (std::size_t i = 0; i < n; ++i)
+        c[i] = combine<Rule>(extent == left_single ? one_a : a[i], extent == right_single ? one_b : b[i]);
+    return n;
+}
+
+// Results of kind R, an integer or a real, up to the first that is of the other one.
+template <class Rule, class A, class B, class R, Extent extent>
+std::size_t varying_loop(const void* left, const void* right, void* result, std::size_t n) {
+    const auto* const a = static_cast<const A*>(left);
+    const auto* const b = static_cast<const B*>(right);
+    auto* const c = static_cast<R*>(result);
+    for (std::size_t at = 0; at < n;) {
+        const std::size_t stretch = std::min<std::size_t>(n - at, 1024), end = at + stretch;
+        if constexpr (requires { Rule::exact_bits; } && std::is_same_v<R, std::int64_t>) {
+            const auto small = [&](const std::int64_t* values, Extent single) {
+                return extent == single ? all_small<Rule::exact_bits>(values, 1)
+                                        : all_small<Rule::exact_bits>(values + at, stretch);
+            };
+            if (small(a, left_single) && small(b, right_single)) {
+                const A one_a = a[0];
+                const B one_b = b[0];
+                for (; at < end; ++at)
+                    c[at] = Rule::plain(extent == left_single ? one_a : a[at], extent == right_single ? one_b : b[at]);
+                continue;
+            }
+        }
+        for (; at < end; ++at) {
+            const auto value = combine<Rule>(a[extent == left_single ? 0 : at], b[extent == right_single ? 0 : at]);
+            if (value.is_integer != std::is_same_v<R, std::int64_t>) return at;
+            if constexpr (std::is_same_v<R, std::int64_t>)
+                c[at] = value.integer;
+            else
+                c[at] = value.real;
+        }
+    }
+    return n;
+}
+
+template <class Rule, class A, class B>
+constexpr DyadicKinds kinds_of_pair() {
+    DyadicKinds entry;
+    if constexpr (requires { requires Rule::template special<A, B>; })
+        entry.item = Rule::template special_item<A, B>;
+    else if constexpr (Rule::template takes<A, B>)
+        entry.item = pair_item<Rule, A, B>;
+    else
+        entry.item = refuse_pair<Rule::template missing<A, B>>;
+    if constexpr (Rule::template takes<A, B>) {
+        using R = Combined<Rule, A, B>;
+        entry.head = Rule::head;
+        entry.fixed = !std::is_same_v<R, IntegerOrReal>;
+        if constexpr (!std::is_same_v<R, IntegerOrReal>) {
+            entry.loops[0] = {tag_of<R>,
+                              {fixed_loop<Rule, A, B, R, neither_single>, fixed_loop<Rule, A, B, R, left_single>,
+                               fixed_loop<Rule, A, B, R, right_single>}};
+        } else {
+            using I = std::int64_t;
+            entry.loops[0] = {tag::integer,
+                              {varying_loop<Rule, A, B, I, neither_single>, varying_loop<Rule, A, B, I, left_single>,
+                               varying_loop<Rule, A, B, I, right_single>}};
+            entry.loops[1] = {
+                tag::real,
+                {varying_loop<Rule, A, B, double, neither_single>, varying_loop<Rule, A, B, double, left_single>,
+                 varying_loop<Rule, A, B, double, right_single>}};
+        }
+    }
+    return entry;
+}
+
+template <class Rule>
+constexpr DyadicVerb make_dyadic() {
+    DyadicVerb verb{Rule::refused, {}};
+    [&]<std::size_t... cell>(std::index_sequence<cell...>) {
+        ((verb.pairs[cell / kinds][cell % kinds] = kinds_of_pair<Rule, KindAt<cell / kinds>, KindAt<cell % kinds>>()), ...);
+    }(std::make_index_sequence<kinds * kinds>{});
+    return verb;
+}
+
+// ---- what the arithmetic verbs share
+
+// Both are numbers on the tower.
+template <class A, class B>
+inline constexpr bool both_numbers = level_of<A> >= 0 && level_of<B> >= 0;
+
+// Computed integers, reals, quaternions and octonions are plain numbers. A complex result keeps the form and marks of
+// its complex operand, the left one if both are, without the named and hidden marks.
+constexpr std::uint64_t arithmetic_head(std::uint64_t left, std::uint64_t right, std::uint32_t tag) {
+    if (tag != tag::complex) return make_head(tag, form::number);
+    const std::uint64_t giver = head_tag(left) == tag::complex ? left : right;
+    return make_head(tag, head_form(giver), head_marks(giver) & 0x3fff);
+}
+
+}  // namespace ondrel
