@@ -1,0 +1,94 @@
+#include "core/actions.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <type_traits>
+
+#include "translator/printing.h"
+#include "verbs/array/reshape.h"
+#include "verbs/scalar/dyadic.h"
+#include "verbs/scalar/monadic.h"
+
+namespace ondrel {
+namespace {
+
+// ---- actions of the machine itself, by the names in the list of instructions
+
+Outcome no_action(Activation&) { return Outcome::next; }
+
+Outcome fail(int number, const Activation& activation) {
+    exception(number, activation.site());
+    return Outcome::abandon;
+}
+Outcome unimplemented(Activation& activation) { return fail(993, activation); }
+Outcome restriction(Activation& activation) { return fail(994, activation); }
+
+// A conditional cell; nothing decides yet, so that every one comes before its CHECK.
+Outcome undecided(Activation& activation) { return fail(activation.cell->type & YES ? 147 : 148, activation); }
+
+Outcome end_process(Activation& activation) {
+    if (activation.level > 0) return Outcome::end;
+    end_of_process();
+}
+
+// Shows the top of the stack; the form of the verb that ends a line shows nothing of an empty value but that.
+Outcome output_top(Activation& activation) {
+    const bool ends_line = activation.cell->modifier == static_cast<std::uint16_t>(Instruction::PRINT);
+    DataElement& top = *activation.sp;
+    if (!ends_line || !(top.type & ISEMPTY)) dump(stdout, "", top);
+    if (ends_line) std::fputc('\n', stdout);
+    return Outcome::next;
+}
+
+Outcome print_top(Activation& activation) {
+    output_top(activation);
+    dereferencepoint(*activation.sp--);
+    return Outcome::next;
+}
+
+Outcome reshape_top(Activation& activation) {
+    return reshape_stack(activation.sp, activation.cell) ? Outcome::abandon : Outcome::next;
+}
+
+// ---- the table
+
+// The classes of instructions: how many arguments they need, and whether these may not be marks.
+struct Class {
+    std::uint16_t type;
+    std::int8_t arguments;
+    bool refuses_operators;
+};
+constexpr auto classes = std::to_array<Class>({
+    {0, 0, false},  {1, 0, false},  {2, 0, false},  {3, 0, false},  {4, 0, false},  {6, 0, false},  {7, 0, false},
+    {10, 1, true},  {12, 1, false}, {13, 1, false}, {14, 1, false}, {15, 1, false}, {18, 2, true},  {20, 2, false},
+    {21, 2, false}, {22, 2, false}, {23, 2, false}, {28, 3, false}, {30, 3, false}, {35, 0, false}, {36, 0, false},
+});
+
+template <void (*verb)(DataElement*&, DataElement*)>
+Outcome run_verb(Activation& activation) {
+    verb(activation.sp, activation.cell);
+    return Outcome::next;
+}
+
+// The row of an instruction of this class: an action of the machine, or a verb that works on the stack pointer.
+template <auto function>
+consteval Operation operation(std::uint16_t type) {
+    Action action;
+    if constexpr (std::is_convertible_v<decltype(function), Action>)
+        action = function;
+    else
+        action = run_verb<function>;
+    const auto row = std::ranges::find(classes, type, &Class::type);
+    if (row == classes.end()) throw "an instruction of no class";
+    return {action, row->arguments, row->refuses_operators};
+}
+
+}  // namespace
+
+constexpr std::array<Operation, Instructions.size()> operations{
+#define INSTRUCTION(number, name, code, type, action) operation<action>(type),
+#include "data/instructions.def"
+#undef INSTRUCTION
+};
+
+}  // namespace ondrel

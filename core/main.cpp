@@ -1,0 +1,84 @@
+// The life of the process: options, limits, greeting, the loop, and everything given back.
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <chrono>
+#include <cstdio>
+#include <cstring>
+
+#include "core/loop.h"
+#include "core/options.h"
+#include "data/allocator.h"
+#include "data/errors.h"
+#include "translator/tokens.h"
+
+namespace {
+
+using namespace ondrel;
+using Clock = std::chrono::steady_clock;
+
+constexpr double unknown_memory = 16777216.0, mebibyte = 1048576.0;
+
+// Data and stack may grow as far as the system lets this process: nested runs of the machine live on the native stack.
+void raise_limits() {
+    for (const auto resource : {RLIMIT_DATA, RLIMIT_STACK}) {
+        rlimit limit{};
+        if (getrlimit(resource, &limit) != 0) {
+            std::fprintf(stderr, "Cannot set limits: %s\n", std::strerror(errno));
+            continue;
+        }
+        if (limit.rlim_cur >= limit.rlim_max) continue;
+        limit.rlim_cur = limit.rlim_max;
+        setrlimit(resource, &limit);
+    }
+}
+
+double physical_memory() {
+    const double bytes = static_cast<double>(sysconf(_SC_PHYS_PAGES)) * static_cast<double>(sysconf(_SC_PAGESIZE));
+    return bytes > 0 ? bytes : unknown_memory;
+}
+
+void print_machine(double memory) {
+    std::fputs("Single processor\n\n", stdout);
+    if (memory != unknown_memory) std::printf("Available memory: %lg MiB\n", memory / mebibyte);
+    std::fputs("\n", stdout);
+}
+
+void print_time_spent(Clock::time_point start) {
+    using namespace std::chrono;
+    const auto spent = duration_cast<microseconds>(Clock::now() - start);
+    const hh_mm_ss parts(spent);
+    std::printf("--- Spent: %.2d:%.2d:%.2d.%.06d ---\n\n", static_cast<int>(parts.hours().count()),
+                static_cast<int>(parts.minutes().count()), static_cast<int>(parts.seconds().count()),
+                static_cast<int>(parts.subseconds().count()));
+}
+
+}  // namespace
+
+int main(int count, char** arguments) {
+    const Options options = read_options(count, arguments);
+    if (!options.quiet) print_version();
+    raise_limits();
+    const double memory = physical_memory();
+    if (memory != unknown_memory) largest_block = static_cast<std::size_t>(memory);
+    if (!options.quiet) print_machine(memory);
+    const auto start = Clock::now();
+    make_token_tables();
+    arm_signals();
+    if (!options.quiet) exception(0);
+#ifdef ONDREL_CHECKS
+    const auto blocks_at_start = live_blocks;
+#endif
+
+    interactive_loop(options.quiet);
+
+    if (!options.quiet) std::printf("\n%s\n", errors(FAREWELL));
+    std::fputs("\n", stdout);
+#ifdef ONDREL_CHECKS
+    if (live_blocks != blocks_at_start)
+        std::fprintf(stderr, "%ld blocks were not given back\n", static_cast<long>(live_blocks - blocks_at_start));
+#endif
+    print_time_spent(start);
+    return 0;
+}

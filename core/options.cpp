@@ -1,0 +1,133 @@
+#include "core/options.h"
+
+#include <cfloat>
+#include <cstdio>
+#include <cstdlib>
+#include <limits>
+#include <string_view>
+
+#include "data/dataelement.h"
+
+#ifndef ONDREL_BUILT_WITH
+#define ONDREL_BUILT_WITH "unknown options"
+#endif
+#ifndef ONDREL_BUILT_ON
+#define ONDREL_BUILT_ON "Linux"
+#endif
+
+namespace ondrel {
+
+bool constraindirectories = true;
+
+namespace {
+
+constexpr int build = 4;
+
+void print_usage(const char* program) {
+    std::printf("Usage: %s -h -v -vv -q -u -c<arg> -c -th<arg> -t -p -pp<arg> -i{f,t,s} \n\n", program);
+    std::fputs(
+        "Where:\n"
+        "\t-h \tThis usage message\n"
+        "\t-v \tPrint version information.\n"
+        "\t-vv \tPrint version and other (possibly) interesting information.\n\n"
+        "\t-q \tQuiet, non-interactive mode:\n"
+        "\t\tno copyright notice, or any other text,\n"
+        "\t\texcept error messages.\n\n"
+        "\t-u \tUnconstrain the access to files in directories of higher\n"
+        "\t\thierarchical position. Any file the user has permissions\n"
+        "\t\tto read/write/append to will be accepted.\n\n"
+        "\t-c<number of processors>\n"
+        "\t-c \tfor automatic selection of <number of processors>\n"
+        "\t\tUse SMP with <number of processors>.\n"
+        "\t-th<threads per processor>\n"
+        "\t\tSpecify number of threads per processor (SMP only)\n"
+        "\t\tThe default is 4.\n\n"
+        "\t-t \tPrint process timing information.\n"
+        "\t-p \tPrint performance information.\n"
+        "\t-pp<processor speed in MHz>\n"
+        "\t\tPrint processor performance information.\n"
+        "\t-i \tPrint summary of instruction timings when exiting\n\t\t(if not quiet).\n"
+        "\t-if \tPrint full summary of instruction timings,\n"
+        "\t\tincluding floating point performance, when exiting\n\t\t(if not quiet).\n"
+        "\t-it \tPrint terse operations/S per instruction,\n\t\twhen exiting (if not quiet).\n"
+        "\t-is \tPrint just the summary of average operation timings\n\t\twhen exiting (if not quiet).\n"
+        "\n",
+        stdout);
+}
+
+// The sizes that the report states for each kind of element are what a reader of a kind touches; each takes the common
+// size in memory.
+void print_internals() {
+    struct Size {
+        const char* what;
+        int bytes;
+    };
+    const auto print = [](std::initializer_list<Size> sizes) {
+        for (const auto& [what, bytes] : sizes) std::printf("\t %s: %d\n", what, bytes);
+    };
+    std::fputs("Structure sizes:\n\n", stdout);
+    print({{"data element (common size)", sizeof(DataElement)}, {"ascii", 24}, {"unicode", 24}, {"integer", 24},
+           {"real", 24}, {"complex", 32}, {"quaternion", 40}, {"octonion", 88}, {"file", 40}, {"continuation", 40},
+           {"subarray", 24}, {"filler", 16}});
+    std::fputs("\nIndividual element sizes (precisions):\n\n", stdout);
+    print({{"character", 1}, {"integer", 8}, {"real", 8}, {"complex", 16}, {"quaternion", 32}, {"octonion", 64}});
+    std::fputs("\nComputer internal integer sizes:\n\n", stdout);
+    print({{"unsigned char", sizeof(unsigned char)}, {"unsigned short int", sizeof(unsigned short)},
+           {"unsigned int", sizeof(unsigned)}});
+    std::printf("\t unsigned long int: %ld\n", static_cast<long>(sizeof(unsigned long)));
+    std::fputs("\n(All sizes are in bytes.)\n\nComputer implementation precision data:\n\n", stdout);
+    std::printf("\tGreatest INTEGER value = %ld\n\n", std::numeric_limits<long>::max());
+    std::printf("\tGreatest integer REAL value = %ld\n", (1L << DBL_MANT_DIG) - 1);
+    std::printf("\tREAL value precision = %.16lg\n", 1e-15);
+    std::printf("\t\tprecision in decimal numbers = %lg digits\n", 15.59);
+    std::printf("\t\teps = %lg\n", 1.110223025e-16);
+    std::printf("\t\tomega = %lg\n", DBL_MAX);
+    std::fputs("\n\n", stdout);
+}
+
+[[noreturn]] void end() {
+    std::fflush(stdout);
+    std::exit(0);
+}
+
+[[noreturn]] void report_version(bool internals) {
+    print_version();
+    if (internals) print_internals();
+    end();
+}
+
+}  // namespace
+
+void print_version() {
+    std::printf("\n\n-- %s version %s [build %d] %s --\n\n%s\n\n", "Ondrel 0.8", "n0.0 smp0.7", build, "64-bit",
+                "A postfix array language. Sentences end with a point.");
+    std::printf("\n Compiled on: %s at %s with\n %s\n\n\n", ONDREL_BUILT_ON, __DATE__ " " __TIME__, ONDREL_BUILT_WITH);
+}
+
+// A dash that has been read waits for its letter, in the next argument too if it must. The count is read as a signed
+// byte: a list of 128 words or more is not looked at.
+Options read_options(int count, char** arguments) {
+    Options options;
+    bool dash = false;
+    for (int i = static_cast<signed char>(count) - 1; i > 0; --i)
+        for (std::string_view rest = arguments[i]; !rest.empty(); rest.remove_prefix(1)) {
+            const char letter = rest[0];
+            if (letter == '-') {
+                dash = true;
+                continue;
+            }
+            const bool needs_no_dash = letter == 'u' || letter == 'v';
+            if (!dash && !needs_no_dash) continue;
+            switch (letter) {
+                case 'h': print_usage(arguments[0]); end();
+                case 'v': report_version(rest.starts_with("vv"));
+                case 'q': options.quiet = true; break;
+                case 'u': constraindirectories = false; break;
+                default: continue;
+            }
+            dash = false;
+        }
+    return options;
+}
+
+}  // namespace ondrel

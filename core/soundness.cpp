@@ -1,0 +1,83 @@
+#include "core/soundness.h"
+
+#ifdef ONDREL_CHECKS
+
+#include <cstdio>
+#include <cstdlib>
+#include <span>
+
+#include "core/stack.h"
+#include "data/blocks.h"
+
+namespace ondrel {
+namespace {
+
+// Values of more items are checked by their record alone, or a large array would cost its length at every cell.
+constexpr std::uint32_t most_items = 4096;
+
+[[noreturn]] void broken(const char* what, const DataElement& value) {
+    std::fflush(stdout);
+    std::fprintf(stderr, "\nunsound value: %s (rank %d, type %x, depth %d, elements %u)\n", what, value.rank, value.type,
+                 value.depth, value.elements);
+    std::abort();
+}
+
+// Printing lowers a number in its block for all its holders, and an array that was cut keeps the kinds that it had. So
+// the kinds of a record are a bound: an item has one of them, or a lower one that printing brought it to.
+bool admits(std::uint32_t type, std::uint32_t tag) {
+    if (type & kind_bits(tag)) return true;
+    const std::uint32_t higher = tag == tag::integer ? HASREAL | HASCOMPLEX | HASQUATERNION
+                                 : tag == tag::real  ? HASCOMPLEX | HASQUATERNION
+                                 : tag == tag::complex ? HASQUATERNION
+                                                       : 0;
+    return (type & higher) != 0;
+}
+
+void check_shape(const DataElement& value) {
+    if (value.rank < 0) broken("kind", value);
+    if (value.rank == 0) {
+        if (!(value.type & ISSCALAR) || value.shape_pointer != nullptr || value.elements != 1) broken("scalar", value);
+        return;
+    }
+    if (header(value.shape_pointer).count == 0) broken("count of the shape", value);
+    std::uint64_t product = 1;
+    for (const std::int64_t dimension : std::span(value.shape_pointer, static_cast<std::size_t>(value.rank)))
+        product *= static_cast<std::uint64_t>(dimension);
+    if (product != value.elements) broken("product of the shape", value);
+    if (!(value.type & ISSCALAR) && !(value.type & (value.rank == 1 ? ISVECTOR : ISARRAY))) broken("rank bits", value);
+    if ((value.elements == 1) != ((value.type & SHAPE_BITS) != 0)) broken("one element", value);
+}
+
+void check_value(const DataElement& value) {
+    check_shape(value);
+    if (value.last != (value.elements == 0 ? 0 : value.elements - 1)) broken("bounds", value);
+    if ((value.elements == 0) != ((value.type & ISEMPTY) != 0)) broken("emptiness", value);
+    if (value.elements == 0) {
+        if (value.data_pointer != nullptr) broken("items of an empty value", value);
+        return;
+    }
+    const void* const data = value.data_pointer;
+    if (data == nullptr || header(data).count == 0) broken("count of the items", value);
+    if (is_packed(data) && (value.elements < 2 || (value.type & PER_ITEM))) broken("packed items", value);
+    if (value.elements > 1 && mixed_kinds(value.type) != ((value.type & COMPLEXED) != 0)) broken("mixture", value);
+    if (value.elements > most_items) return;
+    for (std::uint32_t i = 0; i < value.elements; ++i) {
+        const DataElement item = item_at(data, i);
+        if (!admits(value.type, item.tag)) broken("kind of an item", value);
+        if (item.tag == tag::octonion && !is_packed(data) && header(item.octonion).count == 0) broken("octonion", value);
+        if (item.tag != tag::subarray) continue;
+        if (header(item.nested).count == 0) broken("nested record", value);
+        if (!(value.type & ISSCALAR) && value.depth <= item.nested->depth) broken("depth", value);
+        check_value(*item.nested);
+    }
+}
+
+}  // namespace
+
+void check_soundness(const Activation& activation) {
+    for (const DataElement* slot = stack + 1; slot <= activation.sp; ++slot) check_value(*slot);
+}
+
+}  // namespace ondrel
+
+#endif

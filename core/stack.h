@@ -1,0 +1,14 @@
+// The value stack. Slot 0 is never used: a stack pointer there means that the stack is empty.
+#pragma once
+
+#include "data/dataelement.h"
+
+namespace ondrel {
+
+inline constexpr int stack_slots = 16584;  // values that fit
+
+extern DataElement stack[stack_slots + 1];
+// A push is refused when the stack pointer has passed this slot.
+inline DataElement* const stacktop = stack + stack_slots - 1;
+
+}  // namespace ondrel
