@@ -77,7 +77,7 @@ Outcome run(Activation& activation) {
         const DataElement& cell = *activation.cell;
         if (cell.type == 0) return Outcome::end;
         heed_attention();
-        const Outcome outcome = cell.rank >= 0                  ? push(activation)
+        const Outcome outcome = cell.rank >= 0                ? push(activation)
                                 : cell.rank == kind::OPERATOR ? run_operator(activation)
                                                               : run_other(activation);
         check_soundness(activation);

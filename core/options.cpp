@@ -66,13 +66,23 @@ void print_internals() {
         for (const auto& [what, bytes] : sizes) std::printf("\t %s: %d\n", what, bytes);
     };
     std::fputs("Structure sizes:\n\n", stdout);
-    print({{"data element (common size)", sizeof(DataElement)}, {"ascii", 24}, {"unicode", 24}, {"integer", 24},
-           {"real", 24}, {"complex", 32}, {"quaternion", 40}, {"octonion", 88}, {"file", 40}, {"continuation", 40},
-           {"subarray", 24}, {"filler", 16}});
+    print({{"data element (common size)", sizeof(DataElement)},
+           {"ascii", 24},
+           {"unicode", 24},
+           {"integer", 24},
+           {"real", 24},
+           {"complex", 32},
+           {"quaternion", 40},
+           {"octonion", 88},
+           {"file", 40},
+           {"continuation", 40},
+           {"subarray", 24},
+           {"filler", 16}});
     std::fputs("\nIndividual element sizes (precisions):\n\n", stdout);
     print({{"character", 1}, {"integer", 8}, {"real", 8}, {"complex", 16}, {"quaternion", 32}, {"octonion", 64}});
     std::fputs("\nComputer internal integer sizes:\n\n", stdout);
-    print({{"unsigned char", sizeof(unsigned char)}, {"unsigned short int", sizeof(unsigned short)},
+    print({{"unsigned char", sizeof(unsigned char)},
+           {"unsigned short int", sizeof(unsigned short)},
            {"unsigned int", sizeof(unsigned)}});
     std::printf("\t unsigned long int: %ld\n", static_cast<long>(sizeof(unsigned long)));
     std::fputs("\n(All sizes are in bytes.)\n\nComputer implementation precision data:\n\n", stdout);

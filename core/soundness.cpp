@@ -17,8 +17,8 @@ constexpr std::uint32_t most_items = 4096;
 
 [[noreturn]] void broken(const char* what, const DataElement& value) {
     std::fflush(stdout);
-    std::fprintf(stderr, "\nunsound value: %s (rank %d, type %x, depth %d, elements %u)\n", what, value.rank, value.type,
-                 value.depth, value.elements);
+    std::fprintf(stderr, "\nunsound value: %s (rank %d, type %x, depth %d, elements %u)\n", what, value.rank,
+                 value.type, value.depth, value.elements);
     std::abort();
 }
 
@@ -26,8 +26,8 @@ constexpr std::uint32_t most_items = 4096;
 // the kinds of a record are a bound: an item has one of them, or a lower one that printing brought it to.
 bool admits(std::uint32_t type, std::uint32_t tag) {
     if (type & kind_bits(tag)) return true;
-    const std::uint32_t higher = tag == tag::integer ? HASREAL | HASCOMPLEX | HASQUATERNION
-                                 : tag == tag::real  ? HASCOMPLEX | HASQUATERNION
+    const std::uint32_t higher = tag == tag::integer   ? HASREAL | HASCOMPLEX | HASQUATERNION
+                                 : tag == tag::real    ? HASCOMPLEX | HASQUATERNION
                                  : tag == tag::complex ? HASQUATERNION
                                                        : 0;
     return (type & higher) != 0;
@@ -64,7 +64,8 @@ void check_value(const DataElement& value) {
     for (std::uint32_t i = 0; i < value.elements; ++i) {
         const DataElement item = item_at(data, i);
         if (!admits(value.type, item.tag)) broken("kind of an item", value);
-        if (item.tag == tag::octonion && !is_packed(data) && header(item.octonion).count == 0) broken("octonion", value);
+        if (item.tag == tag::octonion && !is_packed(data) && header(item.octonion).count == 0)
+            broken("octonion", value);
         if (item.tag != tag::subarray) continue;
         if (header(item.nested).count == 0) broken("nested record", value);
         if (!(value.type & ISSCALAR) && value.depth <= item.nested->depth) broken("depth", value);

@@ -74,8 +74,9 @@ bool take_area(unsigned k) {
         pre_brk += skip;
         pre_brk_left -= skip;
     }
-    if (bytes >= huge) madvise(reinterpret_cast<void*>((reinterpret_cast<std::uintptr_t>(area) + page - 1) / page * page),
-                               bytes, MADV_HUGEPAGE);
+    if (bytes >= huge)
+        madvise(reinterpret_cast<void*>((reinterpret_cast<std::uintptr_t>(area) + page - 1) / page * page), bytes,
+                MADV_HUGEPAGE);
     return true;
 }
 
@@ -93,9 +94,7 @@ bool fill_bucket(unsigned k) {
 }
 
 // Below this part of its class a block of class k is given up for a smaller one.
-constexpr std::size_t shrink_divisor(unsigned k) {
-    return k < 16 ? 32 : k < 19 ? 16 : k < 22 ? 8 : k < 25 ? 4 : 2;
-}
+constexpr std::size_t shrink_divisor(unsigned k) { return k < 16 ? 32 : k < 19 ? 16 : k < 22 ? 8 : k < 25 ? 4 : 2; }
 
 }  // namespace
 

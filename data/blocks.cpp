@@ -185,7 +185,8 @@ std::uint32_t kinds_of(const void* block, std::size_t n) {
     if (is_packed(block)) {
         kinds = kind_bits(head_tag(header(block).head));
     } else {
-        for (const DataElement& item : std::span(static_cast<const DataElement*>(block), n)) kinds |= kind_bits(item.tag);
+        for (const DataElement& item : std::span(static_cast<const DataElement*>(block), n))
+            kinds |= kind_bits(item.tag);
     }
     return kinds | (n > 1 && mixed_kinds(kinds) ? COMPLEXED : 0);
 }
@@ -206,8 +207,8 @@ DataElement make_array(std::int64_t* shape, std::int32_t rank, void* data, std::
                        std::uint32_t kinds) {
     DataElement record{};
     record.rank = rank;
-    record.type = kinds | (rank > 1 ? ISARRAY : ISVECTOR) | (elements == 1 ? ISONEELEMENT : 0) |
-                  (elements == 0 ? ISEMPTY : 0);
+    record.type =
+        kinds | (rank > 1 ? ISARRAY : ISVECTOR) | (elements == 1 ? ISONEELEMENT : 0) | (elements == 0 ? ISEMPTY : 0);
     record.shape_pointer = shape;
     record.depth = 1;
     set_elements(record, elements);

@@ -114,8 +114,7 @@ void pack(DataElement& record);
 
 // A fresh value: `elements`, bounds and type are set from what the caller says; the depth is 1, or 0 for a scalar.
 // Takes over the references of `shape` and `data`.
-DataElement make_array(std::int64_t* shape, std::int32_t rank, void* data, std::uint32_t elements,
-                       std::uint32_t kinds);
+DataElement make_array(std::int64_t* shape, std::int32_t rank, void* data, std::uint32_t elements, std::uint32_t kinds);
 // A scalar of the item, whose references it takes over; if there is no memory they stay the caller's.
 DataElement make_scalar(const DataElement& item);
 DataElement make_empty(std::uint32_t kinds = 0);  // the empty vector; allocates nothing

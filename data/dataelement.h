@@ -69,7 +69,7 @@ inline constexpr std::uint32_t ISVARIABLE = 0x1, ISLOCAL = 0x2, ISADDRESS = 0x4,
                                ISARRAY = 0x80000, ISSTRUCTURE = 0x100000, ISEMPTY = 0x200000, HASFILE = 0x400000,
                                ISPROBABLE = 0x800000, CONDITIONAL = 0x10000000, YES = 0x20000000;
 
-inline constexpr std::uint32_t KIND_BITS = 0x407f00;              // all the HAS bits
+inline constexpr std::uint32_t KIND_BITS = 0x407f00;                  // all the HAS bits
 inline constexpr std::uint32_t SHAPE_BITS = ISSCALAR | ISONEELEMENT;  // takes part as a single value
 inline constexpr std::uint32_t RANK_BITS = ISSCALAR | ISONEELEMENT | ISVECTOR | ISARRAY;
 inline constexpr std::uint32_t PER_ITEM = COMPLEXED | STRUCTURED;  // verbs look at every item's tag

@@ -5,8 +5,8 @@
 // only `fill` and the level-0 activation of `machine` catch. Owners on the way give back what they hold.
 #pragma once
 
-#include <csignal>
 #include <csetjmp>
+#include <csignal>
 #include <cstdio>
 
 #include "data/dataelement.h"

@@ -330,8 +330,9 @@ void put_operator(Output& out, int indent, const DataElement& cell, bool listed)
         return;
     }
     const bool conditional = is_instruction(cell, IF_YES) || is_instruction(cell, IF_NO);
-    const bool combining = is_instruction(cell, OUTERPRODUCT) || (cell.depth >= static_cast<std::int16_t>(SCAN) &&
-                                                                  cell.depth <= static_cast<std::int16_t>(REDUCENWISELASTAXIS));
+    const bool combining =
+        is_instruction(cell, OUTERPRODUCT) ||
+        (cell.depth >= static_cast<std::int16_t>(SCAN) && cell.depth <= static_cast<std::int16_t>(REDUCENWISELASTAXIS));
     if (conditional) {
         if (cell.elements != 0) {
             out.put(name_of(static_cast<std::uint16_t>(cell.elements)));

@@ -20,7 +20,7 @@ enum class Condition { sentence, vector, shape, text, mask_word };
 
 DataElement *buffer, *cursor;
 Condition condition;
-bool dropping;                         // the sentence has outgrown its buffer, or a literal its levels
+bool dropping;  // the sentence has outgrown its buffer, or a literal its levels
 bool line_ends_sentence;
 std::size_t refused_levels;            // parentheses opened beyond the deepest level
 std::vector<std::int64_t> dimensions;  // of the shape being read
@@ -290,7 +290,8 @@ void begin_shape(std::size_t length) {
 
 // Blanks from `at` on, newlines too if they may stand there, and then an opening bracket: where it ends, else 0.
 std::size_t shape_follows(std::size_t at, bool newlines) {
-    for (int c; (c = peek(at)) == ' ' || c == '\t' || (newlines && (c == '\n' || c == '\r')); ++at) {}
+    for (int c; (c = peek(at)) == ' ' || c == '\t' || (newlines && (c == '\n' || c == '\r')); ++at) {
+    }
     return peek(at) == '[' ? at + 1 : 0;
 }
 

@@ -39,7 +39,9 @@ constexpr TokenRow conditional(std::string_view spellings, Instruction instructi
 constexpr TokenRow modifier(std::string_view spellings, Instruction instruction) {
     return {spellings, TokenAction::modify_mask, instruction, NIHIL, 0, true};
 }
-constexpr TokenRow mark(std::string_view spellings, TokenAction action) { return {spellings, action, NIHIL, NIHIL, 0, false}; }
+constexpr TokenRow mark(std::string_view spellings, TokenAction action) {
+    return {spellings, action, NIHIL, NIHIL, 0, false};
+}
 constexpr TokenRow real(std::string_view spellings, double value) {
     return {spellings, TokenAction::real_constant, NIHIL, NIHIL, value, true};
 }
@@ -485,15 +487,14 @@ void add_rows(Tree& tree, std::span<const TokenRow> rows) {
         for (std::size_t at = 0; at < row.spellings.size();) {
             const std::size_t end = std::min(row.spellings.find(' ', at), row.spellings.size());
             const std::string_view spelling = row.spellings.substr(at, end - at);
-            tokens.push_back({&row, permanent_text(spelling), spelling[0] == '-' && spelling.size() > 1 && spelling[1] == '#'});
+            tokens.push_back(
+                {&row, permanent_text(spelling), spelling[0] == '-' && spelling.size() > 1 && spelling[1] == '#'});
             add_spelling(tree, 0, spelling, static_cast<int>(tokens.size()) - 1);
             at = end + 1;
         }
 }
 
-bool is_word(int c) {
-    return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '_';
-}
+bool is_word(int c) { return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '_'; }
 
 }  // namespace
 

@@ -12,14 +12,14 @@ namespace ondrel {
 
 // What a token does besides, or instead of, writing an OPERATOR cell.
 enum class TokenAction {
-    instruction,        // one cell: `instruction`, qualified by `second`
-    selector,           // behind a hidden integer
-    exponent,           // behind a hidden real
-    pair,               // `instruction`, then a cell of `second` with empty text
-    combine,            // rewrites the OPERATOR cell before: that verb qualifies `instruction`
-    condition,          // makes the cell before conditional
-    modify_mask,        // waits for MASK
-    leave,              // gives the sentence up
+    instruction,  // one cell: `instruction`, qualified by `second`
+    selector,     // behind a hidden integer
+    exponent,     // behind a hidden real
+    pair,         // `instruction`, then a cell of `second` with empty text
+    combine,      // rewrites the OPERATOR cell before: that verb qualifies `instruction`
+    condition,    // makes the cell before conditional
+    modify_mask,  // waits for MASK
+    leave,        // gives the sentence up
     nothing,
     sentence_end,
     comment,

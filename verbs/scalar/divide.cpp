@@ -21,10 +21,8 @@ struct Divide {
         return q == static_cast<double>(whole) ? as_integer(whole) : as_real(q);
     }
     template <class A, class B>
-        requires requires(const A& a, const B& b) { quotient(a, b); }
-    static auto apply(const A& a, const B& b) {
-        return quotient(a, b);
-    }
+    requires requires(const A& a, const B& b) { quotient(a, b); }
+    static auto apply(const A& a, const B& b) { return quotient(a, b); }
 
     // Magnitudes divide and angles subtract.
     static Complex polar(Complex a, Complex b, Forms forms) {
@@ -39,7 +37,8 @@ struct Divide {
 struct Residue {
     static constexpr std::uint32_t refused = HASASCII | HASUNICODE | ISADDRESS;
     template <class A, class B>
-    static constexpr bool takes = both_numbers<A, B> && level_of<A> <= level_of<Complex> && level_of<B> <= level_of<Complex>;
+    static constexpr bool takes =
+        both_numbers<A, B>&& level_of<A> <= level_of<Complex>&& level_of<B> <= level_of<Complex>;
     template <class A, class B>
     static constexpr int missing = both_numbers<A, B> ? 994 : 162;
     static constexpr auto head = arithmetic_head;

@@ -77,9 +77,10 @@ struct Payload {
 
 Payload payload_of(const DataElement& record, bool single) {
     void* const data = record.data_pointer;
-    if (!single) return is_packed(data) ? Payload{header(data).head, static_cast<const std::byte*>(data),
-                                                  item_width(header(data).head)}
-                                        : Payload{};
+    if (!single)
+        return is_packed(data)
+                   ? Payload{header(data).head, static_cast<const std::byte*>(data), item_width(header(data).head)}
+                   : Payload{};
     const DataElement& item = items_of(record)[0];
     if (kind_index(item.tag) >= kinds) return {};
     return {item.head, static_cast<const std::byte*>(value_of(item)), 0};
@@ -106,8 +107,8 @@ std::size_t run(DyadicLoop loop, Payload left, Payload right, void* result, std:
     auto* const out = static_cast<std::byte*>(result);
     for (std::size_t done = 0; done < n;) {
         const std::size_t stretch = std::min(n - done, heed_every);
-        const std::size_t wrote = loop(left.values + done * left.width, right.values + done * right.width,
-                                       out + done * width, stretch);
+        const std::size_t wrote =
+            loop(left.values + done * left.width, right.values + done * right.width, out + done * width, stretch);
         done += wrote;
         if (wrote < stretch) return done;
         if (!in_place) heed_attention();

@@ -32,16 +32,16 @@ struct Extreme {
 
     static constexpr std::uint32_t refused = ISADDRESS;
     template <class A, class B>
-    static constexpr bool plain_numbers = both_numbers<A, B> && level_of<A> <= 1 && level_of<B> <= 1;
+    static constexpr bool plain_numbers = both_numbers<A, B>&& level_of<A> <= 1 && level_of<B> <= 1;
     template <class A, class B>
-    static constexpr bool characters = std::is_same_v<A, std::uint8_t> && std::is_same_v<B, std::uint8_t>;
+    static constexpr bool characters = std::is_same_v<A, std::uint8_t>&& std::is_same_v<B, std::uint8_t>;
     template <class A, class B>
     static constexpr bool takes = plain_numbers<A, B> || characters<A, B>;
     // Only MINIMUM orders quaternions.
     static constexpr int highest = greatest ? level_of<Complex> : level_of<Quaternion>;
     template <class A, class B>
-    static constexpr bool special =
-        takes<A, B> || (both_numbers<A, B> && level_of<A> <= highest && level_of<B> <= highest);
+    static constexpr bool special = takes<A, B> ||
+                                    (both_numbers<A, B> && level_of<A> <= highest && level_of<B> <= highest);
     template <class A, class B>
     static constexpr int missing =
         both_numbers<A, B> || std::is_same_v<A, Unicode> || std::is_same_v<B, Unicode> ? 994 : 162;

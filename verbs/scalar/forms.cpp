@@ -56,14 +56,14 @@ DataElement unmark_degrees(const DataElement& item, Site) {
     return unmarked;
 }
 
-constexpr MonadicVerb polar_verb{{refuse, refuse, same, same, to_polar_item<Complex>, to_polar_item<Quaternion>,
-                                  to_polar_item<Octonion>}};
+constexpr MonadicVerb polar_verb{
+    {refuse, refuse, same, same, to_polar_item<Complex>, to_polar_item<Quaternion>, to_polar_item<Octonion>}};
 constexpr MonadicVerb cartesian_verb{{refuse, refuse, same, same, to_cartesian_item<Complex>,
                                       to_cartesian_item<Quaternion>, to_cartesian_item<Octonion>}};
-constexpr MonadicVerb deg_verb{{refuse, refuse, in_degrees<std::int64_t>, in_degrees<double>, mark_degrees,
-                                mark_degrees, mark_degrees}};
-constexpr MonadicVerb rad_verb{{refuse, refuse, in_radians<std::int64_t>, in_radians<double>, unmark_degrees,
-                                unmark_degrees, unmark_degrees}};
+constexpr MonadicVerb deg_verb{
+    {refuse, refuse, in_degrees<std::int64_t>, in_degrees<double>, mark_degrees, mark_degrees, mark_degrees}};
+constexpr MonadicVerb rad_verb{
+    {refuse, refuse, in_radians<std::int64_t>, in_radians<double>, unmark_degrees, unmark_degrees, unmark_degrees}};
 
 }  // namespace
 

@@ -22,10 +22,8 @@ struct Multiply {
         return fits_integer(exact) ? as_integer(static_cast<std::int64_t>(exact)) : as_real(exact);
     }
     template <class A, class B>
-        requires requires(const A& a, const B& b) { product(a, b); }
-    static auto apply(const A& a, const B& b) {
-        return product(a, b);
-    }
+    requires requires(const A& a, const B& b) { product(a, b); }
+    static auto apply(const A& a, const B& b) { return product(a, b); }
 
     // Magnitudes multiply and angles add. A polar number behind a cartesian one is computed as cartesian; one that a
     // real scales keeps its angle.

@@ -292,8 +292,10 @@ template <class Rule>
 constexpr DyadicVerb make_dyadic() {
     DyadicVerb verb{Rule::refused, {}};
     [&]<std::size_t... cell>(std::index_sequence<cell...>) {
-        ((verb.pairs[cell / kinds][cell % kinds] = kinds_of_pair<Rule, KindAt<cell / kinds>, KindAt<cell % kinds>>()), ...);
-    }(std::make_index_sequence<kinds * kinds>{});
+        ((verb.pairs[cell / kinds][cell % kinds] = kinds_of_pair<Rule, KindAt<cell / kinds>, KindAt<cell % kinds>>()),
+         ...);
+    }
+    (std::make_index_sequence<kinds * kinds>{});
     return verb;
 }
 

@@ -1,0 +1,65 @@
+#include "tests/evaluator.h"
+
+#include <cstdio>
+#include <cstdlib>
+
+#include "core/machine.h"
+#include "core/stack.h"
+#include "data/blocks.h"
+#include "translator/scanner.h"
+#include "translator/tokens.h"
+
+namespace ondrel {
+namespace {
+
+// Both standard streams of this process, caught in one text for as long as it lives.
+struct Capture {
+    char* text = nullptr;
+    std::size_t length = 0;
+    std::FILE* const memory = open_memstream(&text, &length);
+    std::FILE *const out = stdout, *const error = stderr;
+
+    Capture() { stdout = stderr = memory; }
+    ~Capture() {
+        stdout = out;
+        stderr = error;
+        std::fclose(memory);
+        std::free(text);
+    }
+    std::string so_far() {
+        std::fflush(memory);
+        return {text, length};
+    }
+};
+
+}  // namespace
+
+Evaluator::Evaluator() : sp(stack) {
+    static const bool tables = (make_token_tables(), true);
+    static_cast<void>(tables);
+    endprocess = A_Problem = PrintOut = false;
+}
+
+Evaluator::~Evaluator() { clear(); }
+
+std::string Evaluator::run(std::string_view text) {
+    static DataElement cells[sentence_cells];
+    const std::string copy(text);
+    const char* position = copy.c_str();
+    Capture capture;
+    while (*position != '\0') {
+        if (fill(cells, nullptr, &position, false) == 0) continue;
+        sp = machine(cells, stack + 1, sp, 0);
+        cleanup(cells);
+    }
+    endprocess = false;  // the end of a text is not the end of the test
+    return capture.so_far();
+}
+
+long Evaluator::height() const { return sp - stack; }
+
+void Evaluator::clear() {
+    while (sp > stack) dereferencepoint(*sp--);
+}
+
+}  // namespace ondrel
