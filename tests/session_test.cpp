@@ -1,0 +1,202 @@
+// Sessions and examples: each file is a test, found when the tests are run.
+//
+// A session (sessions/NAME.session) reads like a transcript. Lines that begin with "> " are typed; consecutive ones are
+// one block. What follows, up to the next such line or a comment line ("## "), is what must come back on both standard
+// streams, newlines at its beginning and end left out. "[n]" alone on a line is a prompt with n values on the stack: a
+// block runs as many sentences as it has such lines, and one if it has none. \xNN is that byte.
+//
+// An example (examples/NAME.ond) runs with -q, and its output must be NAME.out byte for byte, the time left out.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <regex>
+
+#include "tests/process.h"
+
+namespace ondrel {
+namespace {
+
+namespace fs = std::filesystem;
+
+std::string contents(const fs::path& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+std::string trimmed(std::string_view text) {
+    const std::size_t first = text.find_first_not_of('\n');
+    if (first == std::string_view::npos) return {};
+    return std::string(text.substr(first, text.find_last_not_of('\n') - first + 1));
+}
+
+// What one sentence brings: the text, and the number in the prompt behind it, if it is to be compared.
+struct Reply {
+    std::string text;
+    std::string height;
+
+    std::string shown() const {
+        const std::string words = escaped(trimmed(text));
+        if (height.empty()) return words;
+        return words + (words.empty() ? "" : "\n") + '[' + height + ']';
+    }
+};
+
+struct Block {
+    int line;
+    std::string input;
+    std::vector<Reply> expected;
+};
+
+bool is_height(const std::string& line) {
+    return line.size() > 2 && line.front() == '[' && line.back() == ']' &&
+           std::all_of(line.begin() + 1, line.end() - 1, [](char c) { return c >= '0' && c <= '9'; });
+}
+
+std::vector<Block> read_session(const fs::path& path) {
+    std::vector<Block> blocks;
+    std::ifstream file(path, std::ios::binary);
+    std::string line, words;
+    const auto end_reply = [&](const std::string& height) {
+        if (!blocks.empty()) blocks.back().expected.push_back({unescaped(words), height});
+        words.clear();
+    };
+    const auto end_block = [&] {
+        if (!trimmed(words).empty() || (!blocks.empty() && blocks.back().expected.empty())) end_reply("");
+        words.clear();
+    };
+    bool typing = false;
+    for (int number = 1; std::getline(file, line); ++number) {
+        if (line.starts_with("> ")) {
+            if (!typing) {
+                end_block();
+                blocks.push_back({number, {}, {}});
+            }
+            blocks.back().input += unescaped(line.substr(2)) + '\n';
+            typing = true;
+            continue;
+        }
+        typing = false;
+        if (line == "##" || line.starts_with("## "))
+            continue;
+        else if (is_height(line))
+            end_reply(line.substr(1, line.size() - 2));
+        else
+            words += line + '\n';
+    }
+    end_block();
+    return blocks;
+}
+
+// The replies of a run: what came before each prompt, the greeting first and the farewell, without a prompt, last.
+std::vector<Reply> split_at_prompts(const std::string& output) {
+    static const std::regex prompt("\n\nOndrel \\[(-?[0-9]+)\\]> ");
+    std::vector<Reply> replies;
+    auto from = output.begin();
+    for (std::sregex_iterator found(output.begin(), output.end(), prompt), none; found != none; ++found) {
+        replies.push_back({std::string(from, output.begin() + found->position()), (*found)[1]});
+        from = output.begin() + found->position() + found->length();
+    }
+    replies.push_back({std::string(from, output.end()), {}});
+    return replies;
+}
+
+// The clock's own line, in whatever build, says nothing.
+std::string without_time(const std::string& output) { return output.substr(0, output.rfind("--- Spent: ")); }
+
+std::string shown(const std::vector<Reply>& replies) {
+    std::string text;
+    for (const Reply& reply : replies) text += reply.shown() + '\n';
+    return text;
+}
+
+class Session : public testing::Test {
+public:
+    explicit Session(fs::path path) : path_(std::move(path)) {}
+
+    void TestBody() override {
+        const std::vector<Block> blocks = read_session(path_);
+        ASSERT_FALSE(blocks.empty()) << path_ << " types nothing";
+        std::string input;
+        for (const Block& block : blocks) input += block.input;
+        const Result run = run_program(input);
+
+        std::vector<Reply> replies = split_at_prompts(without_time(run.output));
+        const Reply farewell = replies.back();
+        replies.pop_back();
+        std::size_t next = 1;  // behind the greeting
+        for (const Block& block : blocks) {
+            const bool ended = next + block.expected.size() > replies.size();
+            std::vector<Reply> actual(
+                replies.begin() + static_cast<std::ptrdiff_t>(std::min(next, replies.size())),
+                ended ? replies.end() : replies.begin() + static_cast<std::ptrdiff_t>(next + block.expected.size()));
+            for (std::size_t i = 0; i < actual.size(); ++i)
+                if (block.expected[i].height.empty()) actual[i].height.clear();
+            if (ended) actual.push_back(farewell);
+            next += block.expected.size();
+            if (shown(actual) == shown(block.expected)) continue;
+            ADD_FAILURE_AT(path_.c_str(), block.line) << "typed:\n"
+                                                      << escaped(block.input) << "expected:\n"
+                                                      << shown(block.expected) << "actual:\n"
+                                                      << shown(actual);
+            if (++failures_ == most_failures || ended) break;
+        }
+        const bool ended_early = next == replies.size() + 1;  // the last sentence was the end of the process
+        if (failures_ == 0 && next != replies.size() && !ended_early)
+            ADD_FAILURE_AT(path_.c_str(), blocks.back().line)
+                << "more sentences ran than the session has: " << replies.size() - next << " more replies at the end";
+        EXPECT_FALSE(run.timed_out) << path_;
+        EXPECT_EQ(run.exit_code, 0) << path_ << " ended with:\n" << escaped(farewell.text);
+        EXPECT_EQ(run.output.find("blocks were not given back"), std::string::npos) << path_ << " ended with:\n"
+                                                                                    << escaped(farewell.text);
+    }
+
+private:
+    static constexpr int most_failures = 5;  // the rest of a session that has lost its step says nothing more
+    fs::path path_;
+    int failures_ = 0;
+};
+
+class Example : public testing::Test {
+public:
+    explicit Example(fs::path path) : path_(std::move(path)) {}
+
+    void TestBody() override {
+        const fs::path expected = fs::path(path_).replace_extension(".out");
+        ASSERT_TRUE(fs::exists(expected)) << expected;
+        const Result run = run_program(contents(path_), {.arguments = {"-q"}});
+        EXPECT_EQ(escaped(without_time(run.output)), escaped(without_time(contents(expected)))) << path_;
+        EXPECT_EQ(run.exit_code, 0) << path_;
+        EXPECT_FALSE(run.timed_out) << path_;
+    }
+
+private:
+    fs::path path_;
+};
+
+template <class Kind>
+void register_files(const char* suite, const char* directory, const char* extension) {
+    if (!fs::is_directory(directory)) return;
+    std::vector<fs::path> paths;
+    for (const auto& entry : fs::directory_iterator(directory))
+        if (entry.path().extension() == extension) paths.push_back(entry.path());
+    std::sort(paths.begin(), paths.end());
+    for (const fs::path& path : paths) {
+        std::string name = path.stem();
+        std::replace_if(
+            name.begin(), name.end(), [](char c) { return !std::isalnum(static_cast<unsigned char>(c)); }, '_');
+        testing::RegisterTest(suite, name.c_str(), nullptr, nullptr, path.c_str(), 1,
+                              [path]() -> testing::Test* { return new Kind(path); });
+    }
+}
+
+const bool registered = [] {
+    register_files<Session>("Session", ONDREL_SESSIONS, ".session");
+    register_files<Example>("Example", ONDREL_EXAMPLES, ".ond");
+    return true;
+}();
+
+}  // namespace
+}  // namespace ondrel
