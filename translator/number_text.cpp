@@ -9,6 +9,7 @@
 #include "data/blocks.h"
 #include "numbers/kinds.h"
 #include "numbers/polar.h"
+#include "translator/source.h"
 
 namespace ondrel {
 namespace {
@@ -19,11 +20,13 @@ constexpr char high_minus = '\xAF';
 bool is_digit(int c) { return c >= '0' && c <= '9'; }
 bool is_sign(int c) { return c == '-' || c == static_cast<unsigned char>(high_minus); }
 
+template <class Peek>
 std::size_t skip_digits(Peek peek, std::size_t at) {
     while (is_digit(peek(at))) ++at;
     return at;
 }
 
+template <class Peek>
 bool matches(Peek peek, std::size_t at, std::string_view word) {
     for (std::size_t i = 0; i < word.size(); ++i)
         if (peek(at + i) != word[i]) return false;
@@ -31,6 +34,7 @@ bool matches(Peek peek, std::size_t at, std::string_view word) {
 }
 
 // Where an exponent behind a number ends, or `at` if there is none. A negative one makes the number a real.
+template <class Peek>
 std::size_t skip_exponent(Peek peek, std::size_t at, NumberForm& form) {
     if (peek(at) != 'e' && peek(at) != 'E') return at;
     const int sign = peek(at + 1);
@@ -41,6 +45,7 @@ std::size_t skip_exponent(Peek peek, std::size_t at, NumberForm& form) {
 }
 
 // One component: an integer or a real. Returns where it ends, or `at` if none begins there.
+template <class Peek>
 std::size_t skip_component(Peek peek, std::size_t at, NumberForm& form) {
     if (matches(peek, at, "NaN") || matches(peek, at, "nan")) {
         form = NumberForm::real;
@@ -68,6 +73,7 @@ std::size_t skip_component(Peek peek, std::size_t at, NumberForm& form) {
 bool is_binary_digit(int c) { return c == '0' || c == '1' || c == '|'; }
 
 // The end of "0#" and binary digits, or `at`.
+template <class Peek>
 std::size_t skip_binary(Peek peek, std::size_t at) {
     if (!matches(peek, at, "0#") || !is_binary_digit(peek(at + 2))) return at;
     std::size_t end = at + 3;
@@ -81,6 +87,7 @@ struct Prefix {
     bool plain = true, cartesian = true, polar = true;
 };
 
+template <class Peek>
 Prefix read_prefix(Peek peek, std::size_t at) {
     Prefix prefix;
     if (peek(at) == '#') {
@@ -96,6 +103,7 @@ Prefix read_prefix(Peek peek, std::size_t at) {
 }
 
 // Adds components behind the first one, each led by a letter further on in the list.
+template <class Peek>
 std::size_t skip_components(Peek peek, std::size_t end, std::string_view letters) {
     for (std::size_t next = 0; next < letters.size();) {
         const int c = peek(end);
@@ -112,7 +120,9 @@ std::size_t skip_components(Peek peek, std::size_t end, std::string_view letters
 
 }  // namespace
 
-NumberMatch match_number(Peek peek, std::size_t at, bool polar_allowed) {
+NumberMatch match_number(bool polar_allowed) {
+    constexpr auto peek = [](std::size_t at) { return ondrel::peek(at); };
+    constexpr std::size_t at = 0;
     if (peek(at) == '`') {
         const std::size_t end = skip_binary(peek, at + 1);
         if (!polar_allowed || end == at + 1 || peek(end) != '`') return {};
@@ -134,7 +144,9 @@ NumberMatch match_number(Peek peek, std::size_t at, bool polar_allowed) {
     return prefix.plain ? NumberMatch{form, first - at} : NumberMatch{};
 }
 
-NumberMatch match_integer(Peek peek, std::size_t at) {
+NumberMatch match_integer() {
+    constexpr auto peek = [](std::size_t at) { return ondrel::peek(at); };
+    constexpr std::size_t at = 0;
     const std::size_t start = at + is_sign(peek(at));
     const std::size_t end = skip_digits(peek, start);
     if (end == start) return {};
@@ -189,12 +201,10 @@ DataElement real_item(std::string_view text) {
     return item;
 }
 
-// A reader of a text in memory for the matching functions above.
-thread_local std::string_view memory;
-int peek_memory(std::size_t at) { return at < memory.size() ? static_cast<unsigned char>(memory[at]) : -1; }
-
-DataElement hypercomplex_item(const std::string& text, bool polar) {
-    memory = text;
+DataElement hypercomplex_item(std::string_view text, bool polar) {
+    const auto peek_memory = [&](std::size_t at) {
+        return at < text.size() ? static_cast<unsigned char>(text[at]) : -1;
+    };
     const std::string_view letters = polar ? polar_letters : cartesian_letters;
     const Prefix prefix = read_prefix(peek_memory, 0);
     const bool plain_components = text[0] == '#', in_degrees = text[0] == 'd';
@@ -205,7 +215,7 @@ DataElement hypercomplex_item(const std::string& text, bool polar) {
     for (std::size_t at = prefix.length; at < text.size();) {
         NumberForm form;
         const std::size_t end = skip_component(peek_memory, at, form);
-        components[place] = to_double(std::string_view(text).substr(at, end - at));
+        components[place] = to_double(text.substr(at, end - at));
         if (in_degrees && place > 0) components[place] *= radians_per_degree;
         highest = place;
         if (end == text.size()) break;
@@ -233,11 +243,12 @@ DataElement hypercomplex_item(const std::string& text, bool polar) {
 }  // namespace
 
 DataElement number_item(std::string_view text, NumberForm form) {
+    std::string fixed;
+    if (text.find(high_minus) != text.npos) text = fixed = fixsign(text);
     switch (form) {
-        case NumberForm::integer:
-            return text.find(high_minus) == text.npos ? integer_item(text) : integer_item(fixsign(text));
-        case NumberForm::real: return real_item(fixsign(text));
-        default: return hypercomplex_item(fixsign(text), form == NumberForm::polar);
+        case NumberForm::integer: return integer_item(text);
+        case NumberForm::real: return real_item(text);
+        default: return hypercomplex_item(text, form == NumberForm::polar);
     }
 }
 

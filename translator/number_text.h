@@ -23,13 +23,10 @@ struct NumberMatch {
     std::size_t length = 0;
 };
 
-// The byte `at` positions ahead, or a value outside 0 to 255 at the end of the input.
-using Peek = int (*)(std::size_t at);
-
-// The longest number that begins `at` bytes ahead, polar numbers left out if they cannot stand there.
-NumberMatch match_number(Peek peek, std::size_t at, bool polar_allowed);
+// The longest number that begins at the next byte of the source, polar numbers left out if they cannot stand there.
+NumberMatch match_number(bool polar_allowed);
 // The same for an integer alone.
-NumberMatch match_integer(Peek peek, std::size_t at);
+NumberMatch match_integer();
 
 // The item that the text of a match stands for: integer, real or hypercomplex, with the form and the marks that its
 // prefixes ask for. The caller owns the item; an octonion has a fresh block.

@@ -10,6 +10,7 @@
 #include "data/blocks.h"
 #include "data/errors.h"
 #include "translator/literals.h"
+#include "translator/number_text.h"
 #include "translator/source.h"
 #include "translator/tokens.h"
 
@@ -296,7 +297,7 @@ std::size_t shape_follows(std::size_t at, bool newlines) {
 }
 
 void scan_shape() {
-    if (const NumberMatch match = match_integer(peek, 0); match.length > 0) {
+    if (const NumberMatch match = match_integer(); match.length > 0) {
         const DataElement item = number_item(ahead(match.length), match.form);
         consume(match.length);
         if (item.tag == tag::real)
@@ -323,7 +324,7 @@ void scan_text() {
     }
     if (c == '"') return copy_out(1);
     if (c == '`')
-        if (const NumberMatch match = match_number(peek, 0, true); match.form == NumberForm::binary_character) {
+        if (const NumberMatch match = match_number(true); match.form == NumberForm::binary_character) {
             const DataElement item = matched_item(match, true);
             if (refused_levels == 0) add_character(item.ascii, true);
             return consume(match.length);
@@ -373,8 +374,8 @@ void scan_vector() {
         return close_literal_level();
     }
     if (c == '\'') return scan_quote();
-    const NumberMatch number = match_number(peek, 0, false);
-    const TokenMatch constant = match_token(peek, Vocabulary::constants);
+    const NumberMatch number = match_number(false);
+    const TokenMatch constant = match_token(Vocabulary::constants);
     if (constant.weight > number.length) {
         add_to_literal([&] { return named_item(*constant.token); });
         consume(constant.length);
@@ -392,7 +393,7 @@ void scan_mask_word() {
     if (c == ' ' || c == '\t' || c == '\r') return consume(1);
     if (c == '\n') return copy_out(1);
     condition = Condition::sentence;
-    const TokenMatch match = match_token(peek, Vocabulary::sentence);
+    const TokenMatch match = match_token(Vocabulary::sentence);
     if (match.token == nullptr || std::string_view(match.token->text) != "MASK") {
         report(982);
         dereferencepoint(*cursor);
@@ -472,8 +473,8 @@ bool scan_sentence() {
         consume(1);
         return c == '\n' && line_ends_sentence;
     }
-    const TokenMatch token = match_token(peek, Vocabulary::sentence);
-    const NumberMatch number = match_number(peek, 0, true);
+    const TokenMatch token = match_token(Vocabulary::sentence);
+    const NumberMatch number = match_number(true);
     const std::size_t scoped = scoped_name_length();
     if (token.weight >= number.length && token.weight >= scoped && token.token != nullptr) return act(token);
     if (number.length > scoped) {

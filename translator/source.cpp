@@ -3,19 +3,23 @@
 #include <string>
 
 namespace ondrel {
+
+std::string_view waiting;
+
 namespace {
 
 std::FILE* yyin;
 const char* string;
-std::string waiting;  // looked at; the first `taken` of them are consumed
-std::size_t taken;
+std::string buffer;  // `waiting` is its end
 bool ended;
 
+// 0 or less at the end. Only in memory does \xFF end a text.
 int next_byte() {
     if (yyin != nullptr) return getc_unlocked(yyin);
-    const int byte = static_cast<signed char>(*string);
-    if (byte != 0 && byte != -1) ++string;
-    return byte < -1 ? byte + 256 : byte;
+    const auto byte = static_cast<unsigned char>(*string);
+    if (byte == 0 || byte == 0xFF) return 0;
+    ++string;
+    return byte;
 }
 
 }  // namespace
@@ -23,34 +27,31 @@ int next_byte() {
 void open_source(std::FILE* stream, const char* text) {
     yyin = stream;
     string = text;
-    waiting.clear();
-    taken = 0;
+    buffer.clear();
+    waiting = {};
     ended = false;
 }
 
-int peek(std::size_t at) {
-    while (taken + at >= waiting.size()) {
+int peek_further(std::size_t at) {
+    if (waiting.empty()) buffer.clear();
+    const std::size_t consumed = buffer.size() - waiting.size();
+    while (buffer.size() - consumed <= at) {
         const int byte = ended ? 0 : next_byte();
         if (byte <= 0) {
             ended = true;
             return -1;
         }
-        waiting.push_back(static_cast<char>(byte));
+        buffer.push_back(static_cast<char>(byte));
+        waiting = std::string_view(buffer).substr(consumed);
     }
-    return static_cast<unsigned char>(waiting[taken + at]);
-}
-
-std::string_view ahead(std::size_t length) { return std::string_view(waiting).substr(taken, length); }
-
-void consume(std::size_t length) {
-    taken += length;
-    if (taken < waiting.size()) return;
-    waiting.clear();
-    taken = 0;
+    return static_cast<unsigned char>(waiting[at]);
 }
 
 const char* text_position() { return string; }
 
-void close_source() { waiting = {}; }
+void close_source() {
+    waiting = {};
+    buffer = {};
+}
 
 }  // namespace ondrel

@@ -11,12 +11,18 @@ namespace ondrel {
 // Begins to read `stream`, or the text at `text` if it is null.
 void open_source(std::FILE* stream, const char* text);
 
-// The byte `at` positions ahead, or -1 at the end of the input: a NUL, the end of the stream, and in memory also \xFF.
-int peek(std::size_t at);
+// The bytes that have been looked at and not consumed, and the way to one behind them.
+extern std::string_view waiting;
+int peek_further(std::size_t at);
 
-// The bytes ahead that have been looked at, up to `length` of them, and their consumption.
-std::string_view ahead(std::size_t length);
-void consume(std::size_t length);
+// The byte `at` positions ahead, or -1 at the end of the input: a NUL, the end of the stream, and in memory also \xFF.
+inline int peek(std::size_t at) {
+    return at < waiting.size() ? static_cast<unsigned char>(waiting[at]) : peek_further(at);
+}
+
+// The next `length` bytes, all of which have been looked at, and their consumption.
+inline std::string_view ahead(std::size_t length) { return waiting.substr(0, length); }
+inline void consume(std::size_t length) { waiting.remove_prefix(length); }
 
 // Behind the last byte taken from the text in memory.
 const char* text_position();

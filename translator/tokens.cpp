@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "data/blocks.h"
+#include "translator/source.h"
 
 namespace ondrel {
 namespace {
@@ -504,7 +505,7 @@ void make_token_tables() {
     add_rows(constant_tree, constant_rows);
 }
 
-TokenMatch match_token(Peek peek, Vocabulary vocabulary) {
+TokenMatch match_token(Vocabulary vocabulary) {
     const Tree& tree = vocabulary == Vocabulary::sentence ? sentence_tree : constant_tree;
     TokenMatch longest;
     int node = 0;

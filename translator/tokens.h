@@ -6,7 +6,6 @@
 #include <string_view>
 
 #include "data/instructions.h"
-#include "translator/number_text.h"
 
 namespace ondrel {
 
@@ -57,7 +56,7 @@ enum class Vocabulary { sentence, constants };
 // Builds the tables; once, before the first sentence.
 void make_token_tables();
 
-// The longest token that begins at the next byte.
-TokenMatch match_token(Peek peek, Vocabulary vocabulary);
+// The longest token that begins at the next byte of the source.
+TokenMatch match_token(Vocabulary vocabulary);
 
 }  // namespace ondrel

@@ -39,7 +39,9 @@ struct Add : Componentwise<Add> {
     using Componentwise::apply;
     static double each(double a, double b) { return a + b; }
 
-    static constexpr unsigned exact_bits = 52;
+    [[gnu::always_inline]] static bool ordinary(const std::int64_t* values, std::size_t n) {
+        return all_small<52>(values, n);
+    }
     static std::int64_t plain(std::int64_t a, std::int64_t b) { return a + b; }
     static IntegerOrReal apply(std::int64_t a, std::int64_t b) {
         const double sum = static_cast<double>(a) + static_cast<double>(b);

@@ -12,12 +12,14 @@
 //                          cartesian numbers and gives a result of form 8
 //   special<A, B>          optional: pairs whose result is more than a value; special_item makes it, and must agree
 //                          with the loops where the rule also takes the pair
-//   exact_bits, plain      optional: integers of less than so many bits stay integers, and plain computes them
+//   ordinary(values, n)    optional, for two of one kind: the values are such that plain(a, b), which is faster, gives
+//                          what apply gives; an integer, where that may give a real
 //   refused                type bits of an operand that raise 17
 #pragma once
 
 #include <algorithm>
 #include <array>
+#include <concepts>
 #include <cstddef>
 #include <cstring>
 #include <tuple>
@@ -28,6 +30,7 @@
 #include "data/errors.h"
 #include "numbers/kinds.h"
 #include "numbers/polar.h"
+#include "verbs/scalar/clones.h"
 
 namespace ondrel {
 
@@ -202,46 +205,68 @@ DataElement refuse_pair(const DataElement&, const DataElement&, Site site) {
 
 // ---- loops
 
-// Whether all n integers lie within exact_bits bits. One pass that ORs, so that it is vector code.
-template <unsigned exact_bits>
-bool all_small(const std::int64_t* values, std::size_t n) {
-    std::uint64_t wide = 0;
-    for (std::size_t i = 0; i < n; ++i)
-        wide |= static_cast<std::uint64_t>(values[i]) + (std::uint64_t{1} << exact_bits);
-    return wide >> (exact_bits + 1) == 0;
+// Items that a loop looks at ahead of computing them: few enough to be in the nearest cache still.
+inline constexpr std::size_t look_ahead = 256;
+
+template <class Rule, class A, class B>
+concept HasPlain = std::same_as<A, B> && requires(const A* values) {
+    Rule::ordinary(values, std::size_t{});
+};
+
+// Whether `plain` will do for the n pairs from `at` on.
+template <class Rule, Extent extent, class A>
+[[gnu::always_inline]] inline bool ordinary(const A* a, const A* b, std::size_t at, std::size_t n) {
+    return Rule::ordinary(extent == left_single ? a : a + at, extent == left_single ? 1 : n) &&
+           Rule::ordinary(extent == right_single ? b : b + at, extent == right_single ? 1 : n);
 }
 
-template <class Rule, class A, class B, class R, Extent extent>
-std::size_t fixed_loop(const void* left, const void* right, void* result, std::size_t n) {
-    const auto* const a = static_cast<const A*>(left);
-    const auto* const b = static_cast<const B*>(right);
-    auto* const c = static_cast<R*>(result);
+// One after the other, as vector code: the result may be an operand, item for item.
+template <class Rule, bool by_plain, Extent extent, class A, class B, class R>
+[[gnu::always_inline]] inline void each(const A* a, const B* b, R* c, std::size_t at, std::size_t end) {
     const A one_a = a[0];
     const B one_b = b[0];
 #pragma GCC ivdep
-    for (std::size_t i = 0; i < n; ++i)
-        c[i] = combine<Rule>(extent == left_single ? one_a : a[i], extent == right_single ? one_b : b[i]);
+    for (std::size_t i = at; i < end; ++i) {
+        const A& left = extent == left_single ? one_a : a[i];
+        const B& right = extent == right_single ? one_b : b[i];
+        if constexpr (by_plain)
+            c[i] = Rule::plain(left, right);
+        else
+            c[i] = combine<Rule>(left, right);
+    }
+}
+
+template <class Rule, class A, class B, class R, Extent extent>
+VECTOR_CLONES std::size_t fixed_loop(const void* left, const void* right, void* result, std::size_t n) {
+    const auto* const a = static_cast<const A*>(left);
+    const auto* const b = static_cast<const B*>(right);
+    auto* const c = static_cast<R*>(result);
+    if constexpr (HasPlain<Rule, A, B>) {
+        for (std::size_t at = 0; at < n; at += look_ahead) {
+            const std::size_t end = std::min(at + look_ahead, n);
+            if (ordinary<Rule, extent>(a, b, at, end - at))
+                each<Rule, true, extent>(a, b, c, at, end);
+            else
+                each<Rule, false, extent>(a, b, c, at, end);
+        }
+    } else {
+        each<Rule, false, extent>(a, b, c, 0, n);
+    }
     return n;
 }
 
 // Results of kind R, an integer or a real, up to the first that is of the other one.
 template <class Rule, class A, class B, class R, Extent extent>
-std::size_t varying_loop(const void* left, const void* right, void* result, std::size_t n) {
+VECTOR_CLONES std::size_t varying_loop(const void* left, const void* right, void* result, std::size_t n) {
     const auto* const a = static_cast<const A*>(left);
     const auto* const b = static_cast<const B*>(right);
     auto* const c = static_cast<R*>(result);
     for (std::size_t at = 0; at < n;) {
-        const std::size_t stretch = std::min<std::size_t>(n - at, 1024), end = at + stretch;
-        if constexpr (requires { Rule::exact_bits; } && std::is_same_v<R, std::int64_t>) {
-            const auto small = [&](const std::int64_t* values, Extent single) {
-                return extent == single ? all_small<Rule::exact_bits>(values, 1)
-                                        : all_small<Rule::exact_bits>(values + at, stretch);
-            };
-            if (small(a, left_single) && small(b, right_single)) {
-                const A one_a = a[0];
-                const B one_b = b[0];
-                for (; at < end; ++at)
-                    c[at] = Rule::plain(extent == left_single ? one_a : a[at], extent == right_single ? one_b : b[at]);
+        const std::size_t end = std::min(at + look_ahead, n);
+        if constexpr (HasPlain<Rule, A, B> && std::is_same_v<R, std::int64_t>) {
+            if (ordinary<Rule, extent>(a, b, at, end - at)) {
+                each<Rule, true, extent>(a, b, c, at, end);
+                at = end;
                 continue;
             }
         }
@@ -300,6 +325,14 @@ constexpr DyadicVerb make_dyadic() {
 }
 
 // ---- what the arithmetic verbs share
+
+// Whether all n integers lie within so many bits. One pass that ORs, so that it is vector code.
+template <unsigned bits>
+[[gnu::always_inline]] inline bool all_small(const std::int64_t* values, std::size_t n) {
+    std::uint64_t wide = 0;
+    for (std::size_t i = 0; i < n; ++i) wide |= static_cast<std::uint64_t>(values[i]) + (std::uint64_t{1} << bits);
+    return wide >> (bits + 1) == 0;
+}
 
 // Both are numbers on the tower.
 template <class A, class B>

@@ -1,0 +1,108 @@
+// Element-wise arithmetic: our sentence `a b verb`, run by the machine over literal cells, beside a plain loop over
+// vectors as the limit. The names are "ours" or "plain", the work, the number of items; NumPy's rows carry the same.
+#include <benchmark/benchmark.h>
+
+#include <string>
+#include <vector>
+
+#include "bench/stream.h"
+#include "numbers/algebra.h"
+
+namespace ondrel {
+namespace {
+
+// Runs the sentence without its result being shown, and drops the result.
+void ours(benchmark::State& state, const std::string& left, const std::string& right, const std::string& verb) {
+    const std::string n = std::to_string(state.range(0));
+    Stream stream("(" + left + ")[" + n + "] " + (right.empty() ? "" : right + " ") + verb + " .");
+    for (auto _ : state) stream.run();
+    state.SetItemsProcessed(state.iterations() * state.range(0));
+}
+
+std::string both(const std::string& value, std::int64_t n) { return "(" + value + ")[" + std::to_string(n) + "]"; }
+
+template <class Value, class Work>
+void plain(benchmark::State& state, Value left, Value right, Work work) {
+    const auto n = static_cast<std::size_t>(state.range(0));
+    const std::vector<Value> a(n, left), b(n, right);
+    std::vector<Value> c(n);
+    for (auto _ : state) {
+#pragma GCC ivdep
+        for (std::size_t i = 0; i < n; ++i) c[i] = work(a[i], b[i]);
+        benchmark::DoNotOptimize(c.data());
+        benchmark::ClobberMemory();
+    }
+    state.SetItemsProcessed(state.iterations() * state.range(0));
+}
+
+// The products as anybody would write them down, with no thought of zeros and infinities.
+Complex plain_product(Complex l, Complex r) { return {l.re * r.re - l.im * r.im, l.re * r.im + l.im * r.re}; }
+Quaternion plain_product(Quaternion l, Quaternion r) {
+    return {l.w * r.w - l.x * r.x - l.y * r.y - l.z * r.z, l.w * r.x + l.x * r.w + l.y * r.z - l.z * r.y,
+            l.w * r.y + l.y * r.w + l.z * r.x - l.x * r.z, l.w * r.z + l.z * r.w + l.x * r.y - l.y * r.x};
+}
+
+struct Row {
+    const char* name;
+    const char* left;
+    const char* right;  // a value to repeat; empty: a single value in `verb`
+    const char* verb;
+    void (*limit)(benchmark::State&);
+};
+
+const Row rows[] = {
+    {"real + real", "1.5 2.25", "3.5 4.75", "+",
+     [](benchmark::State& state) { plain(state, 1.5, 3.5, [](double a, double b) { return a + b; }); }},
+    {"integer + integer", "1 2", "3 4", "+",
+     [](benchmark::State& state) {
+         plain(state, std::int64_t{1}, std::int64_t{3}, [](std::int64_t a, std::int64_t b) { return a + b; });
+     }},
+    {"integer * scalar", "1 2", "", "3 *",
+     [](benchmark::State& state) {
+         plain(state, std::int64_t{1}, std::int64_t{3}, [](std::int64_t a, std::int64_t) { return a * 3; });
+     }},
+    {"real / real", "1.5 2.25", "3.5 4.75", "/",
+     [](benchmark::State& state) { plain(state, 1.5, 3.5, [](double a, double b) { return a / b; }); }},
+    {"real maximum real", "1.5 2.25", "3.5 4.75", "MAX",
+     [](benchmark::State& state) { plain(state, 1.5, 3.5, [](double a, double b) { return a > b ? a : b; }); }},
+    {"complex * complex", "#1i2 #3i4", "#5i6 #7i8", "*",
+     [](benchmark::State& state) {
+         plain(state, Complex{1, 2}, Complex{5, 6}, [](Complex a, Complex b) { return plain_product(a, b); });
+     }},
+    {"quaternion * quaternion", "#1i2j3k4 #3i4j5k6", "#5i6j7k8 #7i8j9k1", "*",
+     [](benchmark::State& state) {
+         plain(state, Quaternion{1, 2, 3, 4}, Quaternion{5, 6, 7, 8},
+               [](Quaternion a, Quaternion b) { return plain_product(a, b); });
+     }},
+    {"octonion * octonion", "#1i2j3k4l5m6n7o8 #3i4j5k6l7m8n9o1", "#5i6j7k8l9m1n2o3 #7i8j9k1l2m3n4o5", "*",
+     [](benchmark::State& state) {
+         plain(state, Octonion{{1, 2, 3, 4, 5, 6, 7, 8}}, Octonion{{5, 6, 7, 8, 9, 1, 2, 3}},
+               [](const Octonion& a, const Octonion& b) { return product(a, b); });
+     }},
+};
+
+// Seconds: the first use of a large block is the system's page faults, not ours.
+constexpr double warm_up = 0.05;
+
+const bool registered = [] {
+    for (const Row& row : rows)
+        for (const std::int64_t n : {1000, 100000, 1000000, 10000000}) {
+            const bool hypercomplex = std::string_view(row.name).find("ternion") != std::string_view::npos ||
+                                      std::string_view(row.name).find("tonion") != std::string_view::npos;
+            if (hypercomplex && n > 1000000) continue;
+            const std::string suffix = std::string("/") + row.name;
+            benchmark::RegisterBenchmark(("ours" + suffix).c_str(),
+                                         [row](benchmark::State& state) {
+                                             const std::string right =
+                                                 *row.right == '\0' ? "" : both(row.right, state.range(0));
+                                             ours(state, row.left, right, row.verb);
+                                         })
+                ->Arg(n)
+                ->MinWarmUpTime(warm_up);
+            benchmark::RegisterBenchmark(("plain" + suffix).c_str(), row.limit)->Arg(n)->MinWarmUpTime(warm_up);
+        }
+    return true;
+}();
+
+}  // namespace
+}  // namespace ondrel

@@ -1,0 +1,28 @@
+// A translated sentence that can be run again and again, as a loop of the language would run it.
+#pragma once
+
+#include <string_view>
+
+#include "data/dataelement.h"
+#include "translator/scanner.h"
+
+namespace ondrel {
+
+// Builds the tables that the translator needs; once.
+void start_interpreter();
+
+struct Stream {
+    DataElement cells[sentence_cells];
+    int count;
+
+    // Translates the first sentence of the text.
+    explicit Stream(std::string_view text);
+    ~Stream();
+    Stream(const Stream&) = delete;
+    Stream& operator=(const Stream&) = delete;
+
+    // Runs the cells on an empty stack and drops what they leave.
+    void run();
+};
+
+}  // namespace ondrel
