@@ -68,7 +68,8 @@ void check_value(const DataElement& value) {
             broken("octonion", value);
         if (item.tag != tag::subarray) continue;
         if (header(item.nested).count == 0) broken("nested record", value);
-        if (!(value.type & ISSCALAR) && value.depth <= item.nested->depth) broken("depth", value);
+        // A literal gives every level that holds another the depth of its deepest one.
+        if (!(value.type & ISSCALAR) && value.depth < item.nested->depth) broken("depth", value);
         check_value(*item.nested);
     }
 }

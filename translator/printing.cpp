@@ -196,12 +196,12 @@ void put_indent(Output& out, int indent) { out.text.append(static_cast<std::size
 
 bool is_text(const DataElement& value) { return (value.type & (HASASCII | PER_ITEM)) == HASASCII; }
 
-void put_text(Output& out, int indent, const DataElement& value, bool listed) {
+void put_text(Output& out, int indent, const DataElement& value) {
     const Rows rows(value);
     if (indent > 0 || out.listing) out.put(' ');
     if (out.listing) out.put('\'');
     for (std::uint32_t i = 0; i < value.elements; ++i) {
-        if (!listed && i > 0) rows.put_breaks(out, i);
+        if (!out.listing && i > 0) rows.put_breaks(out, i);
         const DataElement item = item_at(value.data_pointer, i);
         if (out.listing && item.form == form::binary) {
             out.put('`');
@@ -228,11 +228,11 @@ void put_subarray(Output& out, int indent, DataElement& nested) {
     }
 }
 
-void put_items(Output& out, int indent, DataElement& value, bool listed) {
+void put_items(Output& out, int indent, DataElement& value) {
     const Rows rows(value);
     bool after_character = false;
     for (std::uint32_t i = 0; i < value.elements; ++i) {
-        if (!listed && i > 0) rows.put_breaks(out, i);
+        if (!out.listing && i > 0) rows.put_breaks(out, i);
         const DataElement item = item_at(value.data_pointer, i);
         const bool character = item.tag == tag::ascii || item.tag == tag::unicode;
         if (item.tag == tag::subarray) {
@@ -260,15 +260,12 @@ void put_shape(Output& out, const DataElement& value) {
 
 // An enclosing value in a listing shows the items of the value inside without brackets of their own, since reading
 // "`(" opens both.
-void put_enclosed(Output& out, int indent, DataElement& value, bool listed) {
+void put_enclosed(Output& out, int indent, DataElement& value) {
     out.put(" `(");
     DataElement& inside = *items_of(value)->nested;
     const bool merge = out.listing && items_of(value)->tag == tag::subarray && inside.rank > 0 && !is_text(inside) &&
                        inside.data_pointer != nullptr && !(inside.type & ISSCALAR);
-    if (merge)
-        put_items(out, indent, inside, true);
-    else
-        put_items(out, indent, value, listed);
+    put_items(out, indent, merge ? inside : value);
     out.put(" )`");
     if (merge && inside.rank > 1) put_shape(out, inside);
 }
@@ -288,13 +285,13 @@ void put_value(Output& out, int indent, DataElement& value) {
     }
     narrow_value(value);
     if (is_text(value)) {
-        put_text(out, indent, value, listed);
+        put_text(out, indent, value);
     } else if ((value.type & (ISSCALAR | STRUCTURED)) == (ISSCALAR | STRUCTURED)) {
-        put_enclosed(out, indent, value, listed);
+        put_enclosed(out, indent, value);
     } else {
         const bool brackets = listed && value.rank > 0;
         if (brackets) out.put(" (");
-        put_items(out, indent, value, listed);
+        put_items(out, indent, value);
         if (brackets) out.put(" )");
     }
     if (listed && !(value.type & ISSCALAR) && value.rank > 1) put_shape(out, value);
