@@ -8,6 +8,7 @@
 
 #include "core/stack.h"
 #include "data/blocks.h"
+#include "data/inspection.h"
 
 namespace ondrel {
 namespace {
@@ -16,9 +17,9 @@ namespace {
 constexpr std::uint32_t most_items = 4096;
 
 [[noreturn]] void broken(const char* what, const DataElement& value) {
+    std::printf("\nunsound value: %s\n", what);
+    at(value);
     std::fflush(stdout);
-    std::fprintf(stderr, "\nunsound value: %s (rank %d, type %x, depth %d, elements %u)\n", what, value.rank,
-                 value.type, value.depth, value.elements);
     std::abort();
 }
 

@@ -2,9 +2,12 @@
 #pragma once
 
 #include "data/errors.h"
-#include "translator/literals.h"
 
 namespace ondrel {
+
+// Gives `data` the shape that `shape` tells and drops `shape`. Returns 0, or 1 after reporting an error; both are then
+// as they were. Raises 27. The translator calls it for literals that carry a shape.
+int reshape(DataElement& data, DataElement& shape, Site site);
 
 // The verb on the top two records of the stack: data below shape. Returns whether it raised an error; the operands
 // then stand as they were, and the stack is as high as before.

@@ -4,66 +4,65 @@
 namespace ondrel {
 namespace {
 
-DataElement refuse(const DataElement&, Site site) { raise(994, site); }
+struct OfNumbers {
+    template <class A>
+    static constexpr bool takes = level_of<A> >= 0;
+    template <class A>
+    static constexpr int missing = 994;
+};
 
-DataElement same(const DataElement& item, Site) { return own_item(item); }
+constexpr bool is_hypercomplex(std::uint32_t tag) { return tag >= tag::complex; }
 
-std::uint64_t with_form(std::uint64_t head, std::uint16_t form) {
-    return make_head(head_tag(head), form, head_marks(head));
+// The operand's head in another form, and without its name.
+constexpr std::uint64_t in_form(std::uint64_t head, std::uint16_t form) {
+    return make_head(head_tag(head), form, head_marks(head) & static_cast<std::uint16_t>(~mark::named));
 }
 
-// Plain components are taken as what the verb does not make: POLAR reads them as a cartesian number and keeps its
-// coordinates as components, CARTESIAN the other way round. A number that has a form is brought to the other one.
-template <class Value>
-DataElement to_polar_item(const DataElement& item, Site) {
-    const auto value = load<Value>(item);
-    switch (item.form) {
-        case form::number: return make_item(to_polar(value), with_form(item.head, form::computed_polar));
-        case form::polar:
-        case form::computed_polar: return make_item(value, with_form(item.head, form::polar));
-        default: return make_item(to_polar(value), with_form(item.head, form::polar));
+constexpr bool holds_polar(std::uint64_t head) {
+    return head_form(head) == form::polar || head_form(head) == form::computed_polar;
+}
+
+// Integers and reals are what they are in either form. Plain components are taken as what the verb does not make:
+// POLAR reads them as a cartesian number and leaves its coordinates as components, CARTESIAN the other way round. A
+// number that has a form is brought to the other one.
+template <std::uint16_t form, std::uint16_t computed>
+struct Form : OfNumbers {
+    template <class A>
+    static A apply(const A& value, std::uint64_t head) {
+        if constexpr (level_of<A> < level_of<Complex>)
+            return value;
+        else if constexpr (form == form::polar)
+            return holds_polar(head) ? value : to_polar(value);
+        else
+            return holds_polar(head) || head_form(head) == form::number ? to_cartesian(value) : value;
     }
-}
-
-template <class Value>
-DataElement to_cartesian_item(const DataElement& item, Site) {
-    const auto value = load<Value>(item);
-    switch (item.form) {
-        case form::number: return make_item(to_cartesian(value), with_form(item.head, form::computed_cartesian));
-        case form::polar:
-        case form::computed_polar: return make_item(to_cartesian(value), with_form(item.head, form::cartesian));
-        default: return make_item(value, with_form(item.head, form::cartesian));
+    static std::uint64_t head(std::uint64_t head, std::uint32_t tag) {
+        if (!is_hypercomplex(tag)) return in_form(head, head_form(head));
+        return in_form(head, head_form(head) == form::number ? computed : form);
     }
-}
+};
 
-// Angles of plain numbers are converted; a hypercomplex number only changes how its angles are shown.
-template <class Value>
-DataElement in_degrees(const DataElement& item, Site) {
-    return make_item(static_cast<double>(load<Value>(item)) * degrees_per_radian, make_head(tag::real, form::number));
-}
-template <class Value>
-DataElement in_radians(const DataElement& item, Site) {
-    return make_item(static_cast<double>(load<Value>(item)) * radians_per_degree, make_head(tag::real, form::number));
-}
-DataElement mark_degrees(const DataElement& item, Site) {
-    DataElement marked = own_item(item);
-    marked.marks |= mark::degrees;
-    return marked;
-}
-DataElement unmark_degrees(const DataElement& item, Site) {
-    DataElement unmarked = own_item(item);
-    unmarked.marks &= static_cast<std::uint16_t>(~mark::degrees);
-    return unmarked;
-}
+// Angles that are plain numbers are converted; a hypercomplex number only changes how its angles are shown.
+template <bool degrees>
+struct Angle : OfNumbers {
+    template <class A>
+    static auto apply(const A& value, std::uint64_t) {
+        if constexpr (level_of<A> < level_of<Complex>)
+            return static_cast<double>(value) * (degrees ? degrees_per_radian : radians_per_degree);
+        else
+            return value;
+    }
+    static std::uint64_t head(std::uint64_t head, std::uint32_t tag) {
+        if (!is_hypercomplex(tag)) return make_head(tag, form::number);
+        const std::uint16_t marks = head_marks(head) & static_cast<std::uint16_t>(~mark::degrees);
+        return make_head(tag, head_form(head), degrees ? marks | mark::degrees : marks);
+    }
+};
 
-constexpr MonadicVerb polar_verb{
-    {refuse, refuse, same, same, to_polar_item<Complex>, to_polar_item<Quaternion>, to_polar_item<Octonion>}};
-constexpr MonadicVerb cartesian_verb{{refuse, refuse, same, same, to_cartesian_item<Complex>,
-                                      to_cartesian_item<Quaternion>, to_cartesian_item<Octonion>}};
-constexpr MonadicVerb deg_verb{
-    {refuse, refuse, in_degrees<std::int64_t>, in_degrees<double>, mark_degrees, mark_degrees, mark_degrees}};
-constexpr MonadicVerb rad_verb{
-    {refuse, refuse, in_radians<std::int64_t>, in_radians<double>, unmark_degrees, unmark_degrees, unmark_degrees}};
+constexpr MonadicVerb polar_verb = make_monadic<Form<form::polar, form::computed_polar>>();
+constexpr MonadicVerb cartesian_verb = make_monadic<Form<form::cartesian, form::computed_cartesian>>();
+constexpr MonadicVerb deg_verb = make_monadic<Angle<true>>();
+constexpr MonadicVerb rad_verb = make_monadic<Angle<false>>();
 
 }  // namespace
 
