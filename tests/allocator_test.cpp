@@ -219,18 +219,23 @@ TEST(Allocator, KeepsBlocksApart) {
 #endif
 }
 
-TEST(Allocator, RefusesABlockBeyondTheLargest) {
-    const std::size_t limit = largest_block;
-    largest_block = 1 << 20;
+// At the limit no fresh memory comes, but what is there is used again.
+TEST(Allocator, KeepsToTheLimit) {
+    void* const used = ondrel::malloc(class_bytes(22));
+    ondrel::free(used);
+    const std::size_t limit = most_memory;
+    most_memory = 1;
     testing::internal::CaptureStderr();
-    void* const refused = ondrel::malloc((1 << 20) + 1);
+    void* const refused = ondrel::malloc(class_bytes(27));
     const std::string said = testing::internal::GetCapturedStderr();
-    void* const granted = ondrel::malloc(1 << 20);
-    largest_block = limit;
+    void* const again = ondrel::malloc(class_bytes(22));
+    most_memory = limit;
     EXPECT_EQ(refused, nullptr);
     EXPECT_EQ(said, "No more active memory available\n");
-    EXPECT_NE(granted, nullptr);
-    ondrel::free(granted);
+    EXPECT_EQ(again, used);
+    ondrel::free(again);
+    Block after(class_bytes(27));
+    EXPECT_NE(after.pointer, nullptr);
 }
 
 }  // namespace

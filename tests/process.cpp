@@ -77,6 +77,10 @@ Process::Process(const Launch& launch, const char* program) {
 
     const auto execute = [&] {
         restore_signals();
+        if (launch.memory > 0) {
+            const rlimit limit{launch.memory, launch.memory};
+            setrlimit(RLIMIT_DATA, &limit);
+        }
         for (std::string& variable : variables) putenv(variable.data());
         execv(program, const_cast<char**>(arguments.data()));
         _exit(127);
