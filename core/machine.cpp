@@ -29,10 +29,13 @@ Outcome stop_with(const char* text) {
     return Outcome::abandon;
 }
 
+// A cell that runs only under a condition, before anything has decided.
+Outcome undecided(Activation& activation) { return fail(activation.cell->type & YES ? 147 : 148, activation); }
+
 Outcome push(Activation& activation) {
     const DataElement& cell = *activation.cell;
     if (cell.type & CONDITIONAL) [[unlikely]]
-        return fail(cell.type & YES ? 147 : 148, activation);
+        return undecided(activation);
     if (activation.sp > stacktop) [[unlikely]]
         return fail(806, activation);
     DataElement& slot = *++activation.sp;
@@ -57,6 +60,7 @@ Outcome run_operator(Activation& activation) {
 
 // No name has a meaning yet: every one that is reached says so.
 Outcome run_other(Activation& activation) {
+    if (activation.cell->type & CONDITIONAL) return undecided(activation);
     switch (activation.cell->rank) {
         case kind::VARIABLE: return fail(23, activation);
         case kind::INVALID: return stop_with(" Unusable symbol:");

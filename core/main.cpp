@@ -19,6 +19,7 @@ using namespace ondrel;
 using Clock = std::chrono::steady_clock;
 
 constexpr double unknown_memory = 16777216.0, mebibyte = 1048576.0;
+constexpr double share_of_memory = 0.9;  // what values may take; the rest is the system's
 
 // Data and stack may grow as far as the system lets this process: nested runs of the machine live on the native stack.
 void raise_limits() {
@@ -61,7 +62,7 @@ int main(int count, char** arguments) {
     if (!options.quiet) print_version();
     raise_limits();
     const double memory = physical_memory();
-    if (memory != unknown_memory) largest_block = static_cast<std::size_t>(memory);
+    if (memory != unknown_memory) most_memory = static_cast<std::size_t>(memory * share_of_memory);
     if (!options.quiet) print_machine(memory);
     const auto start = Clock::now();
     make_token_tables();

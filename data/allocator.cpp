@@ -18,7 +18,7 @@
 
 namespace ondrel {
 
-std::size_t largest_block = std::numeric_limits<std::size_t>::max();
+std::size_t most_memory = std::numeric_limits<std::size_t>::max();
 #ifdef ONDREL_CHECKS
 std::int64_t live_blocks = 0;
 std::int64_t fail_countdown = 0;
@@ -38,6 +38,7 @@ constexpr std::size_t huge = std::size_t{1} << 22;
 void* buckets[classes];
 std::byte* pre_brk;
 std::size_t pre_brk_left;
+std::size_t committed;  // bytes of the areas that are, or will be, filled: of a large block only what was asked for
 
 constexpr std::size_t class_bytes(unsigned k) { return std::size_t{1} << k; }
 constexpr std::size_t usable_bytes(unsigned k) { return class_bytes(k) - sizeof(std::uint64_t); }
@@ -60,11 +61,15 @@ void check_alignment(const void* pointer, const char* complaint) {
         std::fputs(complaint, stdout);
 }
 
-// Takes a fresh area that holds at least one block of class k; what was left of the old one is abandoned.
-bool take_area(unsigned k) {
+// Takes a fresh area that holds at least one block of class k, the first of them for `size` bytes; what was left of
+// the old one is abandoned.
+bool take_area(unsigned k, std::size_t size) {
     const std::size_t bytes = (class_bytes(k) + page - 1) / page * page + (class_bytes(k) < page ? 0 : page);
+    const std::size_t filled = class_bytes(k) >= huge ? size : bytes;
+    if (filled > most_memory - std::min(committed, most_memory)) return false;
     void* const area = sbrk(static_cast<std::intptr_t>(bytes));
     if (area == reinterpret_cast<void*>(-1)) return false;
+    committed += filled;
     check_alignment(area, "BRRRRRmallocSB ");
     pre_brk = static_cast<std::byte*>(area);
     pre_brk_left = bytes;
@@ -81,8 +86,8 @@ bool take_area(unsigned k) {
 }
 
 // Cuts the rest of the area into free blocks of class k.
-bool fill_bucket(unsigned k) {
-    if (pre_brk_left < class_bytes(k) && !take_area(k)) return false;
+bool fill_bucket(unsigned k, std::size_t size) {
+    if (pre_brk_left < class_bytes(k) && !take_area(k, size)) return false;
     for (; pre_brk_left >= class_bytes(k); pre_brk += class_bytes(k), pre_brk_left -= class_bytes(k)) {
         void* const block = pre_brk + sizeof(std::uint64_t);
         class_word(block) = k;
@@ -104,7 +109,7 @@ void* malloc(std::size_t size) {
 #ifdef ONDREL_CHECKS
     if (fail_countdown > 0 && --fail_countdown == 0) return nullptr;
 #endif
-    if (size > largest_block || (buckets[k] == nullptr && !fill_bucket(k))) {
+    if (buckets[k] == nullptr && !fill_bucket(k, size)) {
         std::fputs("No more active memory available\n", stderr);
         return nullptr;
     }

@@ -24,9 +24,9 @@ void* realloc(void* pointer, std::size_t size);
 // The bytes that the block of `pointer` can hold.
 std::size_t usable_size(void* pointer);
 
-// The most bytes that one block may have: what the machine has of memory. A larger one is refused as if sbrk had
-// failed, since the platform would grant it and kill the process when it is filled.
-extern std::size_t largest_block;
+// The most bytes that all blocks together may take of the machine's memory. More is refused as if sbrk had failed:
+// the platform would grant it, and kill the process when it is filled.
+extern std::size_t most_memory;
 
 #ifdef ONDREL_CHECKS
 // How many blocks are out. Tests hold that a sentence which leaves nothing on the stack leaves this as it was.

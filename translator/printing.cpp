@@ -1,5 +1,6 @@
 #include "translator/printing.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cmath>
@@ -16,14 +17,14 @@
 namespace ondrel {
 namespace {
 
-constexpr int items_per_flush = 100;
+constexpr std::uint32_t items_per_flush = 100;
 
 // Text on its way to a stream, written in large pieces.
 struct Output {
     std::FILE* stream;
     bool listing;
     std::string text;
-    int items = 0;
+    std::uint32_t items = 0;  // since the last flush
 
     void put(std::string_view piece) { text.append(piece); }
     void put(char byte) { text.push_back(byte); }
@@ -34,8 +35,13 @@ struct Output {
         text.clear();
     }
 
-    void count_item() {
-        if (++items % items_per_flush != 0) return;
+    // Items that may still come before the next flush.
+    std::uint32_t room() const { return items_per_flush - items; }
+
+    void count_items(std::uint32_t n) {
+        items += n;
+        if (items < items_per_flush) return;
+        items = 0;
         flush();
         heed_attention();
     }
@@ -196,23 +202,45 @@ void put_indent(Output& out, int indent) { out.text.append(static_cast<std::size
 
 bool is_text(const DataElement& value) { return (value.type & (HASASCII | PER_ITEM)) == HASASCII; }
 
-void put_text(Output& out, int indent, const DataElement& value) {
-    const Rows rows(value);
-    if (indent > 0 || out.listing) out.put(' ');
-    if (out.listing) out.put('\'');
+// Characters of a listing: one of form 4 shows its bits.
+void put_quoted(Output& out, const DataElement& value) {
+    out.put('\'');
     for (std::uint32_t i = 0; i < value.elements; ++i) {
-        if (!out.listing && i > 0) rows.put_breaks(out, i);
         const DataElement item = item_at(value.data_pointer, i);
-        if (out.listing && item.form == form::binary) {
+        if (item.form == form::binary) {
             out.put('`');
             put_binary(out, item.ascii, 8);
             out.put('`');
         } else {
             out.put(static_cast<char>(item.ascii));
         }
-        out.count_item();
+        out.count_items(1);
     }
-    if (out.listing) out.put('\'');
+    out.put('\'');
+}
+
+// Characters of a display, a row at a time.
+void put_lines(Output& out, const DataElement& value) {
+    const Rows rows(value);
+    const auto row = value.rank > 1 ? static_cast<std::uint32_t>(value.shape_pointer[0]) : value.elements;
+    for (std::uint32_t i = 0; i < value.elements;) {
+        if (i > 0 && i % row == 0) rows.put_breaks(out, i);
+        const std::uint32_t n = std::min({row - i % row, value.elements - i, out.room()});
+        if (is_packed(value.data_pointer))
+            out.put({static_cast<const char*>(value.data_pointer) + i, n});
+        else
+            for (std::uint32_t k = 0; k < n; ++k) out.put(static_cast<char>(items_of(value)[i + k].ascii));
+        out.count_items(n);
+        i += n;
+    }
+}
+
+void put_text(Output& out, int indent, const DataElement& value) {
+    if (indent > 0 || out.listing) out.put(' ');
+    if (out.listing)
+        put_quoted(out, value);
+    else
+        put_lines(out, value);
 }
 
 // A nested value. Text stands in quotes in both modes; any other keeps the mode, between blanks in display.
@@ -245,7 +273,7 @@ void put_items(Output& out, int indent, DataElement& value) {
                 put_item(out, item);
             after_character = character;
         }
-        out.count_item();
+        out.count_items(1);
     }
 }
 

@@ -19,6 +19,7 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <concepts>
 #include <cstddef>
 #include <cstring>
@@ -64,8 +65,13 @@ inline constexpr std::uint32_t tag_of<std::uint8_t> = tag::ascii;
 
 // Where the bare value of an item lies.
 inline const void* value_of(const DataElement& item) {
-    if (item.tag == tag::quaternion) return item.quaternion;
-    return item.tag == tag::octonion ? static_cast<const void*>(item.octonion) : &item.integer;
+    switch (item.tag) {
+        case tag::ascii: return &item.ascii;
+        case tag::complex: return item.complex;
+        case tag::quaternion: return item.quaternion;
+        case tag::octonion: return item.octonion;
+        default: return &item.integer;
+    }
 }
 
 template <class Value>
@@ -83,8 +89,7 @@ DataElement make_item(const Value& value, std::uint64_t head) {
     if constexpr (std::is_same_v<Value, Octonion>) {
         item.octonion = allocate_octonion(value.c);
     } else {
-        void* const to = std::is_same_v<Value, Quaternion> ? static_cast<void*>(item.quaternion) : &item.integer;
-        std::memcpy(to, &value, sizeof value);
+        std::memcpy(const_cast<void*>(value_of(item)), &value, sizeof value);
     }
     return item;
 }
@@ -92,21 +97,26 @@ DataElement make_item(const Value& value, std::uint64_t head) {
 constexpr bool is_polar(std::uint64_t head) { return head_form(head) == form::polar && head_tag(head) >= tag::complex; }
 
 template <class Value>
-Value to_cartesian(Value value) {
-    auto* const components = reinterpret_cast<double*>(&value);
-    if constexpr (std::is_same_v<Value, Complex>) cartesiancomplex(components, components);
-    if constexpr (std::is_same_v<Value, Quaternion>) cartesianquat(components, components);
-    if constexpr (std::is_same_v<Value, Octonion>) cartesianocto(components, components);
-    return value;
+using Components = std::array<double, sizeof(Value) / sizeof(double)>;
+
+template <class Value>
+Value to_cartesian(const Value& value) {
+    auto components = std::bit_cast<Components<Value>>(value);
+    constexpr auto convert = std::is_same_v<Value, Complex>      ? cartesiancomplex
+                             : std::is_same_v<Value, Quaternion> ? cartesianquat
+                                                                 : cartesianocto;
+    if constexpr (level_of<Value> >= level_of<Complex>) convert(components.data(), components.data());
+    return std::bit_cast<Value>(components);
 }
 
 template <class Value>
-Value to_polar(Value value) {
-    auto* const components = reinterpret_cast<double*>(&value);
-    if constexpr (std::is_same_v<Value, Complex>) polarcomplex(components, components);
-    if constexpr (std::is_same_v<Value, Quaternion>) polarquat(components, components);
-    if constexpr (std::is_same_v<Value, Octonion>) polarocto(components, components);
-    return value;
+Value to_polar(const Value& value) {
+    auto components = std::bit_cast<Components<Value>>(value);
+    constexpr auto convert = std::is_same_v<Value, Complex>      ? polarcomplex
+                             : std::is_same_v<Value, Quaternion> ? polarquat
+                                                                 : polarocto;
+    if constexpr (level_of<Value> >= level_of<Complex>) convert(components.data(), components.data());
+    return std::bit_cast<Value>(components);
 }
 
 struct Forms {
@@ -144,7 +154,7 @@ struct DyadicVerb {
 // One pair by the rule, the lower kind widened where the rule has no case for the two as they are. An integer meets
 // another kind as a real, unless the rule takes that pair itself.
 template <class Rule, class A, class B>
-auto combine(const A& a, const B& b) {
+auto combine(A a, B b) {
     if constexpr (requires { Rule::exactly(a, b); })
         return Rule::exactly(a, b);
     else if constexpr (std::is_same_v<A, B>)
