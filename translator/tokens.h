@@ -1,43 +1,9 @@
-// What the scanner knows of the vocabulary: rows of spellings with what each does, and the longest match over them.
+// The longest match of the vocabulary against the source, by a tree over the bytes of all spellings.
 #pragma once
 
-#include <span>
-#include <string>
-#include <string_view>
-
-#include "data/instructions.h"
+#include "translator/vocabulary.h"
 
 namespace ondrel {
-
-// What a token does besides, or instead of, writing an OPERATOR cell.
-enum class TokenAction {
-    instruction,  // one cell: `instruction`, qualified by `second`
-    selector,     // behind a hidden integer
-    exponent,     // behind a hidden real
-    pair,         // `instruction`, then a cell of `second` with empty text
-    combine,      // rewrites the OPERATOR cell before: that verb qualifies `instruction`
-    condition,    // makes the cell before conditional
-    modify_mask,  // waits for MASK
-    leave,        // gives the sentence up
-    nothing,
-    sentence_end,
-    comment,
-    text,
-    vector,
-    enclosed,
-    nil,
-    real_constant,
-    selector_constant,
-    truth_constant,
-};
-
-struct TokenRow {
-    std::string_view spellings;
-    TokenAction action;
-    Instruction instruction, second;
-    double value;
-    bool word_end;  // the next byte must be no letter, digit or _
-};
 
 struct Token {
     const TokenRow* row;
