@@ -1,6 +1,7 @@
 #include "core/machine.h"
 
 #include <cstdio>
+#include <new>
 #include <utility>
 
 #include "core/actions.h"
@@ -118,6 +119,9 @@ void run_sentence(Activation& activation) {
             abandon(activation);
         }
     } catch (const Unwind&) {
+        recover(activation);
+    } catch (const std::bad_alloc&) {
+        exception(27);
         recover(activation);
     }
     fault_jump = nullptr;

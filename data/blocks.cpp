@@ -191,16 +191,20 @@ std::uint32_t kinds_of(const void* block, std::size_t n) {
     return kinds | (n > 1 && mixed_kinds(kinds) ? COMPLEXED : 0);
 }
 
+std::int16_t depth_of(const void* block, std::size_t n) {
+    std::int16_t depth = 1;
+    if (is_packed(block)) return depth;
+    for (const DataElement& item : std::span(static_cast<const DataElement*>(block), n))
+        if (item.tag == tag::subarray)
+            depth = std::max<std::int16_t>(depth, static_cast<std::int16_t>(item.nested->depth + 1));
+    return depth;
+}
+
 void rebuild_kinds(DataElement& record) {
     record.type &= ~(KIND_BITS | PER_ITEM | ISSTRUCTURE);
     if (record.data_pointer == nullptr) return;
     record.type |= kinds_of(record.data_pointer, record.elements);
-    if (record.type & ISSCALAR) return;
-    record.depth = 1;
-    if (!(record.type & STRUCTURED)) return;
-    for (const DataElement& item : std::span(items_of(record), record.elements))
-        if (item.tag == tag::subarray)
-            record.depth = std::max<std::int16_t>(record.depth, static_cast<std::int16_t>(item.nested->depth + 1));
+    if (!(record.type & ISSCALAR)) record.depth = depth_of(record.data_pointer, record.elements);
 }
 
 DataElement make_array(std::int64_t* shape, std::int32_t rank, void* data, std::uint32_t elements,

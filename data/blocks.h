@@ -123,7 +123,9 @@ void set_elements(DataElement& record, std::uint32_t n);
 
 // The kind bits, COMPLEXED and STRUCTURED that the items call for.
 std::uint32_t kinds_of(const void* block, std::size_t n);
-// Replaces them in the record, with the depth that the subarrays give.
+// The nesting depth of an array of these items: 1, or one more than the deepest subarray's.
+std::int16_t depth_of(const void* block, std::size_t n);
+// Replaces kinds and depth in the record.
 void rebuild_kinds(DataElement& record);
 
 // ---- owners: what is being built, given back when the builder leaves by an error

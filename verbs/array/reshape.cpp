@@ -9,6 +9,7 @@
 
 #include "data/blocks.h"
 #include "numbers/kinds.h"
+#include "numbers/polar.h"
 
 namespace ondrel {
 namespace {
@@ -17,21 +18,30 @@ constexpr int character_shape = 1102, structured_shape = 1101, not_a_count = 113
               too_big = 146;
 
 // Reads an item of the shape operand as a dimension. Any number will do that is whole, with nothing in its other
-// components. Returns 0, or the error.
-int read_dimension(const DataElement& item, std::int64_t& dimension) {
+// components. False if it is none.
+bool read_dimension(const DataElement& item, std::int64_t& dimension) {
     double parts[8] = {item.real};
+    const bool polar = item.form == form::polar;
     switch (item.tag) {
-        case tag::ascii: return character_shape;
-        case tag::integer: dimension = item.integer; return dimension < 0 ? not_a_count : 0;
+        case tag::integer: dimension = item.integer; return dimension >= 0;
         case tag::real: break;
-        case tag::complex: std::copy_n(item.complex, 2, parts); break;
-        case tag::quaternion: std::copy_n(item.quaternion, 4, parts); break;
-        case tag::octonion: std::copy_n(item.octonion, 8, parts); break;
-        default: return not_a_count;
+        case tag::complex:
+            std::copy_n(item.complex, 2, parts);
+            if (polar) cartesiancomplex(parts, parts);
+            break;
+        case tag::quaternion:
+            std::copy_n(item.quaternion, 4, parts);
+            if (polar) cartesianquat(parts, parts);
+            break;
+        case tag::octonion:
+            std::copy_n(item.octonion, 8, parts);
+            if (polar) cartesianocto(parts, parts);
+            break;
+        default: return false;
     }
-    if (std::accumulate(parts + 1, parts + 8, 0.0) != 0 || !fits_integer(parts[0])) return not_a_count;
+    if (std::accumulate(parts + 1, parts + 8, 0.0) != 0 || !fits_integer(parts[0])) return false;
     dimension = static_cast<std::int64_t>(parts[0]);
-    return static_cast<double>(dimension) != parts[0] || dimension < 0 ? not_a_count : 0;
+    return dimension >= 0 && static_cast<double>(dimension) == parts[0];
 }
 
 // The product of the dimensions, or -1 if no value has so many items.
@@ -72,9 +82,11 @@ int reshaping_error(DataElement& data, const DataElement& shape, std::vector<std
     if (shape.rank > 1) return bad_rank;
     if (shape.type & ISEMPTY) return 0;
     if (shape.type & STRUCTURED) return structured_shape;
+    for (std::uint32_t i = 0; i < shape.elements; ++i)
+        if (item_at(shape.data_pointer, i).tag == tag::ascii) return character_shape;
     dimensions.resize(shape.elements);
     for (std::uint32_t i = 0; i < shape.elements; ++i)
-        if (const int error = read_dimension(item_at(shape.data_pointer, i), dimensions[i])) return error;
+        if (!read_dimension(item_at(shape.data_pointer, i), dimensions[i])) return not_a_count;
     const std::int64_t n = item_count(dimensions);
     if (n != 0 && (data.type & ISEMPTY)) return nothing_to_repeat;
     return n < 0 ? too_big : 0;
@@ -105,7 +117,8 @@ int reshape(DataElement& data, DataElement& shape, Site site) {
     data.rank = static_cast<std::int32_t>(dimensions.size());
     data.type = (n == 0 ? ISEMPTY : data.type & ~RANK_BITS) | (data.rank > 1 ? ISARRAY : ISVECTOR) |
                 (n == 1 ? ISONEELEMENT : 0);
-    if (n == 0 || data.depth == 0) data.depth = 1;
+    if (n == 0) data.depth = 1;
+    if (data.depth == 0) data.depth = depth_of(data.data_pointer, n);
     dereferencepoint(shape);
     return 0;
 }
