@@ -1,0 +1,238 @@
+// The process around the sentences: its options, what it says when it starts and when it ends.
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <regex>
+#include <string>
+
+#include "tests/process.h"
+
+namespace ondrel {
+namespace {
+
+using Arguments = std::vector<std::string>;
+
+Result run(const Arguments& arguments, std::string_view input = "") {
+    return run_program(input, {.arguments = arguments});
+}
+
+// With the times of this run and this build left out.
+std::string normalised(const std::string& output) {
+    const std::string text = std::regex_replace(
+        output, std::regex("--- Spent: [0-9][0-9]:[0-9][0-9]:[0-9][0-9]\\.[0-9]{6} ---\n\n$"), "--- Spent ---\n\n");
+    return std::regex_replace(text, std::regex("\n Compiled on: [^\n]* at [^\n]* with\n [^\n]*\n\n\n"), "(compiled)");
+}
+
+std::string heading() {
+    return "\n\n-- Ondrel 0.8 version n0.0 smp0.7 [build 4] 64-bit --\n\n";  // a notice stands behind it
+}
+
+const std::string usage_text = std::string("Usage: ") + ONDREL_PROGRAM +
+                               R"( -h -v -vv -q -u -c<arg> -c -th<arg> -t -p -pp<arg> -i{f,t,s} 
+
+Where:
+	-h 	This usage message
+	-v 	Print version information.
+	-vv 	Print version and other (possibly) interesting information.
+
+	-q 	Quiet, non-interactive mode:
+		no copyright notice, or any other text,
+		except error messages.
+
+	-u 	Unconstrain the access to files in directories of higher
+		hierarchical position. Any file the user has permissions
+		to read/write/append to will be accepted.
+
+	-c<number of processors>
+	-c 	for automatic selection of <number of processors>
+		Use SMP with <number of processors>.
+	-th<threads per processor>
+		Specify number of threads per processor (SMP only)
+		The default is 4.
+
+	-t 	Print process timing information.
+	-p 	Print performance information.
+	-pp<processor speed in MHz>
+		Print processor performance information.
+	-i 	Print summary of instruction timings when exiting
+		(if not quiet).
+	-if 	Print full summary of instruction timings,
+		including floating point performance, when exiting
+		(if not quiet).
+	-it 	Print terse operations/S per instruction,
+		when exiting (if not quiet).
+	-is 	Print just the summary of average operation timings
+		when exiting (if not quiet).
+
+)";
+
+constexpr const char* internals_text = R"(Structure sizes:
+	 data element (common size): 40
+	 ascii: 24
+	 unicode: 24
+	 integer: 24
+	 real: 24
+	 complex: 32
+	 quaternion: 40
+	 octonion: 88
+	 file: 40
+	 continuation: 40
+	 subarray: 24
+	 filler: 16
+
+Individual element sizes (precisions):
+	 character: 1
+	 integer: 8
+	 real: 8
+	 complex: 16
+	 quaternion: 32
+	 octonion: 64
+
+Computer internal integer sizes:
+	 unsigned char: 1
+	 unsigned short int: 2
+	 unsigned int: 4
+	 unsigned long int: 8
+
+(All sizes are in bytes.)
+
+Computer implementation precision data:
+	Greatest INTEGER value = 9223372036854775807
+
+	Greatest integer REAL value = 9007199254740991
+	REAL value precision = 1e-15
+		precision in decimal numbers = 15.59 digits
+		eps = 1.11022e-16
+		omega = 1.79769e+308
+
+
+)";
+
+TEST(StartStop, TellsItsUse) {
+    const Result help = run({"-h"}, "1 2 + .");
+    EXPECT_EQ(help.output, usage_text);
+    EXPECT_EQ(help.exit_code, 0);
+}
+
+TEST(StartStop, VersionReport) {
+    const Result report = run({"-v"}, "1 2 + .");
+    const std::string text = normalised(report.output);
+    EXPECT_TRUE(std::regex_match(text, std::regex("\n\n-- Ondrel 0\\.8 version n0\\.0 smp0\\.7 \\[build 4\\] 64-bit --"
+                                                  "\n\n[^\n]+(\n[^\n]+)*\n\n\\(compiled\\)")))
+        << text;
+    EXPECT_EQ(report.exit_code, 0);
+}
+
+TEST(StartStop, InternalsReport) {
+    const Result report = run({"-vv"}), version = run({"-v"});
+    EXPECT_EQ(report.output, version.output + internals_text);
+    EXPECT_EQ(report.exit_code, 0);
+}
+
+TEST(StartStop, GreetsAndTakesItsLeave) {
+    char memory[64];
+    std::snprintf(memory, sizeof memory, "Available memory: %lg MiB\n",
+                  static_cast<double>(sysconf(_SC_PHYS_PAGES)) * static_cast<double>(sysconf(_SC_PAGESIZE)) / 1048576);
+    const std::string greeting = std::string("Single processor\n\n") + memory + "\n\n--- Hello. (0) ---";
+    const std::string farewell = "\n--- Good bye. (999) ---\n\n--- Spent ---\n\n";
+    for (const char* input : {"1 2 + .\n", "1 2 + .\nQUIT .\n", "1 2 + .\nENDPROCESS . 5 7 + .\n", "1 2 + . OFF 3 ."}) {
+        const Result run_through = run({}, input);
+        const std::string text = normalised(run_through.output);
+        EXPECT_TRUE(text.starts_with(heading())) << text;
+        const std::size_t end = text.find("Single processor");
+        ASSERT_NE(end, std::string::npos) << text;
+        EXPECT_EQ(text.substr(end), greeting + "\n\nOndrel [0]> \n\n 3\n\nOndrel [1]> " + farewell) << input;
+        EXPECT_EQ(run_through.exit_code, 0);
+    }
+    const Result greeted = run_program("", {.merged = false});
+    EXPECT_EQ(greeted.error, "\n--- Hello. (0) ---");
+}
+
+TEST(StartStop, IsQuiet) {
+    EXPECT_EQ(normalised(run({"-q"}, "1 2 + .\n'text' .\n.").output), "\n\n 3\n\ntext\n\ntext\n--- Spent ---\n\n");
+    EXPECT_EQ(normalised(run({"-q"}, "").output), "\n--- Spent ---\n\n");
+    EXPECT_EQ(normalised(run({"-q"}, ". QUIT .").output), "\n-\n\n--- Spent ---\n\n");
+    const Result wrong = run_program("1 + .\n2 .", {.arguments = {"-q"}, .merged = false});
+    EXPECT_EQ(normalised(wrong.output), "\n\n 2\n--- Spent ---\n\n");
+    EXPECT_TRUE(wrong.error.starts_with("\n800 - not enough arguments on stack for the reqested operation.\n"))
+        << wrong.error;
+}
+
+TEST(StartStop, LeavesValuesOfEveryKindCleanly) {
+    const Result run_through = run({}, "1 'a' (1 (2 'abc' 1l2)) 1l2 #PI (1 2)[100 100] () '' `(1 2) .");
+    EXPECT_EQ(run_through.output.find("not given back"), std::string::npos) << run_through.output;
+    EXPECT_EQ(run_through.exit_code, 0);
+}
+
+enum class Does { usage, version, internals, quiet, ordinary };
+
+Does what(const Arguments& arguments) {
+    const std::string output = run(arguments, "1 2 + .").output;
+    if (output == usage_text) return Does::usage;
+    const bool ran = output.find("\n\n 3") != std::string::npos;
+    if (ran) return output.find("Ondrel") == std::string::npos ? Does::quiet : Does::ordinary;
+    return output.find("Structure sizes") == std::string::npos ? Does::version : Does::internals;
+}
+
+// Words are read from the last to the first, the bytes of a word from left to right. A dash waits for the next letter
+// of the table, in an earlier word if need be.
+TEST(StartStop, ScansItsOptions) {
+    const std::vector<std::pair<Arguments, Does>> cases{
+        {{}, Does::ordinary},
+        {{"-q"}, Does::quiet},
+        {{"q"}, Does::ordinary},
+        {{"h"}, Does::ordinary},
+        {{""}, Does::ordinary},
+        {{"-"}, Does::ordinary},
+        {{"--q"}, Does::quiet},
+        {{"-xq"}, Does::quiet},  // what is no option leaves the dash
+        {{"-x", "q"}, Does::ordinary},
+        {{"q", "-x"}, Does::quiet},
+        {{"q", "-"}, Does::quiet},
+        {{"-", "q"}, Does::ordinary},
+        {{"q", "word", "-"}, Does::quiet},
+        {{"-qh"}, Does::quiet},  // the q has used it up
+        {{"-q-h"}, Does::usage},
+        {{"-uq"}, Does::ordinary},
+        {{"-qu"}, Does::quiet},
+        {{"u", "-q"}, Does::quiet},
+        {{"-q", "u"}, Does::quiet},
+        {{"-q", "u-"}, Does::quiet},
+        {{"q", "u-"}, Does::quiet},
+        {{"q", "-u"}, Does::ordinary},
+        {{"-Q"}, Does::ordinary},
+        {{"v"}, Does::version},
+        {{"vector"}, Does::version},
+        {{"have"}, Does::version},
+        {{"u", "v"}, Does::version},
+        {{"-v", "-h"}, Does::usage},
+        {{"-h", "-v"}, Does::version},
+        {{"-h", "-vv"}, Does::internals},
+        {{"-vv", "-v"}, Does::version},
+        {{"-q", "-v"}, Does::version},
+        {{"-vq"}, Does::version},
+        {{"-hv"}, Does::usage},
+        {{"-h", "-q"}, Does::usage},
+        {{"\xFF\x80 -q"}, Does::quiet},
+    };
+    for (const auto& [arguments, expected] : cases) {
+        std::string words;
+        for (const std::string& argument : arguments) words += '[' + escaped(argument) + ']';
+        EXPECT_EQ(static_cast<int>(what(arguments)), static_cast<int>(expected)) << words;
+    }
+}
+
+// The count, the program's own name included, is a signed byte.
+TEST(StartStop, LooksAtNoMoreThanAByteOfWords) {
+    Arguments arguments(126, "word");
+    arguments[0] = "-q";
+    EXPECT_EQ(what(arguments), Does::quiet);
+    arguments.push_back("-q");
+    EXPECT_EQ(what(arguments), Does::ordinary);
+    arguments.assign(200, "-h");
+    EXPECT_EQ(what(arguments), Does::ordinary);
+}
+
+}  // namespace
+}  // namespace ondrel
