@@ -5,6 +5,7 @@
 #include <limits>
 #include <numeric>
 #include <span>
+#include <utility>
 #include <vector>
 
 #include "data/blocks.h"
@@ -53,20 +54,37 @@ std::int64_t item_count(std::span<const std::int64_t> dimensions) {
     return n;
 }
 
+// Fills `block` with n items, the m items of `source` repeated in order; each round doubles what stands. `filled` tells
+// how far it has come.
+void repeat(void* block, const void* source, std::size_t m, std::size_t n, std::size_t& filled) {
+    constexpr std::size_t most_at_once = std::size_t{1} << 22;
+    while (filled < n) {
+        const std::size_t from = filled % m;
+        const std::size_t stands = filled < m ? m : filled;
+        const std::size_t stretch = std::min({n - filled, stands - from, most_at_once});
+        copy_items(block, filled, filled < m ? source : block, from, stretch);
+        filled += stretch;
+        heed_attention();
+    }
+}
+
 // A block with n items, the m items of the value repeated in order.
 void* cycled(const DataElement& data, std::size_t m, std::size_t n) {
     const void* source = data.data_pointer;
     Owner packed;
-    if (n > 1 && !(data.type & PER_ITEM)) source = packed.record.data_pointer = packed_items(source, std::min(m, n));
-    if (source == nullptr) source = data.data_pointer;
+    if (n > 1 && !(data.type & PER_ITEM)) packed.record.data_pointer = packed_items(source, std::min(m, n));
+    if (packed.record.data_pointer != nullptr) source = packed.record.data_pointer;
     if (n == 1) return unpack(source, 1);
-    void* const block = allocate_block(header(source).head, n * item_width(header(source).head));
-    for (std::size_t at = 0; at < n;) {  // each round doubles what stands
-        const std::size_t stretch = std::min(n - at, at == 0 ? m : at);
-        copy_items(block, at, at == 0 ? source : block, 0, stretch);
-        at += stretch;
+    if (!is_packed(source)) {
+        ItemsOwner items(n);
+        repeat(items.items, source, m, n, items.filled);
+        return items.take();
     }
-    return block;
+    Owner values;
+    values.record.data_pointer = allocate_packed(header(source).head, n);
+    std::size_t filled = 0;
+    repeat(values.record.data_pointer, source, std::min(m, n), n, filled);
+    return std::exchange(values.record.data_pointer, nullptr);
 }
 
 // Drops the value's hold on its items, and takes over the block in their place.
