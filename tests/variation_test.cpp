@@ -1,0 +1,421 @@
+// The dyadic arithmetic verbs, held against the reference for every way in which operands can be held: as scalars,
+// arrays and nests, packed and as items, shared and sole, on either side. Nobody who looks at a value from outside may
+// tell the ways apart, and an operand that someone else holds, or that an error leaves behind, is what it was.
+#include <gtest/gtest.h>
+
+#include "core/stack.h"
+#include "tests/palette.h"
+#include "tests/reference.h"
+#include "verbs/scalar/dyadic.h"
+
+namespace ondrel {
+namespace {
+
+using oracle::Expected;
+using oracle::Verb;
+
+struct Named {
+    Verb verb;
+    void (*run)(DataElement*& sp, DataElement* cell);
+    const char* name;
+};
+constexpr Named verbs[] = {
+    {Verb::add, add, "ADD"},
+    {Verb::subtract, subtract, "SUBTRACT"},
+    {Verb::multiply, multiply, "MULTIPLY"},
+    {Verb::divide, divide, "DIVIDE"},
+    {Verb::residue, residue, "RESIDUE"},
+    {Verb::minimum, minimum, "MINIMUM"},
+    {Verb::maximum, maximum, "MAXIMUM"},
+};
+
+DataElement* instruction_cell() {
+    static DataElement cell = [] {
+        DataElement made{};
+        made.rank = kind::OPERATOR;
+        made.type = ISOPERATOR;
+        made.text = stringdup("verb");
+        return made;
+    }();
+    return &cell;
+}
+
+struct Holding {
+    Layout layout = Layout::items;
+    bool shared = false;  // the test holds the operand too
+};
+
+constexpr Holding plain{Layout::items, false}, plain_shared{Layout::items, true};
+constexpr Holding packed{Layout::packed, false}, packed_shared{Layout::packed, true};
+
+struct Way {
+    Holding left, right;
+};
+constexpr Way all_ways[] = {
+    {plain, plain},   {plain_shared, plain},   {plain, plain_shared},   {plain_shared, plain_shared},
+    {packed, packed}, {packed_shared, packed}, {packed, packed_shared}, {packed_shared, packed_shared},
+    {plain, packed},  {packed, plain},
+};
+constexpr Way few_ways[] = {{plain, plain}, {packed, packed}, {packed_shared, packed_shared}};
+
+// A list of failures that goes on for pages says no more than its beginning.
+bool enough_failures() {
+    static int last_seen = 0, failures = 0;
+    const int now = testing::UnitTest::GetInstance()->current_test_info()->result()->total_part_count();
+    failures = now < last_seen ? 0 : now;
+    last_seen = now;
+    return failures >= 6;
+}
+
+std::string describe_way(const Named& verb, const Value& left, const Value& right, Way way) {
+    const auto held = [](Holding holding) {
+        return std::string(holding.layout == Layout::packed ? " (packed" : " (items") +
+               (holding.shared ? ", shared)" : ")");
+    };
+    return describe(left) + held(way.left) + " " + describe(right) + held(way.right) + " " + verb.name;
+}
+
+// An operand on the stack, and a second holder of it if it is shared.
+struct Operand {
+    const Value& value;
+    DataElement held{};
+
+    Operand(const Value& described, const DataElement& record, bool shared) : value(described) {
+        if (!shared) return;
+        held = record;
+        referencepoint(held);
+    }
+    void check() {
+        if (held.data_pointer == nullptr && held.shape_pointer == nullptr) return;
+        const Value now = read(held);
+        EXPECT_TRUE(identical(now, value)) << "the shared operand has become " << describe(now);
+        dereferencepoint(held);
+    }
+};
+
+// Runs the verb on what lies on the stack up to `top` and holds the outcome against what is expected.
+void run_and_check(const Named& verb, const Value& left, const Value& right, const Expected& expected,
+                   DataElement* top) {
+    DataElement* sp = top;
+    const int error = error_of([&] { verb.run(sp, instruction_cell()); });
+    if (error != 0) {
+        EXPECT_TRUE(expected.errors.contains(error)) << "raised error " << error;
+        ASSERT_EQ(sp, top);
+        const Value left_now = read(sp[-1]), right_now = read(*sp);
+        EXPECT_TRUE(identical(left_now, left)) << "the error left on the left " << describe(left_now);
+        EXPECT_TRUE(identical(right_now, right)) << "the error left on the right " << describe(right_now);
+    } else {
+        ASSERT_EQ(sp, top - 1);
+        EXPECT_EQ(expected.mismatch(read(*sp)), "");
+    }
+    while (sp > top - 2) dereferencepoint(*sp--);
+}
+
+void check(const Named& verb, const Value& left, const Value& right, const Expected& expected, Way way) {
+    SCOPED_TRACE(describe_way(verb, left, right, way));
+    const std::int64_t blocks = blocks_out();
+    DataElement* sp = stack;
+    *++sp = build(left, way.left.layout);
+    Operand left_operand(left, *sp, way.left.shared);
+    *++sp = build(right, way.right.layout);
+    Operand right_operand(right, *sp, way.right.shared);
+    run_and_check(verb, left, right, expected, sp);
+    left_operand.check();
+    right_operand.check();
+    EXPECT_EQ(blocks_out(), blocks) << "blocks not given back";
+}
+
+// One value on both sides: the same blocks, held twice, or three times when shared.
+void check_same_blocks(const Named& verb, const Value& value, const Expected& expected, Holding holding) {
+    SCOPED_TRACE(describe_way(verb, value, value, {holding, holding}) + ", one block");
+    const std::int64_t blocks = blocks_out();
+    DataElement* sp = stack;
+    *++sp = build(value, holding.layout);
+    Operand operand(value, *sp, holding.shared);
+    sp[1] = *sp;
+    referencepoint(*++sp);
+    run_and_check(verb, value, value, expected, sp);
+    operand.check();
+    EXPECT_EQ(blocks_out(), blocks) << "blocks not given back";
+}
+
+// Every pair of the palette, as scalars.
+TEST(Variation, EveryPairOfItems) {
+    instruction_cell();
+    for (const Named& verb : verbs)
+        for (const Group& lefts : palette())
+            for (const Group& rights : palette())
+                for (const Item& left : lefts)
+                    for (const Item& right : rights) {
+                        const Value l = scalar_value(left), r = scalar_value(right);
+                        check(verb, l, r, oracle::apply(verb.verb, l, r), {plain, plain});
+                        if (enough_failures()) return;
+                    }
+}
+
+// Every item of a group against every one of another, in one pair of vectors: the loops over uniform arrays, and the
+// change of kind in their middle.
+TEST(Variation, EveryPairOfGroupsAsVectors) {
+    instruction_cell();
+    for (const Named& verb : verbs)
+        for (const Group& lefts : palette())
+            for (const Group& rights : palette()) {
+                Value l, r;
+                for (const Item& left : lefts)
+                    for (const Item& right : rights) {
+                        l.items.push_back(left);
+                        r.items.push_back(right);
+                    }
+                l.shape = r.shape = {static_cast<std::int64_t>(l.items.size())};
+                const Expected expected = oracle::apply(verb.verb, l, r);
+                for (const Way& way : few_ways) check(verb, l, r, expected, way);
+                if (enough_failures()) return;
+            }
+}
+
+// One item extended over all of a group.
+TEST(Variation, EverySingleItemAgainstAGroup) {
+    instruction_cell();
+    for (const Named& verb : verbs)
+        for (const Group& lefts : palette())
+            for (const Group& rights : palette())
+                for (const Item& item : lefts) {
+                    const Value single = scalar_value(item), all = vector_value(rights);
+                    const Expected first = oracle::apply(verb.verb, single, all);
+                    const Expected second = oracle::apply(verb.verb, all, single);
+                    check(verb, single, all, first, {plain, packed});
+                    check(verb, all, single, second, {packed, plain});
+                    if (enough_failures()) return;
+                }
+}
+
+// A group's first item, or all of them, in every structure that takes part in a rule of the frame.
+std::vector<Value> structures(const Group& group) {
+    const Item &x = group[0], &y = group[1], &z = group[2];
+    const Item nest = subarray(vector_value({x, y, z}));
+    return {
+        scalar_value(x),
+        vector_value({x}),
+        {{1, 1}, {y}},
+        vector_value({x, y, z}),
+        vector_value({x, x, x}),
+        vector_value({y, z}),
+        {{2, 3}, {x, y, z, z, y, x}},
+        {{3, 2}, {x, y, z, z, y, x}},
+        vector_value({x, integer(1), real(0.5)}),
+        vector_value({nest, y, z}),
+        vector_value({nest}),
+        scalar_value(nest),
+        vector_value({subarray(vector_value({subarray(vector_value({subarray(vector_value({x, y}))}))}))}),
+        vector_value({subarray(scalar_value(x)), subarray({{3, 1}, {x, y, z}}), integer(0)}),
+    };
+}
+
+TEST(Variation, EveryStructure) {
+    instruction_cell();
+    for (const Named& verb : verbs)
+        for (const Group& lefts : small_palette())
+            for (const Group& rights : small_palette())
+                for (const Value& left : structures(lefts))
+                    for (const Value& right : structures(rights)) {
+                        const Expected expected = oracle::apply(verb.verb, left, right);
+                        if (expected.errors == std::set{17}) {
+                            check(verb, left, right, expected, {packed, packed_shared});
+                            continue;
+                        }
+                        for (const Way& way : all_ways) check(verb, left, right, expected, way);
+                        if (enough_failures()) return;
+                    }
+}
+
+TEST(Variation, TheSameBlockOnBothSides) {
+    instruction_cell();
+    for (const Named& verb : verbs)
+        for (const Group& group : small_palette())
+            for (const Value& value : structures(group)) {
+                const Expected expected = oracle::apply(verb.verb, value, value);
+                for (const Holding holding : {plain, plain_shared, packed, packed_shared})
+                    check_same_blocks(verb, value, expected, holding);
+                if (enough_failures()) return;
+            }
+}
+
+// An empty operand gives way to the other, whatever it is, also where their kinds would not go together.
+TEST(Variation, AnEmptyOnEitherSide) {
+    instruction_cell();
+    const std::vector<Value> empties{{{0}, {}}, {{0, 3}, {}}, {{3, 0}, {}}, {{2, 0, 4}, {}}};
+    for (const Named& verb : verbs)
+        for (const Value& empty : empties)
+            for (const Group& group : small_palette())
+                for (const Value& value : structures(group))
+                    for (const Way& way : all_ways) {
+                        const Expected expected{.errors = {}, .kept = true, .survivor = value};
+                        check(verb, empty, value, expected, way);
+                        check(verb, value, empty, expected, way);
+                        if (enough_failures()) return;
+                    }
+}
+
+// A nest that two records hold: the verb works on one and the other does not change.
+TEST(Variation, ANestThatIsAlsoPartOfAnotherValue) {
+    instruction_cell();
+    const Value inner = vector_value({integer(1), integer(2), integer(3)});
+    for (const Named& verb : verbs)
+        for (const Layout layout : {Layout::items, Layout::packed}) {
+            SCOPED_TRACE(verb.name);
+            const std::int64_t blocks = blocks_out();
+            const Value twice = vector_value({subarray(inner), subarray(inner)});
+            DataElement outer = build(twice, layout);
+            DataElement* const items = items_of(outer);
+            // Both items hold the first one's record.
+            dereferencedataelems(items + 1, 1);
+            items[1] = items[0];
+            referencedataelems(items + 1, 1);
+
+            const Value five = scalar_value(integer(5));
+            DataElement* sp = stack;
+            *++sp = outer;
+            DataElement other = outer;
+            referencepoint(other);
+            *++sp = build(five, Layout::items);
+            run_and_check(verb, twice, five, oracle::apply(verb.verb, twice, five), sp);
+
+            *++(sp = stack) = other;
+            *++sp = build(five, Layout::items);
+            // Now the value is sole, and its two items still share.
+            run_and_check(verb, twice, five, oracle::apply(verb.verb, twice, five), sp);
+            EXPECT_EQ(blocks_out(), blocks);
+        }
+}
+
+// ---- arrays that take more than one stretch of the loops
+
+constexpr std::size_t many = 200'000;
+constexpr std::size_t turn = 100'001;  // where the kind of the results changes
+
+template <class Make>
+Value large(Make make) {
+    Value value{{static_cast<std::int64_t>(many)}, {}};
+    value.items.reserve(many);
+    for (std::size_t i = 0; i < many; ++i) value.items.push_back(make(i));
+    return value;
+}
+
+struct LargeCase {
+    const char* name;
+    Verb verb;
+    Value left, right;
+};
+
+class Large : public testing::Test {
+protected:
+    static void hold(Verb verb, const Value& left, const Value& right) {
+        instruction_cell();
+        for (const Named& candidate : verbs) {
+            if (candidate.verb != verb) continue;
+            const Expected expected = oracle::apply(verb, left, right);
+            for (const Way& way : few_ways) check(candidate, left, right, expected, way);
+            check(candidate, left, right, expected, {packed, packed_shared});
+            check(candidate, left, right, expected, {packed_shared, packed});
+        }
+    }
+};
+
+Value sawtooth(std::int64_t period) {
+    return large([period](std::size_t i) { return integer(static_cast<std::int64_t>(i) % period - period / 2); });
+}
+Value with(Value value, std::size_t place, const Item& item) {
+    value.items[place] = item;
+    return value;
+}
+
+constexpr std::int64_t half_range = std::int64_t{1} << 62;
+
+TEST_F(Large, IntegerSumsLeaveTheirRangeOnce) {
+    const Value numbers = with(sawtooth(1000), turn, integer(half_range / 2 * 3));
+    hold(Verb::add, numbers, numbers);
+    hold(Verb::add, numbers, with(sawtooth(777), turn, integer(half_range)));
+    hold(Verb::add, scalar_value(integer(half_range)), numbers);
+}
+
+TEST_F(Large, IntegerSumsLeaveTheirRangeAtEveryPlaceOfAStretch) {
+    for (const std::size_t place :
+         {std::size_t{0}, std::size_t{1}, std::size_t{65'535}, std::size_t{65'536}, std::size_t{131'072}, many - 1}) {
+        const Value numbers = with(sawtooth(10), place, integer(half_range + half_range / 2));
+        hold(Verb::add, numbers, numbers);
+    }
+}
+
+TEST_F(Large, IntegerProductsLeaveTheirRangeFromTheMiddleOn) {
+    const Value factors = large([](std::size_t i) {
+        return integer(i < turn ? static_cast<std::int64_t>(i) : 3'037'000'500 + static_cast<std::int64_t>(i));
+    });
+    hold(Verb::multiply, factors, factors);
+    hold(Verb::multiply, factors, scalar_value(integer(4'000'000'000)));
+}
+
+TEST_F(Large, QuotientsStopBeingExact) {
+    const Value sixes = large([](std::size_t i) { return integer(static_cast<std::int64_t>(i) * 6); });
+    hold(Verb::divide, with(sixes, turn, integer(7)), scalar_value(integer(3)));
+    hold(Verb::divide, with(sixes, turn, integer(-6)), scalar_value(integer(3)));
+    hold(Verb::divide, sixes, with(large([](std::size_t) { return integer(2); }), turn, integer(0)));
+    hold(Verb::divide, scalar_value(integer(5040)), sawtooth(100));
+}
+
+TEST_F(Large, KindsThatStay) {
+    const Value reals = large([](std::size_t i) { return real(static_cast<double>(i) * 0.37 - 40'000); });
+    const Value integers = sawtooth(999);
+    const Value complexes = large([](std::size_t i) {
+        return hypercomplex({static_cast<double>(i % 7), static_cast<double>(i % 5) - 2});
+    });
+    for (const Named& verb : verbs) {
+        hold(verb.verb, reals, integers);
+        hold(verb.verb, integers, reals);
+        hold(verb.verb, complexes, reals);
+    }
+    hold(Verb::subtract, integers, with(integers, turn, integer(std::numeric_limits<std::int64_t>::min())));
+    hold(Verb::multiply, complexes, complexes);
+    hold(Verb::divide, complexes, complexes);
+}
+
+TEST_F(Large, QuaternionsAndOctonions) {
+    const Value quaternions = large([](std::size_t i) {
+        const double x = static_cast<double>(i % 11);
+        return hypercomplex({x, 1 - x, x / 2, static_cast<double>(i % 3)});
+    });
+    const Value octonions = large([](std::size_t i) {
+        const double x = static_cast<double>(i % 13) - 6;
+        return hypercomplex({x, 1, -x, 2, x / 4, 3, static_cast<double>(i % 2), 4});
+    });
+    hold(Verb::multiply, quaternions, quaternions);
+    hold(Verb::divide, quaternions, octonions);
+    hold(Verb::add, octonions, quaternions);
+    hold(Verb::subtract, octonions, scalar_value(real(2)));
+}
+
+TEST_F(Large, KindsThatMix) {
+    const Value mixed = large([](std::size_t i) {
+        if (i % 1000 == 999) return hypercomplex({1, 2});
+        return i % 2 == 0 ? integer(static_cast<std::int64_t>(i)) : real(0.5);
+    });
+    for (const Verb verb : {Verb::add, Verb::multiply, Verb::divide, Verb::maximum}) {
+        hold(verb, mixed, mixed);
+        hold(verb, mixed, sawtooth(50));
+        hold(verb, scalar_value(integer(3)), mixed);
+    }
+}
+
+TEST_F(Large, AnErrorInTheMiddleLeavesBothOperands) {
+    const Value text = large([](std::size_t i) { return character(static_cast<unsigned char>('a' + i % 26)); });
+    const Value mask = large([](std::size_t i) { return integer(static_cast<std::int64_t>(i % 2)); });
+    hold(Verb::multiply, text, mask);
+    hold(Verb::multiply, text, with(mask, turn, integer(2)));
+    hold(Verb::multiply, with(mask, many - 1, integer(-1)), text);
+    const Value nested = with(mask, turn, subarray(vector_value({integer(1), integer(2)})));
+    hold(Verb::add, nested, nested);
+    hold(Verb::add, with(nested, turn, subarray(vector_value({integer(1), integer(2), integer(3)}))), nested);
+    hold(Verb::residue, mask, with(mask, turn, hypercomplex({1, 2, 3, 4})));
+}
+
+}  // namespace
+}  // namespace ondrel
