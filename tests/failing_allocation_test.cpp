@@ -1,0 +1,128 @@
+// Each allocation of a sentence failed in turn, until the sentence runs through. Whatever fails, 27 is said, what stood
+// on the stack before stands there still, and no block is lost.
+#include "data/allocator.h"
+
+#ifdef ONDREL_CHECKS
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+#include "core/machine.h"
+#include "core/stack.h"
+#include "data/blocks.h"
+#include "tests/evaluator.h"
+#include "translator/scanner.h"
+
+namespace ondrel {
+namespace {
+
+std::string text_of(DataElement& value) {
+    char* text = nullptr;
+    std::size_t length = 0;
+    std::FILE* const memory = open_memstream(&text, &length);
+    dump(memory, "", value);
+    std::fclose(memory);
+    std::string result(text, length);
+    std::free(text);
+    return result;
+}
+
+std::vector<std::string> stack_texts(const Evaluator& evaluator) {
+    std::vector<std::string> texts;
+    for (DataElement* slot = stack + 1; slot <= evaluator.sp; ++slot) texts.push_back(text_of(*slot));
+    return texts;
+}
+
+// One sentence, and nothing of what may be left of it when its translation fails.
+std::string run_one(Evaluator& evaluator, const char* sentence) {
+    static std::array<DataElement, sentence_cells> cells;
+    testing::internal::CaptureStdout();
+    testing::internal::CaptureStderr();
+    if (fill(cells.data(), nullptr, &sentence, false) > 0) {
+        evaluator.sp = machine(cells.data(), stack + 1, evaluator.sp, 0);
+        cleanup(cells.data());
+    }
+    const std::string errors = testing::internal::GetCapturedStderr();
+    return errors + testing::internal::GetCapturedStdout();
+}
+
+class FailingAllocation : public testing::TestWithParam<const char*> {};
+
+TEST_P(FailingAllocation, LosesNothing) {
+    Evaluator evaluator;
+    const char* const before = "(1 2 3) (1 (2 'x') 3l4 #PI) 'abc' .";
+    const std::int64_t empty = live_blocks;
+    const auto prepare = [&] {
+        evaluator.clear();
+        A_Problem = PrintOut = false;
+        run_one(evaluator, before);
+    };
+
+    prepare();
+    const std::vector<std::string> kept = stack_texts(evaluator);
+    ASSERT_EQ(kept.size(), 3U);
+    const std::string expected_words = run_one(evaluator, GetParam());
+    const std::vector<std::string> expected = stack_texts(evaluator);
+
+    constexpr int most = 20'000;
+    int n = 1;
+    for (bool failed = true; failed && n < most && !HasFailure(); ++n) {
+        prepare();
+        fail_countdown = n;
+        const std::string words = run_one(evaluator, GetParam());
+        failed = fail_countdown == 0;
+        fail_countdown = 0;
+        const std::vector<std::string> texts = stack_texts(evaluator);
+        if (!failed) {
+            EXPECT_EQ(words, expected_words);
+            EXPECT_EQ(texts, expected);
+            break;
+        }
+        EXPECT_NE(words.find("27 - out of main storage."), std::string::npos) << "allocation " << n << ": " << words;
+        ASSERT_GE(texts.size(), kept.size()) << "allocation " << n;
+        const bool discarded = words.find("Discarding the bad TOS value") != std::string::npos;
+        for (std::size_t i = 0; i < kept.size(); ++i) {
+            const bool top = i + 1 == texts.size();
+            if (discarded && top)
+                EXPECT_TRUE(evaluator.sp->type & ISEMPTY) << "allocation " << n;
+            else
+                EXPECT_EQ(texts[i], kept[i]) << "allocation " << n;
+        }
+        evaluator.clear();
+        EXPECT_EQ(live_blocks, empty) << "allocation " << n << " of " << GetParam();
+        live_blocks = empty;
+    }
+    EXPECT_LT(n, most);
+    EXPECT_GT(n, 1) << "the sentence allocates nothing";
+    evaluator.clear();
+    A_Problem = PrintOut = false;
+    EXPECT_EQ(live_blocks, empty);
+    // And the interpreter goes on.
+    EXPECT_EQ(evaluator.run("1 2 + ."), "\n\n 3");
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Sentences, FailingAllocation,
+    testing::Values("1 2.5 'text' 'c' (1 2 3) () '' `(1 2) .", "(1 (2 'abc' (3.5 'd' ('it''s' 1))) 1i2 (4))[3 2] .",
+                    "#PI -#SQRT2 #SIN T (#PI 1 #E F) (#PI #PI)[2 2] .",
+                    "(1 2 3 4 5 6)[2 3] 'abcdef'[3 2] (1 (2 3)[2 2] ('ab'[3] 4)) (1 'a' 2.5) (3 3) RESHAPE 2 RESHAPE .",
+                    "1 2 + 3.5 * 4 - 2 / 7 MAX 1i2 * 1j2 + 1 - .",
+                    "(1 2 3)[1000] (4 5 6)[1000] + 2.5 * (1 2 3)[1000] - (1.5 2)[1000] MIN .",
+                    "(1 2.5 1i2)[100] (1 2 3)[100] * (7 1l2)[100] + (1 2.5)[100] - .",
+                    "(1 (2 3) (4 (5 6))) (10 (20 30) (40 (50 60))) + 1.5 * (1 2 3) - (1 (2 3) 4) (5 6 (7 8)) + .",
+                    "1l2 (1l2 3l4 5o6)[10] * 1l2m3 + (1l2 3.5 #PI)[4] * 2l1 + .",
+                    "(1 2.5 'x' 1i2 (1l2 'abc'))[2000] PRINT (1 2)[30 40] TELL 'text'[5000] OUTPUT .",
+                    "d1p90 1p2 + 1q2 3 * (1i2 3i4) POLAR 1p2 * (1i2 3i4) POLAR CARTESIAN 1r2u3 1p1 - .",
+                    "(9223372036854775807 1)[500] (1 2)[500] + (1 2 3)[300] (2 2 4)[300] / (1 0)[9] (0 1)[9] / .",
+                    "(1 2 3)[300] 1 + 2.5 + 1i2 + 1j2 + 1l2 + .", "(1 2 3) (1 2) + .", "1 'a' + .",
+                    "name \"a comment\" SQRT .", "+ // ?Y 2 .", "(1 2)[3 99999999999999999999] (1 (2)[-1]) ."));
+
+}  // namespace
+}  // namespace ondrel
+
+#endif
