@@ -22,21 +22,28 @@ void flush_results() {
     if (reader_gone) endprocess = true;
 }
 
+DataElement* sp = stack;
+
+void run_one_sentence(bool quiet) {
+    if (!quiet) std::printf("\n\nOndrel [%ld]> ", static_cast<long>(sp - stack));
+    flush_results();
+    if (endprocess || fill(instructions, stdin, nullptr, false) == 0) return;
+    attention = 0;
+    running = 1;
+    sp = machine(instructions, stack + 1, sp, 0);
+    running = 0;
+    cleanup(instructions);
+    flush_results();
+}
+
 }  // namespace
 
 void interactive_loop(bool quiet) {
-    DataElement* sp = stack;
-    while (!endprocess) {
-        if (!quiet) std::printf("\n\nOndrel [%ld]> ", static_cast<long>(sp - stack));
-        flush_results();
-        if (endprocess || fill(instructions, stdin, nullptr, false) == 0) continue;
-        attention = 0;
-        running = 1;
-        sp = machine(instructions, stack + 1, sp, 0);
-        running = 0;
-        cleanup(instructions);
-        flush_results();
-    }
+    sigjmp_buf recovery;
+    fault_jump = &recovery;
+    sigsetjmp(recovery, 0);  // a fault outside a sentence comes back to the prompt
+    while (!endprocess) run_one_sentence(quiet);
+    fault_jump = nullptr;
     while (sp > stack) dereferencepoint(*sp--);
 }
 

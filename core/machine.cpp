@@ -109,7 +109,7 @@ void recover(Activation& activation) {
 // The sentence at the prompt: whatever unwinds from below ends here, with the stack as high as this run last left it.
 void run_sentence(Activation& activation) {
     sigjmp_buf fault;
-    fault_jump = &fault;
+    sigjmp_buf* const outer = std::exchange(fault_jump, &fault);
     try {
         if (sigsetjmp(fault, 0) != 0) {
             recover(activation);
@@ -124,7 +124,7 @@ void run_sentence(Activation& activation) {
         exception(27);
         recover(activation);
     }
-    fault_jump = nullptr;
+    fault_jump = outer;
 }
 
 }  // namespace

@@ -15,6 +15,8 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <fstream>
+#include <iterator>
 #include <stdexcept>
 
 namespace ondrel {
@@ -156,6 +158,17 @@ bool Process::wait_for(std::string_view text, double seconds) {
         if (left <= 0 || output_ < 0) return false;
         pump(left);
     }
+}
+
+bool Process::wait_for_sleep(double seconds) const {
+    const auto start = Clock::now();
+    for (; seconds_since(start) < seconds; usleep(1000)) {
+        std::ifstream file("/proc/" + std::to_string(pid_) + "/stat");
+        const std::string status(std::istreambuf_iterator<char>(file), {});
+        const std::size_t name_end = status.rfind(')');
+        if (name_end != std::string::npos && status.substr(name_end).starts_with(") S")) return true;
+    }
+    return false;
 }
 
 void Process::listen(double seconds) {

@@ -47,6 +47,9 @@ public:
     // within the time, or the program closes its output.
     bool wait_for(std::string_view text, double seconds = 60);
 
+    // Until the program sleeps: at a prompt, waiting for what is typed.
+    bool wait_for_sleep(double seconds = 60) const;
+
     // Whatever comes within the time.
     void listen(double seconds);
 

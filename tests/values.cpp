@@ -118,13 +118,13 @@ DataElement build(const Value& value, Layout layout) {
 
 namespace {
 
-Item read_item(const DataElement& held) {
+Item read_item(const DataElement& held, KindBits told) {
     Item item{.tag = held.tag, .form = held.form, .marks = held.marks};
     switch (item.tag) {
         case tag::subarray: {
             item.form = form::number;  // neither word says anything of a nested value
             item.marks = 0;
-            item.nested = std::make_shared<Value>(read(*held.nested));
+            item.nested = std::make_shared<Value>(read(*held.nested, told));
             return item;
         }
         case tag::ascii: item.integer = held.ascii; break;
@@ -183,7 +183,8 @@ Value read(const DataElement& record, KindBits told) {
     }
     value.shape.assign(record.shape_pointer, record.shape_pointer + record.rank);
     value.items.reserve(record.elements);
-    for (std::size_t i = 0; i < record.elements; ++i) value.items.push_back(read_item(item_at(record.data_pointer, i)));
+    for (std::size_t i = 0; i < record.elements; ++i)
+        value.items.push_back(read_item(item_at(record.data_pointer, i), told));
     check_record(record, value, told);
     return value;
 }

@@ -135,7 +135,7 @@ void finish_once(Level& level) {
 bool open_vector() { return open(false, false); }
 bool open_enclosed() { return open(false, true) && open(false, false); }
 bool open_text() { return open(true, false); }
-bool inside_literal() { return !levels.empty(); }
+bool inside_another() { return levels.size() > 1; }
 
 void reserve_item() { make_room(levels.back()); }
 

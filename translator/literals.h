@@ -21,7 +21,7 @@ DataElement named_constant(std::uint32_t tag, std::uint16_t form, std::uint16_t 
 bool open_vector();
 bool open_enclosed();
 bool open_text();
-bool inside_literal();
+bool inside_another();  // the innermost level stands in another one
 
 // Adds to the innermost level. An item's references are taken over; `reserve_item` beforehand makes room for it, so
 // that nothing is lost when there is no memory.

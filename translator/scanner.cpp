@@ -296,6 +296,7 @@ std::size_t shape_follows(std::size_t at, bool newlines) {
     return peek(at) == '[' ? at + 1 : 0;
 }
 
+// Blanks are skipped in the shape of the whole literal only.
 void scan_shape() {
     if (const NumberMatch match = match_integer(); match.length > 0) {
         const DataElement item = number_item(ahead(match.length), match.form);
@@ -308,7 +309,7 @@ void scan_shape() {
         consume(1);
         if (refused_levels == 0) close_shape(dimensions, {nullptr, cursor});
         close_literal_level();
-    } else if (peek(0) == ' ' || peek(0) == '\t') {
+    } else if ((peek(0) == ' ' || peek(0) == '\t') && !inside_another()) {
         consume(1);
     } else {
         copy_out(1);
