@@ -12,7 +12,6 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <regex>
 
 #include "tests/process.h"
 
@@ -91,15 +90,20 @@ std::vector<Block> read_session(const fs::path& path) {
 }
 
 // The replies of a run: what came before each prompt, the greeting first and the farewell, without a prompt, last.
-std::vector<Reply> split_at_prompts(const std::string& output) {
-    static const std::regex prompt("\n\nOndrel \\[(-?[0-9]+)\\]> ");
+std::vector<Reply> split_at_prompts(std::string_view output) {
+    constexpr std::string_view before = "\n\nOndrel [", behind = "]> ";
     std::vector<Reply> replies;
-    auto from = output.begin();
-    for (std::sregex_iterator found(output.begin(), output.end(), prompt), none; found != none; ++found) {
-        replies.push_back({std::string(from, output.begin() + found->position()), (*found)[1]});
-        from = output.begin() + found->position() + found->length();
+    std::size_t from = 0;
+    for (std::size_t at = 0; (at = output.find(before, at)) != std::string_view::npos;) {
+        const std::size_t number = at + before.size(), end = output.find_first_not_of("0123456789", number);
+        if (end != std::string_view::npos && output.substr(end).starts_with(behind)) {
+            replies.push_back(
+                {std::string(output.substr(from, at - from)), std::string(output.substr(number, end - number))});
+            from = end + behind.size();
+        }
+        at = end;
     }
-    replies.push_back({std::string(from, output.end()), {}});
+    replies.push_back({std::string(output.substr(from)), {}});
     return replies;
 }
 

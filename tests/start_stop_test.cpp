@@ -2,8 +2,8 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
-#include <regex>
 #include <string>
 
 #include "tests/process.h"
@@ -17,12 +17,19 @@ Result run(const Arguments& arguments, std::string_view input = "") {
     return run_program(input, {.arguments = arguments});
 }
 
-// With the times of this run and this build left out.
-std::string normalised(const std::string& output) {
-    const std::string text = std::regex_replace(
-        output, std::regex("--- Spent: [0-9][0-9]:[0-9][0-9]:[0-9][0-9]\\.[0-9]{6} ---\n\n$"), "--- Spent ---\n\n");
-    return std::regex_replace(text, std::regex("\n Compiled on: [^\n]* at [^\n]* with\n [^\n]*\n\n\n"), "(compiled)");
+// With every digit of the time spent as 0, and without the line on the build.
+std::string normalised(std::string text) {
+    if (const std::size_t spent = text.rfind("--- Spent: "); spent != std::string::npos)
+        std::replace_if(
+            text.begin() + static_cast<std::ptrdiff_t>(spent), text.end(), [](char c) { return c >= '0' && c <= '9'; },
+            '0');
+    const std::size_t compiled = text.find("\n Compiled on: ");
+    const std::size_t end = compiled == std::string::npos ? compiled : text.find("\n\n\n", compiled);
+    if (end != std::string::npos) text.replace(compiled, end + 3 - compiled, "(compiled)");
+    return text;
 }
+
+constexpr const char* spent = "--- Spent: 00:00:00.000000 ---\n\n";
 
 std::string heading() {
     return "\n\n-- Ondrel 0.8 version n0.0 smp0.7 [build 4] 64-bit --\n\n";  // a notice stands behind it
@@ -118,9 +125,9 @@ TEST(StartStop, TellsItsUse) {
 TEST(StartStop, VersionReport) {
     const Result report = run({"-v"}, "1 2 + .");
     const std::string text = normalised(report.output);
-    EXPECT_TRUE(std::regex_match(text, std::regex("\n\n-- Ondrel 0\\.8 version n0\\.0 smp0\\.7 \\[build 4\\] 64-bit --"
-                                                  "\n\n[^\n]+(\n[^\n]+)*\n\n\\(compiled\\)")))
-        << text;
+    EXPECT_TRUE(text.starts_with(heading())) << text;
+    EXPECT_TRUE(text.ends_with("\n\n(compiled)")) << text;
+    EXPECT_EQ(report.output.find("Single processor"), std::string::npos) << text;
     EXPECT_EQ(report.exit_code, 0);
 }
 
@@ -135,7 +142,7 @@ TEST(StartStop, GreetsAndTakesItsLeave) {
     std::snprintf(memory, sizeof memory, "Available memory: %lg MiB\n",
                   static_cast<double>(sysconf(_SC_PHYS_PAGES)) * static_cast<double>(sysconf(_SC_PAGESIZE)) / 1048576);
     const std::string greeting = std::string("Single processor\n\n") + memory + "\n\n--- Hello. (0) ---";
-    const std::string farewell = "\n--- Good bye. (999) ---\n\n--- Spent ---\n\n";
+    const std::string farewell = std::string("\n--- Good bye. (999) ---\n\n") + spent;
     for (const char* input : {"1 2 + .\n", "1 2 + .\nQUIT .\n", "1 2 + .\nENDPROCESS . 5 7 + .\n", "1 2 + . OFF 3 ."}) {
         const Result run_through = run({}, input);
         const std::string text = normalised(run_through.output);
@@ -150,11 +157,11 @@ TEST(StartStop, GreetsAndTakesItsLeave) {
 }
 
 TEST(StartStop, IsQuiet) {
-    EXPECT_EQ(normalised(run({"-q"}, "1 2 + .\n'text' .\n.").output), "\n\n 3\n\ntext\n\ntext\n--- Spent ---\n\n");
-    EXPECT_EQ(normalised(run({"-q"}, "").output), "\n--- Spent ---\n\n");
-    EXPECT_EQ(normalised(run({"-q"}, ". QUIT .").output), "\n-\n\n--- Spent ---\n\n");
+    EXPECT_EQ(normalised(run({"-q"}, "1 2 + .\n'text' .\n.").output), std::string("\n\n 3\n\ntext\n\ntext\n") + spent);
+    EXPECT_EQ(normalised(run({"-q"}, "").output), std::string("\n") + spent);
+    EXPECT_EQ(normalised(run({"-q"}, ". QUIT .").output), std::string("\n-\n\n") + spent);
     const Result wrong = run_program("1 + .\n2 .", {.arguments = {"-q"}, .merged = false});
-    EXPECT_EQ(normalised(wrong.output), "\n\n 2\n--- Spent ---\n\n");
+    EXPECT_EQ(normalised(wrong.output), std::string("\n\n 2\n") + spent);
     EXPECT_TRUE(wrong.error.starts_with("\n800 - not enough arguments on stack for the reqested operation.\n"))
         << wrong.error;
 }
