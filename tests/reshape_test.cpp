@@ -108,7 +108,8 @@ TEST(Reshape, RepeatsAndCutsItemsOfEveryKind) {
             for (const std::vector<std::int64_t>& shape : shapes) {
                 // A cut leaves the kinds that the data had.
                 const Value expected = plainly_reshaped(data, shape);
-                check(data, numbers(shape), expected, 0, expected.items.size() < n ? KindBits::at_least : KindBits::exact);
+                check(data, numbers(shape), expected, 0,
+                      expected.items.size() < n ? KindBits::at_least : KindBits::exact);
             }
 }
 
