@@ -2,6 +2,7 @@
 #include "data/blocks.h"
 
 #include <gtest/gtest.h>
+#include <pthread.h>
 
 #include <algorithm>
 #include <array>
@@ -11,6 +12,7 @@
 
 #include "data/allocator.h"
 #include "data/errors.h"
+#include "tests/process.h"
 
 namespace ondrel {
 namespace {
@@ -329,8 +331,7 @@ TEST_F(Blocks, ShareASubarrayBetweenItems) {
     drop(copies, 2);
 }
 
-// The deepest nest that may be, taken and released on an ordinary stack.
-TEST_F(Blocks, ReleaseTheDeepestNest) {
+void make_and_release_the_deepest_nest() {
     DataElement value = make_scalar(sample(make_head(tag::integer, form::number), 0));
     for (int depth = 1; depth <= 32'767; ++depth) {
         ItemsOwner items(1);
@@ -342,6 +343,23 @@ TEST_F(Blocks, ReleaseTheDeepestNest) {
     referencepoint(copy);
     dereferencepoint(value);
     dereferencepoint(copy);
+}
+
+// The deepest nest that may be, on the stack that a thread has by default; a sanitizer's frames are several times
+// wider.
+TEST_F(Blocks, ReleaseTheDeepestNest) {
+    constexpr std::size_t stack_bytes = std::size_t{8} << (time_scale > 10 ? 23 : 20);
+    pthread_attr_t attributes;
+    pthread_attr_init(&attributes);
+    ASSERT_EQ(pthread_attr_setstacksize(&attributes, stack_bytes), 0);
+    pthread_t thread;
+    const auto body = [](void*) -> void* {
+        make_and_release_the_deepest_nest();
+        return nullptr;
+    };
+    ASSERT_EQ(pthread_create(&thread, &attributes, body, nullptr), 0);
+    pthread_join(thread, nullptr);
+    pthread_attr_destroy(&attributes);
 }
 
 TEST_F(Blocks, MakeAnEmptyVectorWithoutMemory) {
