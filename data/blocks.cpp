@@ -27,14 +27,11 @@ double* allocate_octonion(const double* components) {
     return block;
 }
 
-char* stringcat(std::string_view left, std::string_view right) {
-    auto* const text =
-        static_cast<char*>(allocate_block(make_head(tag::ascii, form::unset), left.size() + right.size() + 1));
-    *std::copy(right.begin(), right.end(), std::copy(left.begin(), left.end(), text)) = '\0';
-    return text;
+char* stringdup(std::string_view text) {
+    auto* const copy = static_cast<char*>(allocate_block(make_head(tag::ascii, form::unset), text.size() + 1));
+    *std::ranges::copy(text, copy).out = '\0';
+    return copy;
 }
-
-char* stringdup(std::string_view text) { return stringcat(text, {}); }
 
 void* Reallocate(void* block, std::size_t bytes) {
     BlockHeader* const old = &header(block);

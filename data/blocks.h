@@ -59,7 +59,6 @@ inline void* allocate_packed(std::uint64_t head, std::size_t n) { return allocat
 std::int64_t* allocate_shape(std::size_t rank);
 double* allocate_octonion(const double* components);
 char* stringdup(std::string_view text);
-char* stringcat(std::string_view left, std::string_view right);
 
 // Gives the block a payload of `bytes`, contents kept up to the smaller size; count 1 afterwards. A shared block is
 // left to its other holders and copied. The caller stores the result over the old pointer, and has released what cut

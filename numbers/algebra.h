@@ -2,7 +2,8 @@
 // scalar does, so that both agree to the last bit.
 //
 // A product tests for zero before it multiplies, so that a zero annihilates an infinity instead of making NaN. The
-// tests are selections, not branches: the loops over arrays stay vector code.
+// tests are selections, not branches: the loops over arrays stay vector code. Where one component adds and the next
+// subtracts, the difference is written as a sum with a negated factor: the bits are the same, and no compiler fuses it.
 #pragma once
 
 #include <cmath>
@@ -12,11 +13,17 @@
 
 namespace ondrel {
 
-inline double product(double a, double b) {
+// The product, or what stands for it where a factor is zero.
+inline double product_or(double zero, double a, double b) {
     const double p = a * b;
-    const double q = a == 0 ? 0.0 : p;
-    return b == 0 ? 0.0 : q;
+    const double q = a == 0 ? zero : p;
+    return b == 0 ? zero : q;
 }
+
+inline double product(double a, double b) { return product_or(0.0, a, b); }
+
+// A term of a sum that is left out where a factor is zero: nothing changes when -0.0 is added to it.
+inline double term(double a, double b) { return product_or(-0.0, a, b); }
 
 inline Complex product(double x, Complex z) { return {product(x, z.re), product(x, z.im)}; }
 inline Complex product(Complex z, double x) { return product(x, z); }
@@ -30,8 +37,8 @@ inline Complex product(Complex l, Complex r) {
         const double lost = l.im == 0 ? component : found;
         return component != component ? lost : component;
     };
-    const double re = product(l.re, r.re) - product(l.im, r.im);
-    const double im = product(l.re, r.im) + product(l.im, r.re);
+    const double re = product(l.re, r.re) + term(l.im, -r.im);
+    const double im = product(l.re, r.im) + term(l.im, r.re);
     const double right = r.im != r.im ? r.im : im;
     return {settle(re), settle(l.im == 0 ? right : im)};
 }
@@ -43,11 +50,11 @@ inline Quaternion product(Quaternion q, double x) { return product(x, q); }
 
 // Hamilton's product; terms with a zero k component are left out.
 inline Quaternion product(Quaternion l, Quaternion r) {
-    const auto term = [](double k, double other) { return k == 0 ? 0.0 : k * other; };
-    return {l.w * r.w - l.x * r.x - l.y * r.y - (r.z == 0 ? 0.0 : term(l.z, r.z)),
-            l.w * r.x + l.x * r.w + term(r.z, l.y) - term(l.z, r.y),
-            l.w * r.y + l.y * r.w + term(l.z, r.x) - term(r.z, l.x),
-            term(r.z, l.w) + term(l.z, r.w) + l.x * r.y - l.y * r.x};
+    const auto times_k = [](double k, double other) { return k == 0 ? -0.0 : k * other; };
+    return {l.w * r.w + l.x * -r.x + l.y * -r.y + (r.z == 0 ? -0.0 : times_k(l.z, -r.z)),
+            l.w * r.x + l.x * r.w + times_k(r.z, l.y) + times_k(l.z, -r.y),
+            l.w * r.y + l.y * r.w + times_k(l.z, r.x) + times_k(r.z, -l.x),
+            times_k(r.z, l.w) + times_k(l.z, r.w) + l.x * r.y + l.y * -r.x};
 }
 
 namespace octonions {
@@ -79,14 +86,17 @@ inline Octonion product(const Octonion& l, const Octonion& r) {
     for (int a = 0; a < 8; ++a)
 #pragma GCC unroll 8
         for (int k = 0; k < 8; ++k) {
-            const double term = l.c[a] * r.c[a ^ k];
-            p.c[k] += octonions::negative[a][a ^ k] ? -term : term;
+            p.c[k] += l.c[a] * (octonions::negative[a][a ^ k] ? -r.c[a ^ k] : r.c[a ^ k]);
         }
     return p;
 }
 
 // Two NaNs count as equal, so their quotient is 1.
-inline double quotient(double a, double b) { return (a != a) & (b != b) ? 1.0 : a / b; }
+inline double quotient(double a, double b) {
+    const double q = a / b;
+    const double both = b != b ? 1.0 : q;
+    return a != a ? both : q;
+}
 
 inline Complex quotient(Complex z, double x) { return {z.re / x, z.im / x}; }
 
@@ -99,15 +109,16 @@ inline Complex quotient(Complex l, Complex r) {
     if (l.im == 0 && r.im == 0) return {l.re / r.re, 0};
     if (l.im == 0) return quotient(l.re, r);
     const double n = r.re * r.re + r.im * r.im;
-    return {(l.re * r.re + l.im * r.im) / n, (l.im * r.re - l.re * r.im) / n};
+    return {(l.re * r.re + l.im * r.im) / n, (l.im * r.re + l.re * -r.im) / n};
 }
 
 inline Quaternion quotient(Quaternion q, double x) { return {q.w / x, q.x / x, q.y / x, q.z / x}; }
 
 inline Quaternion quotient(Quaternion l, Quaternion r) {
     const double n = 1 / (r.w * r.w + r.x * r.x + r.y * r.y + r.z * r.z);
-    return {(l.w * r.w + l.x * r.x + l.y * r.y + l.z * r.z) * n, (l.x * r.w + l.z * r.y - l.w * r.x - l.y * r.z) * n,
-            (l.y * r.w + l.x * r.z - l.w * r.y - l.z * r.x) * n, (l.z * r.w + l.y * r.x - l.w * r.z - l.x * r.y) * n};
+    return {(l.w * r.w + l.x * r.x + l.y * r.y + l.z * r.z) * n, (l.x * r.w + l.z * r.y + l.w * -r.x + l.y * -r.z) * n,
+            (l.y * r.w + l.x * r.z + l.w * -r.y + l.z * -r.x) * n,
+            (l.z * r.w + l.y * r.x + l.w * -r.z + l.x * -r.y) * n};
 }
 
 inline Octonion quotient(const Octonion& o, double x) {

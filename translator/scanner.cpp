@@ -2,6 +2,8 @@
 // changes the cell before. There is no grammar; what a sentence means is settled by the stack when it runs.
 #include "translator/scanner.h"
 
+#include <algorithm>
+#include <cstring>
 #include <new>
 #include <string>
 #include <utility>
@@ -25,6 +27,7 @@ bool dropping;  // the sentence has outgrown its buffer, or a literal its levels
 bool line_ends_sentence;
 std::size_t refused_levels;            // parentheses opened beyond the deepest level
 std::vector<std::int64_t> dimensions;  // of the shape being read
+std::size_t grown;                     // length of the text of the last cell if it has been grown, else 0
 
 // ---- cells
 
@@ -49,6 +52,7 @@ void overflow() {
 }
 
 void advance() {
+    grown = 0;
     if (++cursor - buffer >= sentence_cells)
         overflow();
     else
@@ -92,13 +96,22 @@ void emit_hidden(std::uint32_t tag, double value) {
     emit_value(scalar);
 }
 
-// Appends a blank and the token to the text of the cell.
+// Appends a blank and the token to the text of the cell. A text that has been grown before is the cell's own, of known
+// length: any number of words behind one verb take a time in proportion.
 void grow_text(DataElement& cell, std::string_view token) {
-    std::string suffix(1, ' ');
-    suffix += token;
-    char* const grown = stringcat(cell.text, suffix);
-    release(cell.text);
-    cell.text = grown;
+    const std::size_t length = grown != 0 ? grown : std::strlen(cell.text);
+    const std::size_t longer = length + 1 + token.size();
+    if (grown != 0) {
+        cell.text = static_cast<char*>(Reallocate(cell.text, longer + 1));
+    } else {
+        char* const text = static_cast<char*>(allocate_block(header(cell.text).head, longer + 1));
+        std::memcpy(text, cell.text, length);
+        release(cell.text);
+        cell.text = text;
+    }
+    cell.text[length] = ' ';
+    *std::ranges::copy(token, cell.text + length + 1).out = '\0';
+    grown = longer;
 }
 
 // REDUCE and its kin take the verb before them as their second instruction. Without one the cell before is lost.
@@ -115,7 +128,9 @@ void combine(const TokenMatch& match) {
     grow_text(verb, match.token->text);
     verb.modifier = static_cast<std::uint16_t>(verb.depth);
     verb.depth = static_cast<std::int16_t>(instruction);
+    const std::size_t length = grown;
     advance();
+    grown = length;
 }
 
 void make_conditional(const TokenMatch& match) {
@@ -401,6 +416,7 @@ void scan_mask_word() {
         *cursor = {};
         return;
     }
+    grown = 0;
     grow_text(*cursor, match.token->text);
     consume(match.length);
     cursor->rank = kind::OPERATOR;
@@ -542,7 +558,7 @@ int fill(DataElement* cells, std::FILE* stream, const char** text, bool line) {
     *cursor = {};
     condition = Condition::sentence;
     dropping = false;
-    refused_levels = 0;
+    refused_levels = grown = 0;
     line_ends_sentence = line;
 
     sigjmp_buf recovery;

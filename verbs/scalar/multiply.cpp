@@ -33,7 +33,7 @@ struct Multiply {
         }
         return (extreme & ~magnitude) == 0;
     }
-    static Complex plain(Complex a, Complex b) { return {a.re * b.re - a.im * b.im, a.re * b.im + a.im * b.re}; }
+    static Complex plain(Complex a, Complex b) { return {a.re * b.re + a.im * -b.im, a.re * b.im + a.im * b.re}; }
     static IntegerOrReal apply(std::int64_t a, std::int64_t b) {
         const double exact = static_cast<double>(a) * static_cast<double>(b);
         return fits_integer(exact) ? as_integer(static_cast<std::int64_t>(exact)) : as_real(exact);
