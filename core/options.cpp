@@ -65,7 +65,7 @@ void print_internals() {
     const auto print = [](std::initializer_list<Size> sizes) {
         for (const auto& [what, bytes] : sizes) std::printf("\t %s: %d\n", what, bytes);
     };
-    std::fputs("Structure sizes:\n\n", stdout);
+    std::fputs("Structure sizes:\n", stdout);
     print({{"data element (common size)", sizeof(DataElement)},
            {"ascii", 24},
            {"unicode", 24},
@@ -78,14 +78,14 @@ void print_internals() {
            {"continuation", 40},
            {"subarray", 24},
            {"filler", 16}});
-    std::fputs("\nIndividual element sizes (precisions):\n\n", stdout);
+    std::fputs("\nIndividual element sizes (precisions):\n", stdout);
     print({{"character", 1}, {"integer", 8}, {"real", 8}, {"complex", 16}, {"quaternion", 32}, {"octonion", 64}});
-    std::fputs("\nComputer internal integer sizes:\n\n", stdout);
+    std::fputs("\nComputer internal integer sizes:\n", stdout);
     print({{"unsigned char", sizeof(unsigned char)},
            {"unsigned short int", sizeof(unsigned short)},
            {"unsigned int", sizeof(unsigned)}});
     std::printf("\t unsigned long int: %ld\n", static_cast<long>(sizeof(unsigned long)));
-    std::fputs("\n(All sizes are in bytes.)\n\nComputer implementation precision data:\n\n", stdout);
+    std::fputs("\n(All sizes are in bytes.)\n\nComputer implementation precision data:\n", stdout);
     std::printf("\tGreatest INTEGER value = %ld\n\n", std::numeric_limits<long>::max());
     std::printf("\tGreatest integer REAL value = %ld\n", (1L << DBL_MANT_DIG) - 1);
     std::printf("\tREAL value precision = %.16lg\n", 1e-15);

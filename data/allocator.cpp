@@ -26,8 +26,8 @@ std::int64_t fail_countdown = 0;
 
 namespace {
 
-// A block of class k has 2^k bytes: a word that holds k, then the usable ones. While it is free, the first usable
-// word links to the next free block of the class.
+// A block of class k has 2^k bytes: a word with k in its low byte, then the usable ones. While it is free, the rest of
+// the word links to the next free block of the class: the smallest blocks have no other room.
 constexpr unsigned smallest_class = 3, classes = 64;
 constexpr std::size_t page = 4096;
 // An area starts so many bytes before a cache line that the payload of a counted block (this word and a header of 16
@@ -55,6 +55,19 @@ std::uint64_t& class_word(void* pointer) {
 }
 
 unsigned class_of_block(void* pointer) { return static_cast<unsigned>(class_word(pointer) & 0xff); }
+
+// Puts a block at the head of its free list, and takes the first one off.
+void push_free(unsigned k, void* block) {
+    class_word(block) = reinterpret_cast<std::uintptr_t>(buckets[k]) << 8 | k;
+    buckets[k] = block;
+}
+
+void* pop_free(unsigned k) {
+    void* const block = buckets[k];
+    buckets[k] = reinterpret_cast<void*>(class_word(block) >> 8);
+    class_word(block) = k;
+    return block;
+}
 
 void check_alignment(const void* pointer, const char* complaint) {
     if (reinterpret_cast<std::uintptr_t>(pointer) % 8 != 0) [[unlikely]]
@@ -90,9 +103,7 @@ bool fill_bucket(unsigned k, std::size_t size) {
     if (pre_brk_left < class_bytes(k) && !take_area(k, size)) return false;
     for (; pre_brk_left >= class_bytes(k); pre_brk += class_bytes(k), pre_brk_left -= class_bytes(k)) {
         void* const block = pre_brk + sizeof(std::uint64_t);
-        class_word(block) = k;
-        *static_cast<void**>(block) = buckets[k];
-        buckets[k] = block;
+        push_free(k, block);
         ASAN_POISON_MEMORY_REGION(block, usable_bytes(k));
     }
     return true;
@@ -113,10 +124,9 @@ void* malloc(std::size_t size) {
         std::fputs("No more active memory available\n", stderr);
         return nullptr;
     }
-    void* const block = buckets[k];
+    void* const block = pop_free(k);
     check_alignment(block, "BRRRRRmalloced ");
     ASAN_UNPOISON_MEMORY_REGION(block, usable_bytes(k));
-    buckets[k] = *static_cast<void**>(block);
     check_alignment(buckets[k], "BRRRRRmallocing ");
 #ifdef ONDREL_CHECKS
     ++live_blocks;
@@ -134,8 +144,7 @@ void free(void* pointer) {
     --live_blocks;
     std::memset(pointer, 0xdb, std::min<std::size_t>(usable_bytes(k), page));  // a stale reader finds nonsense
 #endif
-    *static_cast<void**>(pointer) = buckets[k];
-    buckets[k] = pointer;
+    push_free(k, pointer);
     ASAN_POISON_MEMORY_REGION(pointer, usable_bytes(k));
 }
 
