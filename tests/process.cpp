@@ -74,7 +74,7 @@ Process::Process(const Launch& launch, const char* program) {
     arguments.push_back(nullptr);
 
     // The program has handlers of its own for faults; under a sanitizer they must still be reached.
-    std::vector<std::string> variables{"ASAN_OPTIONS=handle_segv=0:allow_user_segv_handler=1:detect_leaks=0"};
+    std::vector<std::string> variables{"ASAN_OPTIONS=handle_segv=0:allow_user_segv_handler=1"};
     variables.insert(variables.end(), launch.environment.begin(), launch.environment.end());
 
     const auto execute = [&] {
