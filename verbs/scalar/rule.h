@@ -1,6 +1,6 @@
 // A scalar verb is a rule: what one item, or one pair of items, gives. This file makes the table of a verb out of its
 // rule: for each pair of kinds the function for one pair of items and, where the kind of the result can be told
-// beforehand, the loops over bare payloads. The frame (frame.h) does everything else.
+// beforehand, the loops over bare payloads. The frames (dyadic.h, monadic.h) do everything else.
 //
 // A dyadic rule is a struct with
 //   takes<A, B>            whether the rule has a case for the two kinds; if not, missing<A, B> is the error
