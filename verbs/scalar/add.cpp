@@ -4,17 +4,10 @@
 namespace ondrel {
 namespace {
 
-// What both share: components one by one, characters refused, polar complex numbers computed as cartesian ones and
-// brought back to the left operand's form.
+// What both share: components one by one, polar complex numbers computed as cartesian ones and brought back to the left
+// operand's form.
 template <class Verb>
-struct Componentwise {
-    static constexpr std::uint32_t refused = HASASCII | HASUNICODE | ISADDRESS;
-    template <class A, class B>
-    static constexpr bool takes = both_numbers<A, B>;
-    template <class A, class B>
-    static constexpr int missing = 162;
-    static constexpr auto head = arithmetic_head;
-
+struct Componentwise : Arithmetic {
     static double apply(double a, double b) { return Verb::each(a, b); }
     static Complex apply(Complex a, Complex b) { return {Verb::each(a.re, b.re), Verb::each(a.im, b.im)}; }
     static Quaternion apply(Quaternion a, Quaternion b) {

@@ -5,14 +5,7 @@
 namespace ondrel {
 namespace {
 
-struct Divide {
-    static constexpr std::uint32_t refused = HASASCII | HASUNICODE | ISADDRESS;
-    template <class A, class B>
-    static constexpr bool takes = both_numbers<A, B>;
-    template <class A, class B>
-    static constexpr int missing = 162;
-    static constexpr auto head = arithmetic_head;
-
+struct Divide : Arithmetic {
     // Only an exact quotient that is not negative is an integer.
     static IntegerOrReal apply(std::int64_t a, std::int64_t b) {
         const double q = static_cast<double>(a) / static_cast<double>(b);
@@ -34,14 +27,12 @@ struct Divide {
     static Complex polar(Complex a, double b, Forms) { return {a.re / b, a.im}; }
 };
 
-struct Residue {
-    static constexpr std::uint32_t refused = HASASCII | HASUNICODE | ISADDRESS;
+struct Residue : Arithmetic {
     template <class A, class B>
     static constexpr bool takes =
         both_numbers<A, B>&& level_of<A> <= level_of<Complex>&& level_of<B> <= level_of<Complex>;
     template <class A, class B>
     static constexpr int missing = both_numbers<A, B> ? 994 : 162;
-    static constexpr auto head = arithmetic_head;
 
     // A positive divisor leaves the sign of the dividend, a negative one its own; zero leaves the dividend. The
     // multiple of a negative divisor is taken in unsigned words, as its quotient may round up to 2 to the 63.

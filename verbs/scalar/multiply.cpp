@@ -7,13 +7,8 @@
 namespace ondrel {
 namespace {
 
-struct Multiply {
+struct Multiply : Arithmetic {
     static constexpr std::uint32_t refused = HASUNICODE | ISADDRESS;
-    template <class A, class B>
-    static constexpr bool takes = both_numbers<A, B>;
-    template <class A, class B>
-    static constexpr int missing = 162;
-    static constexpr auto head = arithmetic_head;
 
     [[gnu::always_inline]] static bool ordinary(const std::int64_t* values, std::size_t n) {
         return all_small<26>(values, n);

@@ -96,27 +96,29 @@ DataElement make_item(const Value& value, std::uint64_t head) {
 
 constexpr bool is_polar(std::uint64_t head) { return head_form(head) == form::polar && head_tag(head) >= tag::complex; }
 
-template <class Value>
-using Components = std::array<double, sizeof(Value) / sizeof(double)>;
+// A hypercomplex value through the conversion of its kind; a plain number is its own in either form.
+template <auto of_complex, auto of_quaternion, auto of_octonion, class Value>
+Value converted(const Value& value) {
+    if constexpr (level_of<Value> < level_of<Complex>) {
+        return value;
+    } else {
+        constexpr auto convert = std::is_same_v<Value, Complex>      ? of_complex
+                                 : std::is_same_v<Value, Quaternion> ? of_quaternion
+                                                                     : of_octonion;
+        auto components = std::bit_cast<std::array<double, sizeof(Value) / sizeof(double)>>(value);
+        convert(components.data(), components.data());
+        return std::bit_cast<Value>(components);
+    }
+}
 
 template <class Value>
 Value to_cartesian(const Value& value) {
-    auto components = std::bit_cast<Components<Value>>(value);
-    constexpr auto convert = std::is_same_v<Value, Complex>      ? cartesiancomplex
-                             : std::is_same_v<Value, Quaternion> ? cartesianquat
-                                                                 : cartesianocto;
-    if constexpr (level_of<Value> >= level_of<Complex>) convert(components.data(), components.data());
-    return std::bit_cast<Value>(components);
+    return converted<cartesiancomplex, cartesianquat, cartesianocto>(value);
 }
 
 template <class Value>
 Value to_polar(const Value& value) {
-    auto components = std::bit_cast<Components<Value>>(value);
-    constexpr auto convert = std::is_same_v<Value, Complex>      ? polarcomplex
-                             : std::is_same_v<Value, Quaternion> ? polarquat
-                                                                 : polarocto;
-    if constexpr (level_of<Value> >= level_of<Complex>) convert(components.data(), components.data());
-    return std::bit_cast<Value>(components);
+    return converted<polarcomplex, polarquat, polarocto>(value);
 }
 
 struct Forms {
@@ -355,5 +357,15 @@ constexpr std::uint64_t arithmetic_head(std::uint64_t left, std::uint64_t right,
     const std::uint64_t giver = head_tag(left) == tag::complex ? left : right;
     return make_head(tag, head_form(giver), head_marks(giver) & 0x3fff);
 }
+
+// The part of a rule that goes for numbers of any two kinds, and for them alone.
+struct Arithmetic {
+    static constexpr std::uint32_t refused = HASASCII | HASUNICODE | ISADDRESS;
+    template <class A, class B>
+    static constexpr bool takes = both_numbers<A, B>;
+    template <class A, class B>
+    static constexpr int missing = 162;
+    static constexpr auto head = arithmetic_head;
+};
 
 }  // namespace ondrel
