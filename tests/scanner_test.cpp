@@ -15,7 +15,7 @@
 #include "data/instructions.h"
 #include "tests/evaluator.h"
 #include "tests/process.h"
-#include "tests/vocabulary.h"
+#include "translator/vocabulary.h"
 
 namespace ondrel {
 namespace {
@@ -189,29 +189,43 @@ struct Word {
     bool word_end;
 };
 
+std::string name_of(Instruction instruction) { return name_of(static_cast<int>(instruction)); }
+
+std::string hidden(std::uint32_t tag, double value) {
+    DataElement item{};
+    item.head = make_head(tag, form::selector, mark::hidden);
+    if (tag == tag::real)
+        item.real = value;
+    else
+        item.integer = static_cast<std::int64_t>(value);
+    return describe_item(item);
+}
+
+// The cells of every spelling of the rows that write instructions, as they would stand alone in a sentence.
 std::vector<Word> words() {
     std::vector<Word> all;
-    std::istringstream lines{std::string(vocabulary)};
-    for (std::string line; std::getline(lines, line);) {
-        std::istringstream fields(line);
-        std::string instruction, second, further, spelling;
-        fields >> instruction >> second >> further;
-        while (fields >> spelling) {
-            spelling = unescaped(spelling);
-            constexpr std::string_view free = " + - * / | ** ^ v !v !~^ !~v RANDOMISE RANDOMIZE ";
-            Word word{spelling, {}, further == "rewrites", free.find(' ' + spelling + ' ') == std::string_view::npos};
-            if (further.starts_with("integer=")) word.cells.push_back("hidden " + further.substr(8));
-            if (further.starts_with("real=")) {
-                DataElement item{};
-                item.head = make_head(tag::real, form::selector, mark::hidden);
-                item.real = std::stod(further.substr(5));
-                word.cells.push_back(describe_item(item));
-            }
-            if (word.rewrites)
-                word.cells.push_back(instruction + "/ADD + " + spelling);
-            else
-                word.cells.push_back(instruction + (second == "-" ? "" : '/' + second) + ' ' + spelling);
-            if (further.starts_with("then=")) word.cells.push_back(further.substr(5) + ' ');
+    for (const TokenRow& row : sentence_rows) {
+        Cells before, behind;
+        if (row.action == TokenAction::selector)
+            before = {hidden(tag::integer, row.value)};
+        else if (row.action == TokenAction::exponent)
+            before = {hidden(tag::real, row.value)};
+        else if (row.action == TokenAction::pair)
+            behind = {name_of(row.second) + ' '};
+        else if (row.action != TokenAction::instruction && row.action != TokenAction::combine)
+            continue;
+        const bool rewrites = row.action == TokenAction::combine;
+        const bool qualified = row.action == TokenAction::instruction && row.second != Instruction::NIHIL;
+        std::istringstream spellings{std::string(row.spellings)};
+        for (std::string spelling; std::getline(spellings, spelling, ' ');) {
+            std::erase(spelling, '\t');
+            Word word{spelling, before, rewrites, row.word_end};
+            word.cells.push_back(name_of(row.instruction) +
+                                 (rewrites    ? "/ADD + "
+                                  : qualified ? '/' + name_of(row.second) + ' '
+                                              : " ") +
+                                 spelling);
+            word.cells.insert(word.cells.end(), behind.begin(), behind.end());
             all.push_back(word);
         }
     }
