@@ -56,7 +56,10 @@ Outcome run_operator(Activation& activation) {
         for (const DataElement* argument = lowest; argument <= activation.sp; ++argument)
             if (argument->rank == kind::OPERATOR) [[unlikely]]
                 return fail(200, activation);
-    return operation.action(activation);
+    const DataElement* const before = activation.sp;
+    const Outcome outcome = operation.action(activation);
+    if (outcome == Outcome::next) check_effect(activation, before);
+    return outcome;
 }
 
 // No name has a meaning yet: every one that is reached says so.

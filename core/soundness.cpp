@@ -9,6 +9,7 @@
 #include "core/stack.h"
 #include "data/blocks.h"
 #include "data/inspection.h"
+#include "data/instructions.h"
 
 namespace ondrel {
 namespace {
@@ -79,6 +80,12 @@ void check_value(const DataElement& value) {
 
 void check_soundness(const Activation& activation) {
     for (const DataElement* slot = stack + 1; slot <= activation.sp; ++slot) check_value(*slot);
+}
+
+void check_effect(const Activation& activation, const DataElement* before) {
+    const auto type = row(static_cast<Instruction>(activation.cell->depth)).type;
+    const std::ptrdiff_t taken = type == 10 ? 1 : type == 18 ? 2 : 0;
+    if (taken != 0 && before - activation.sp != taken - 1) broken("height of the stack", *activation.sp);
 }
 
 }  // namespace ondrel
