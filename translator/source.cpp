@@ -1,5 +1,6 @@
 #include "translator/source.h"
 
+#include <algorithm>
 #include <string>
 
 namespace ondrel {
@@ -10,7 +11,8 @@ namespace {
 
 std::FILE* yyin;
 const char* string;
-std::string buffer;  // `waiting` is its end
+std::string buffer;  // of a stream's bytes; `waiting` ends where `used` tells
+std::size_t used;
 bool ended;
 
 // 0 or less at the end. Only in memory does \xFF end a text.
@@ -22,27 +24,36 @@ int next_byte() {
     return byte;
 }
 
+// Makes the byte just read the last one of `waiting`. A text in memory stays where it is.
+void keep(int byte) {
+    const std::size_t count = waiting.size() + 1;
+    if (yyin == nullptr) {
+        waiting = {string - count, count};
+        return;
+    }
+    if (count == 1) used = 0;
+    if (used == buffer.size()) buffer.resize(std::max<std::size_t>(2 * used, 16384));
+    buffer[used++] = static_cast<char>(byte);
+    waiting = {buffer.data() + used - count, count};
+}
+
 }  // namespace
 
 void open_source(std::FILE* stream, const char* text) {
     yyin = stream;
     string = text;
-    buffer.clear();
     waiting = {};
     ended = false;
 }
 
 int peek_further(std::size_t at) {
-    if (waiting.empty()) buffer.clear();
-    const std::size_t consumed = buffer.size() - waiting.size();
-    while (buffer.size() - consumed <= at) {
+    while (waiting.size() <= at) {
         const int byte = ended ? 0 : next_byte();
         if (byte <= 0) {
             ended = true;
             return -1;
         }
-        buffer.push_back(static_cast<char>(byte));
-        waiting = std::string_view(buffer).substr(consumed);
+        keep(byte);
     }
     return static_cast<unsigned char>(waiting[at]);
 }
@@ -52,6 +63,7 @@ const char* text_position() { return string; }
 void close_source() {
     waiting = {};
     buffer = {};
+    used = 0;
 }
 
 }  // namespace ondrel
