@@ -123,15 +123,21 @@ Value random_value(Random& random, int depth) {
     return value;
 }
 
-std::string listed(DataElement& record) {
+// What the work writes on the stream that it gets.
+template <class Work>
+std::string written(Work work) {
     char* text = nullptr;
     std::size_t length = 0;
     std::FILE* const stream = open_memstream(&text, &length);
-    disass(stream, "", 0, true, record);
+    work(stream);
     std::fclose(stream);
     std::string result(text, length);
     std::free(text);
     return result;
+}
+
+std::string listed(DataElement& record) {
+    return written([&](std::FILE* stream) { disass(stream, "", 0, true, record); });
 }
 
 // A character says in its form only which kind of literal it came from.
@@ -177,6 +183,25 @@ TEST(Property, AListedArrayReadsBack) {
     Random random(5);
     for (int i = 0; i < 20'000 && !testing::Test::HasFailure(); ++i)
         check_reads_back(random_value(random, 3), i % 2 == 0 ? Layout::items : Layout::packed);
+}
+
+TEST(Property, ADumpedStackIsOneSentenceThatPutsItBack) {
+    const auto dumped = [](const Evaluator& from) {
+        return written([&](std::FILE* stream) { dumpstack(stream, from.sp - from.height() + 1, from.sp); });
+    };
+    std::string text;
+    long height = 0;
+    {
+        Evaluator first;
+        first.run("1 2.5 'text' (1 (2 'x') 3i4) (1 2 3 4)[2 2] #PI T #NIL 1j2k3 d1p90 'a' (1.5 2)[3 1 2] .");
+        height = first.height();
+        text = dumped(first);
+    }
+    Evaluator second;
+    second.run(text);
+    EXPECT_EQ(height, 12);
+    EXPECT_EQ(second.height(), height);
+    EXPECT_EQ(dumped(second), text);
 }
 
 TEST(Property, AListedScalarReadsBack) {

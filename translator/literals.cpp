@@ -13,15 +13,6 @@ DataElement constant(std::uint32_t tag) {
     return make_scalar(item);
 }
 
-DataElement named_constant(std::uint32_t tag, std::uint16_t form, std::uint16_t marks, std::string_view name) {
-    Owner scalar(constant(tag));
-    DataElement& item = *items_of(scalar.record);
-    item.name = stringdup(name);
-    item.form = form;
-    item.marks = marks;
-    return scalar.take();
-}
-
 namespace {
 
 constexpr std::size_t most_levels = 256;

@@ -5,16 +5,14 @@
 
 #include <cstdint>
 #include <span>
-#include <string_view>
 
 #include "data/blocks.h"
 #include "data/errors.h"
 
 namespace ondrel {
 
-// Scalar cells. `constant` is an ordinary number of the tag with payload 0; a named one keeps its spelling.
+// A scalar of an ordinary number of this tag, whose payload is 0.
 DataElement constant(std::uint32_t tag);
-DataElement named_constant(std::uint32_t tag, std::uint16_t form, std::uint16_t marks, std::string_view name);
 
 // Opens a level: a parenthesised one, the enclosing one around a parenthesised one, or a text. False if there would be
 // more than 256; the caller reports that, and closes as many as it was refused.
