@@ -118,41 +118,38 @@ std::size_t skip_components(Peek peek, std::size_t end, std::string_view letters
     return end;
 }
 
+constexpr auto from_source = [](std::size_t at) { return peek(at); };
+
 }  // namespace
 
 NumberMatch match_number(bool polar_allowed) {
-    constexpr auto peek = [](std::size_t at) { return ondrel::peek(at); };
-    constexpr std::size_t at = 0;
-    if (peek(at) == '`') {
-        const std::size_t end = skip_binary(peek, at + 1);
-        if (!polar_allowed || end == at + 1 || peek(end) != '`') return {};
-        return {NumberForm::binary_character, end + 1 - at};
+    if (peek(0) == '`') {
+        const std::size_t end = skip_binary(from_source, 1);
+        if (!polar_allowed || end == 1 || peek(end) != '`') return {};
+        return {NumberForm::binary_character, end + 1};
     }
-    if (const std::size_t end = skip_binary(peek, at); end != at) return {NumberForm::binary, end - at};
+    if (const std::size_t end = skip_binary(from_source, 0); end != 0) return {NumberForm::binary, end};
 
-    const Prefix prefix = read_prefix(peek, at);
-    const std::size_t start = at + prefix.length;
+    const Prefix prefix = read_prefix(from_source, 0);
     NumberForm form;
-    const std::size_t first = skip_component(peek, start, form);
-    if (first == start) return {};
+    const std::size_t first = skip_component(from_source, prefix.length, form);
+    if (first == prefix.length) return {};
     if (prefix.cartesian)
-        if (const std::size_t end = skip_components(peek, first, cartesian_letters); end != first)
-            return {NumberForm::cartesian, end - at};
+        if (const std::size_t end = skip_components(from_source, first, cartesian_letters); end != first)
+            return {NumberForm::cartesian, end};
     if (prefix.polar && polar_allowed)
-        if (const std::size_t end = skip_components(peek, first, polar_letters); end != first)
-            return {NumberForm::polar, end - at};
-    return prefix.plain ? NumberMatch{form, first - at} : NumberMatch{};
+        if (const std::size_t end = skip_components(from_source, first, polar_letters); end != first)
+            return {NumberForm::polar, end};
+    return prefix.plain ? NumberMatch{form, first} : NumberMatch{};
 }
 
 NumberMatch match_integer() {
-    constexpr auto peek = [](std::size_t at) { return ondrel::peek(at); };
-    constexpr std::size_t at = 0;
-    const std::size_t start = at + is_sign(peek(at));
-    const std::size_t end = skip_digits(peek, start);
+    const std::size_t start = is_sign(peek(0));
+    const std::size_t end = skip_digits(from_source, start);
     if (end == start) return {};
     NumberForm form = NumberForm::integer;
-    const std::size_t exponent = skip_exponent(peek, end, form);
-    return {NumberForm::integer, (form == NumberForm::integer ? exponent : end) - at};
+    const std::size_t exponent = skip_exponent(from_source, end, form);
+    return {NumberForm::integer, form == NumberForm::integer ? exponent : end};
 }
 
 namespace {
