@@ -1,10 +1,14 @@
 #include "core/actions.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <type_traits>
 
-#include "translator/printing.h"
+#include "core/console.h"
+#include "core/control.h"
+#include "core/naming.h"
+#include "core/programs.h"
+#include "core/results.h"
+#include "core/stack_verbs.h"
 #include "verbs/array/reshape.h"
 #include "verbs/scalar/dyadic.h"
 #include "verbs/scalar/monadic.h"
@@ -16,34 +20,12 @@ namespace {
 
 Outcome no_action(Activation&) { return Outcome::next; }
 
-Outcome fail(int number, const Activation& activation) {
-    exception(number, activation.site());
-    return Outcome::abandon;
-}
 Outcome unimplemented(Activation& activation) { return fail(993, activation); }
 Outcome restriction(Activation& activation) { return fail(994, activation); }
 
-// A conditional cell; nothing decides yet, so that every one comes before its CHECK.
-Outcome undecided(Activation& activation) { return fail(activation.cell->type & YES ? 147 : 148, activation); }
-
 Outcome end_process(Activation& activation) {
-    if (activation.level > 0) return Outcome::end;
+    if (activation.level > 0) return Outcome::stop;
     end_of_process();
-}
-
-// Shows the top of the stack; the form of the verb that ends a line shows nothing of an empty value but that.
-Outcome output_top(Activation& activation) {
-    const bool ends_line = activation.cell->modifier == static_cast<std::uint16_t>(Instruction::PRINT);
-    DataElement& top = *activation.sp;
-    if (!ends_line || !(top.type & ISEMPTY)) dump(stdout, "", top);
-    if (ends_line) std::fputc('\n', stdout);
-    return Outcome::next;
-}
-
-Outcome print_top(Activation& activation) {
-    output_top(activation);
-    dereferencepoint(*activation.sp--);
-    return Outcome::next;
 }
 
 Outcome reshape_top(Activation& activation) {

@@ -4,10 +4,14 @@
 #include <array>
 #include <cstdint>
 
-#include "core/machine.h"
+#include "core/activation.h"
 #include "data/instructions.h"
 
 namespace ondrel {
+
+// Carries an instruction out. An error of the machine's own is reported and answered by `abandon`; one inside a verb
+// throws Unwind.
+using Action = Outcome (*)(Activation&);
 
 struct Operation {
     Action action;

@@ -27,10 +27,10 @@ DataElement* sp = stack;
 void run_one_sentence(bool quiet) {
     if (!quiet) std::printf("\n\nOndrel [%ld]> ", static_cast<long>(sp - stack));
     flush_results();
-    if (endprocess || fill(instructions, stdin, nullptr, false) == 0) return;
+    if (endprocess || fill(instructions, &variables, stdin, nullptr, false) == 0) return;
     attention = 0;
     running = 1;
-    sp = machine(instructions, stack + 1, sp, 0);
+    sp = machine(instructions, sp);
     running = 0;
     cleanup(instructions);
     flush_results();

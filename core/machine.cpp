@@ -5,24 +5,17 @@
 #include <utility>
 
 #include "core/actions.h"
+#include "core/calls.h"
+#include "core/naming.h"
 #include "core/soundness.h"
 #include "core/stack.h"
-#include "data/blocks.h"
 #include "translator/printing.h"
 
 namespace ondrel {
-
-DataElement stack[stack_slots + 1];
-
 namespace {
 
 // The flags of a cell that are about the cell, not about the value in it.
 constexpr std::uint32_t cell_flags = CONDITIONAL | YES;
-
-Outcome fail(int number, Activation& activation) {
-    exception(number, activation.site());
-    return Outcome::abandon;
-}
 
 Outcome stop_with(const char* text) {
     std::fflush(stdout);
@@ -30,20 +23,160 @@ Outcome stop_with(const char* text) {
     return Outcome::abandon;
 }
 
-// A cell that runs only under a condition, before anything has decided.
-Outcome undecided(Activation& activation) { return fail(activation.cell->type & YES ? 147 : 148, activation); }
+// ---- cells that put something on the stack
 
-Outcome push(Activation& activation) {
-    const DataElement& cell = *activation.cell;
-    if (cell.type & CONDITIONAL) [[unlikely]]
-        return undecided(activation);
-    if (activation.sp > stacktop) [[unlikely]]
-        return fail(806, activation);
+Outcome push_copy(Activation& activation, const DataElement& value) {
+    if (is_full(activation)) [[unlikely]]
+        return full_stack(activation);
     DataElement& slot = *++activation.sp;
-    slot = cell;
-    slot.type &= ~cell_flags;
+    slot = value;
     referencepoint(slot);
     return Outcome::next;
+}
+
+Outcome push_value(Activation& activation) {
+    const Outcome outcome = push_copy(activation, *activation.cell);
+    if (outcome == Outcome::next) activation.sp->type &= ~cell_flags;
+    return outcome;
+}
+
+// The kind of a function is that of its stream's header.
+Outcome push_function(Activation& activation, const DataElement& function) {
+    auto* const stream = static_cast<DataElement*>(function.data_pointer);
+    if (stream->type & ISOPERATOR) return call(activation, stream);
+    const Outcome outcome = push_copy(activation, function);
+    if (outcome == Outcome::next) activation.sp->type = stream->type;
+    return outcome;
+}
+
+Outcome push_named(Activation& activation) {
+    const DataElement* const value = resolve(activation.tables, *activation.cell);
+    if (value == nullptr || !has_value(*value)) [[unlikely]]
+        return fail(23, activation);
+    return value->rank == kind::FUNCTION ? push_function(activation, *value) : push_copy(activation, *value);
+}
+
+Outcome push_address(Activation& activation) {
+    DataElement& cell = *activation.cell;
+    resolve_or_make(activation.tables, cell);
+    if (activation.header != nullptr &&
+        (cell.type & ISOPERATOR || cell.modifier == static_cast<std::uint16_t>(Instruction::SAIG)))
+        activation.header->type |= GLOBALCHANGE;
+    return push_value(activation);
+}
+
+Outcome push_label(Activation& activation) {
+    const auto* const place = static_cast<const DataElement*>(activation.cell->data_pointer);
+    if (place == nullptr || !has_value(*place)) return fail(23, activation);
+    return push_copy(activation, *place);
+}
+
+DataElement* slot_of(const Activation& activation) {
+    return activation.frame_base + items_of(*activation.cell)->integer;
+}
+
+Outcome push_local(Activation& activation) {
+    const DataElement& slot = *slot_of(activation);
+    if (is_full(activation)) [[unlikely]]
+        return full_stack(activation);
+    if (slot.rank == kind::VARIABLE) return fail(23, activation);
+    return push_copy(activation, slot);
+}
+
+Outcome push_local_address(Activation& activation) {
+    DataElement address{};
+    address.rank = kind::ADDRESS;
+    address.type = ISLOCAL | ISADDRESS;
+    address.elements = 1;
+    address.data_pointer = slot_of(activation);
+    return push_copy(activation, address);
+}
+
+// ---- the cycle
+
+// A cell under a condition. Functions and instructions have conditional forms of their own.
+bool is_skipped(const Activation& activation) {
+    const bool yes = (activation.cell->type & YES) != 0;
+    return yes != (activation.decision != 0);
+}
+
+Outcome run_cell(Activation& activation) {
+    const DataElement& cell = *activation.cell;
+    if (cell.rank == kind::OPERATOR) return run_operator(activation);
+    if (cell.type & CONDITIONAL) [[unlikely]] {
+        if (activation.decision < 0) return fail(cell.type & YES ? 147 : 148, activation);
+        if (is_skipped(activation)) return Outcome::next;
+    }
+    switch (cell.rank) {
+        case kind::VARIABLE: return push_named(activation);
+        case kind::LOCAL_VARIABLE: return push_local(activation);
+        case kind::ADDRESS: return push_address(activation);
+        case kind::LOCAL_ADDRESS: return push_local_address(activation);
+        case kind::LABEL: return push_label(activation);
+        case kind::FUNCTION: return push_function(activation, cell);
+        case kind::UNUSED: return stop_with(" Unused type:");
+        case kind::INVALID: return stop_with(" Unusable symbol:");
+        default: return push_value(activation);
+    }
+}
+
+void show_result(const Activation& activation) {
+    if (activation.sp < activation.argument_floor)
+        std::fputs("\n-\n", stdout);
+    else
+        dump(stdout, "\n\n", *activation.sp);
+}
+
+// ---- the prompt's run
+
+// After an interrupt or an error of memory the value on top may be half done: an empty vector takes its place.
+void abandon(Activation& activation) {
+    if (std::exchange(PrintOut, false) || endprocess || !A_Problem || activation.sp < activation.argument_floor) return;
+    std::fputs("\n-- - Discarding the bad TOS value...\n", stdout);
+    A_Problem = false;
+    const std::uint32_t text = activation.sp->rank < 0 ? 0 : activation.sp->type & HASASCII;
+    dereferencepoint(*activation.sp);
+    *activation.sp = make_empty(text);
+}
+
+void recover(Activation& activation) {
+    if (!endprocess && !PrintOut) std::fputs("\nException processing:...", stdout);
+    abandon(activation);
+}
+
+// Whatever unwinds from below ends here, with the stack as high as this run last left it.
+void run_sentence(Activation& activation) {
+    sigjmp_buf fault;
+    sigjmp_buf* const outer = std::exchange(fault_jump, &fault);
+    try {
+        if (sigsetjmp(fault, 0) != 0) {
+            recover(activation);
+        } else if (run(activation) == Outcome::abandon) {
+            abandon(activation);
+        } else {
+            show_result(activation);
+        }
+    } catch (const Unwind&) {
+        recover(activation);
+    } catch (const std::bad_alloc&) {
+        exception(27);
+        recover(activation);
+    }
+    fault_jump = outer;
+}
+
+}  // namespace
+
+// The cell that ends the stream is told by its type alone.
+Outcome run(Activation& activation) {
+    for (;; ++activation.cell) {
+        if (activation.cell->type == 0) return Outcome::stop;
+        heed_attention();
+        const Outcome outcome = run_cell(activation);
+        check_soundness(activation);
+        if (outcome != Outcome::next) [[unlikely]]
+            return outcome;
+    }
 }
 
 Outcome run_operator(Activation& activation) {
@@ -62,82 +195,26 @@ Outcome run_operator(Activation& activation) {
     return outcome;
 }
 
-// No name has a meaning yet: every one that is reached says so.
-Outcome run_other(Activation& activation) {
-    if (activation.cell->type & CONDITIONAL) return undecided(activation);
-    switch (activation.cell->rank) {
-        case kind::VARIABLE: return fail(23, activation);
-        case kind::INVALID: return stop_with(" Unusable symbol:");
-        default: return stop_with(" Unused type:");
-    }
-}
-
-void show_result(const Activation& activation) {
-    if (activation.sp < activation.argument_floor)
-        std::fputs("\n-\n", stdout);
-    else
-        dump(stdout, "\n\n", *activation.sp);
-}
-
-// Walks the stream to its end or to an error. The cell that ends it is told by its type alone.
-Outcome run(Activation& activation) {
-    for (;; ++activation.cell) {
-        const DataElement& cell = *activation.cell;
-        if (cell.type == 0) return Outcome::end;
-        heed_attention();
-        const Outcome outcome = cell.rank >= 0                ? push(activation)
-                                : cell.rank == kind::OPERATOR ? run_operator(activation)
-                                                              : run_other(activation);
-        check_soundness(activation);
-        if (outcome != Outcome::next) [[unlikely]]
-            return outcome;
-    }
-}
-
-// After an interrupt or an error of memory the value on top may be half done: an empty vector takes its place.
-void abandon(Activation& activation) {
-    if (std::exchange(PrintOut, false) || endprocess || !A_Problem || activation.sp < activation.argument_floor) return;
-    std::fputs("\n-- - Discarding the bad TOS value...\n", stdout);
-    A_Problem = false;
-    const std::uint32_t text = activation.sp->type & HASASCII;
-    dereferencepoint(*activation.sp);
-    *activation.sp = make_empty(text);
-}
-
-void recover(Activation& activation) {
-    if (!endprocess && !PrintOut) std::fputs("\nException processing:...", stdout);
-    abandon(activation);
-}
-
-// The sentence at the prompt: whatever unwinds from below ends here, with the stack as high as this run last left it.
-void run_sentence(Activation& activation) {
-    sigjmp_buf fault;
-    sigjmp_buf* const outer = std::exchange(fault_jump, &fault);
-    try {
-        if (sigsetjmp(fault, 0) != 0) {
-            recover(activation);
-        } else if (run(activation) == Outcome::end) {
-            show_result(activation);
-        } else {
-            abandon(activation);
-        }
-    } catch (const Unwind&) {
-        recover(activation);
-    } catch (const std::bad_alloc&) {
-        exception(27);
-        recover(activation);
-    }
-    fault_jump = outer;
-}
-
-}  // namespace
-
-DataElement* machine(DataElement* code, DataElement* argument_floor, DataElement* top, int level) {
-    Activation activation{code, top, argument_floor, level};
-    if (level == 0)
-        run_sentence(activation);
-    else if (run(activation) == Outcome::abandon)
-        abandon(activation);
+DataElement* machine(DataElement* sentence, DataElement* top) {
+    DataElement* last = sentence;
+    while (last->type != 0) ++last;
+    auto* const table = static_cast<Table*>(last->local_table);
+    const Chain names{table, &variables};
+    Activation activation{.cell = sentence,
+                          .sp = top,
+                          .argument_floor = stack + 1,
+                          .frame_base = stack + 1,
+                          .tables = table != nullptr ? &names : &variables,
+                          .code = sentence,
+                          .cells = static_cast<std::uint32_t>(last - sentence),
+                          .locals = 0,
+                          .decision = -1,
+                          .level = 0,
+                          .header = nullptr,
+                          .pending_condition = nullptr,
+                          .contexts = nullptr};
+    run_sentence(activation);
+    release_contexts(activation);
     return activation.sp;
 }
 

@@ -8,9 +8,12 @@
 #include <cstring>
 
 #include "core/loop.h"
+#include "core/native_stack.h"
 #include "core/options.h"
 #include "data/allocator.h"
 #include "data/errors.h"
+#include "numbers/random.h"
+#include "translator/symbols.h"
 #include "translator/tokens.h"
 
 namespace {
@@ -71,8 +74,15 @@ int main(int count, char** arguments) {
 #ifdef ONDREL_CHECKS
     const auto blocks_at_start = live_blocks;
 #endif
+    make_system_variables();
+    constexpr int from_the_clock = -1;
+    SEED_PRNGS(0, prngs_seed, from_the_clock);
 
-    interactive_loop(options.quiet);
+    if (options.quiet)
+        run_on_large_stack([] { interactive_loop(true); });
+    else
+        run_on_large_stack([] { interactive_loop(false); });
+    wipe_all_tables();
 
     if (!options.quiet) std::printf("\n%s\n", errors(FAREWELL));
     std::fputs("\n", stdout);

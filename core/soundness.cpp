@@ -36,7 +36,6 @@ bool admits(std::uint32_t type, std::uint32_t tag) {
 }
 
 void check_shape(const DataElement& value) {
-    if (value.rank < 0) broken("kind", value);
     if (value.rank == 0) {
         if (!(value.type & ISSCALAR) || value.shape_pointer != nullptr || value.elements != 1) broken("scalar", value);
         return;
@@ -50,7 +49,35 @@ void check_shape(const DataElement& value) {
     if ((value.elements == 1) != ((value.type & SHAPE_BITS) != 0)) broken("one element", value);
 }
 
+// What a function's own counts say of its stream.
+void check_function(const DataElement& function) {
+    const auto* const stream = static_cast<const DataElement*>(function.data_pointer);
+    if (stream == nullptr || header(stream).count == 0) broken("count of the stream", function);
+    if (stream->rank != kind::FUNCTION || stream->data_pointer != stream) broken("header cell", function);
+    if (stream->elements + 1 != function.elements || stream[function.elements].type != 0) broken("cells", function);
+    if (stream[stream->elements].depth != static_cast<std::int16_t>(Instruction::FUNCTIONEND)) broken("end", function);
+}
+
+void check_other(const DataElement& element) {
+    switch (element.rank) {
+        case kind::FUNCTION: return check_function(element);
+        case kind::ADDRESS:
+            if (!(element.type & ISADDRESS)) broken("address", element);
+            if (!borrows(element) && element.data_pointer != nullptr && header(element.data_pointer).count == 0)
+                broken("count of the entry", element);
+            return;
+        case kind::OPERATOR:
+            if (element.depth != static_cast<std::int16_t>(Instruction::MARK)) broken("operator", element);
+            return;
+        case kind::VARIABLE:
+            if (element.type != 0) broken("local without a value", element);
+            return;
+        default: broken("kind", element);
+    }
+}
+
 void check_value(const DataElement& value) {
+    if (value.rank < 0) return check_other(value);
     check_shape(value);
     if (value.last != (value.elements == 0 ? 0 : value.elements - 1)) broken("bounds", value);
     if ((value.elements == 0) != ((value.type & ISEMPTY) != 0)) broken("emptiness", value);

@@ -21,6 +21,12 @@ std::int64_t* allocate_shape(std::size_t rank) {
     return static_cast<std::int64_t*>(allocate_packed(make_head(tag::integer, form::number), rank));
 }
 
+std::int64_t* vector_shape(std::int64_t n) {
+    std::int64_t* const shape = allocate_shape(1);
+    *shape = n;
+    return shape;
+}
+
 double* allocate_octonion(const double* components) {
     auto* const block = static_cast<double*>(allocate_block(make_head(tag::real, form::number), 8 * sizeof(double)));
     std::copy_n(components, 8, block);
@@ -76,12 +82,55 @@ void dereferencedataelems(DataElement* items, std::size_t n) {
     }
 }
 
-void referencepoint(const DataElement& record) {
-    reference(record.shape_pointer);
-    reference(record.data_pointer);
+namespace {
+
+void release_record_block(void* block) {
+    if (block != nullptr && sole_holder(block)) dereferencepoint(*static_cast<DataElement*>(block));
+    release(block);
 }
 
+void release_continuation(DataElement* continuation) {
+    if (continuation == nullptr) return;
+    const std::uint32_t slots =
+        reinterpret_cast<const ContinuationRecord*>(continuation)->top + 1;  // 0 for an empty one
+    for (std::uint32_t i = 1; i <= slots; ++i) dereferencepoint(continuation[i]);
+    release(continuation);
+}
+
+// The header cell points at its own block, and the last one keeps the function's value key as its text.
+void release_stream(DataElement* stream) {
+    if (stream != nullptr && sole_holder(stream)) {
+        release(stream->text);
+        release_continuation(stream->continuation);
+        for (++stream; stream->type != 0; ++stream) dereferencepoint(*stream);
+        release(stream->text);
+    }
+}
+
+void dereference_cell(DataElement& cell) {
+    release(cell.text);
+    switch (cell.rank) {
+        case kind::FUNCTION:
+            release_stream(static_cast<DataElement*>(cell.data_pointer));
+            release(cell.data_pointer);
+            break;
+        case kind::OPERATOR:
+            if (cell.local_table != nullptr) release_table(cell.local_table);
+            cell.local_table = nullptr;
+            break;
+        case kind::LOCAL_VARIABLE:
+        case kind::LOCAL_ADDRESS: release(cell.data_pointer); break;
+        default:
+            if (!borrows(cell)) release_record_block(cell.data_pointer);
+    }
+    cell.shape_pointer = nullptr;
+    cell.data_pointer = nullptr;
+}
+
+}  // namespace
+
 void dereferencepoint(DataElement& record) {
+    if (record.rank < 0) return dereference_cell(record);
     release(record.shape_pointer);
     void* const data = record.data_pointer;
     if (data != nullptr && !is_packed(data) && sole_holder(data))
@@ -89,6 +138,22 @@ void dereferencepoint(DataElement& record) {
     release(data);
     record.shape_pointer = nullptr;
     record.data_pointer = nullptr;
+}
+
+DataElement* copyfun(const DataElement& function) {
+    const std::size_t cells = function.elements + 1;
+    const auto* const source = static_cast<const DataElement*>(function.data_pointer);
+    DataElement* const copy = allocate_items(cells);
+    std::copy_n(source, cells, copy);
+    copy->data_pointer = copy;
+    copy->continuation = nullptr;
+    copy[cells - 1].text = nullptr;
+    reference(copy->text);
+    for (DataElement* cell = copy + 1; cell->type != 0; ++cell) {
+        referencepoint(*cell);
+        if (cell->rank == kind::OPERATOR) reference(cell->local_table);
+    }
+    return copy;
 }
 
 DataElement item_at(const void* block, std::size_t i) {
@@ -233,6 +298,15 @@ DataElement make_empty(std::uint32_t kinds) {
         std::int64_t dimension = 0;
     } nothing;  // permanent: an empty vector can be made when there is no memory
     return make_array(&nothing.dimension, 1, nullptr, 0, kinds);
+}
+
+DataElement nested_item(Owner& record) {
+    auto* const block = static_cast<DataElement*>(allocate_block(0, sizeof(DataElement)));
+    *block = record.take();
+    DataElement item{};
+    item.tag = tag::subarray;
+    item.nested = block;
+    return item;
 }
 
 }  // namespace ondrel

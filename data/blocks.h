@@ -57,6 +57,7 @@ inline DataElement* allocate_items(std::size_t n) {
 }
 inline void* allocate_packed(std::uint64_t head, std::size_t n) { return allocate_block(head, n * item_width(head)); }
 std::int64_t* allocate_shape(std::size_t rank);
+std::int64_t* vector_shape(std::int64_t n);  // of one dimension
 double* allocate_octonion(const double* components);
 char* stringdup(std::string_view text);
 
@@ -79,10 +80,35 @@ void release(void* block);
 void referencedataelems(const DataElement* items, std::size_t n);
 void dereferencedataelems(DataElement* items, std::size_t n);
 
+// A record that lies in a slot of the value stack is borrowed by its address, not counted.
+inline bool borrows(const DataElement& record) { return record.rank == kind::ADDRESS && (record.type & ISLOCAL) != 0; }
+
 // The record has been copied: takes references for the copy.
-void referencepoint(const DataElement& record);
+inline void referencepoint(const DataElement& record) {
+    reference(record.shape_pointer);
+    if (!borrows(record)) reference(record.data_pointer);
+}
 // The record is going away: drops its references and nulls its pointers.
 void dereferencepoint(DataElement& record);
+
+// A stream of cells: a header cell, then those that run, then a cell whose type is 0. It holds what its cells hold.
+// A private copy of a function's stream, with count 1.
+DataElement* copyfun(const DataElement& function);
+
+// Where a stopped function had got to, in a block of records: this one, then copies of the slots of its frame.
+struct ContinuationRecord {
+    std::uint32_t instruction;
+    DataElement* frame_base;
+    DataElement* program_counter;
+    std::uint32_t cell;  // the index of the program counter in the stream
+    std::uint32_t top;   // the topmost slot, counted from the frame's base
+    std::uint32_t locals, locals_again;
+};
+static_assert(sizeof(ContinuationRecord) == sizeof(DataElement));
+
+// Defined above this folder, in translator/symbols: drops one reference to a table of names, which is wiped with the
+// last.
+void release_table(void* table);
 
 // ---- reading
 
@@ -142,6 +168,9 @@ struct Owner {
         return taken;
     }
 };
+
+// A subarray item of the record, which it takes over.
+DataElement nested_item(Owner& record);
 
 // An item block that is being filled from its start.
 struct ItemsOwner {

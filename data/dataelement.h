@@ -35,7 +35,14 @@ struct DataElement {
                 std::uint16_t modifier;  // cell: a second instruction number that qualifies the first
             };
             std::uint32_t elements;
-            std::uint32_t first, last;
+            union {
+                struct {
+                    std::uint32_t first, last;
+                };
+                std::uint64_t bound_table;  // name: the number of the first table of the chain that it was resolved in
+                void* local_table;          // the cell that ends a stream: the stream's own table of names
+                DataElement* continuation;  // header cell of a function: where it had got to
+            };
             void* data_pointer;  // value: counted block of the items; null for an empty value
         };
         struct {         // item view
@@ -67,7 +74,8 @@ inline constexpr std::uint32_t ISVARIABLE = 0x1, ISLOCAL = 0x2, ISADDRESS = 0x4,
                                HASINTEGER = 0x400, HASREAL = 0x800, HASCOMPLEX = 0x1000, HASQUATERNION = 0x2000,
                                HASOCTONION = 0x4000, ISSCALAR = 0x10000, ISONEELEMENT = 0x20000, ISVECTOR = 0x40000,
                                ISARRAY = 0x80000, ISSTRUCTURE = 0x100000, ISEMPTY = 0x200000, HASFILE = 0x400000,
-                               ISPROBABLE = 0x800000, CONDITIONAL = 0x10000000, YES = 0x20000000;
+                               ISPROBABLE = 0x800000, CONDITIONAL = 0x10000000, YES = 0x20000000, GLOBAL = 0x40000000,
+                               GLOBALCHANGE = 0x80000000, INOUT = 0x20;
 
 inline constexpr std::uint32_t KIND_BITS = 0x407f00;                  // all the HAS bits
 inline constexpr std::uint32_t SHAPE_BITS = ISSCALAR | ISONEELEMENT;  // takes part as a single value
@@ -82,8 +90,9 @@ inline constexpr std::uint32_t subarray = 1, ascii = 2, unicode = 3, integer = 4
 
 // How a number is to be taken, in `form`.
 namespace form {
-inline constexpr std::uint16_t unset = 0, boolean = 1, binary = 4, number = 8, cartesian = 0x10,
-                               computed_cartesian = 0x18, polar = 0x40, computed_polar = 0x48, selector = 0x1000;
+inline constexpr std::uint16_t unset = 0, boolean = 1, logical = 2, binary = 4, number = 8, cartesian = 0x10,
+                               computed_cartesian = 0x18, polar = 0x40, computed_polar = 0x48, timestamp = 0x200,
+                               selector = 0x1000;
 }
 
 // Bits of `marks`.

@@ -74,7 +74,7 @@ void at(const DataElement& record) {
         std::fputs("]", stdout);
     } else {
         std::printf("%s (%ld) (%ld)", record.text == nullptr ? "" : record.text, static_cast<long>(refr(record.text)),
-                    static_cast<long>(refr(record.data_pointer)));
+                    static_cast<long>(refr(borrows(record) ? nullptr : record.data_pointer)));
     }
     std::fputc('\n', stdout);
 }

@@ -7,6 +7,7 @@
 #include "core/stack.h"
 #include "data/blocks.h"
 #include "translator/scanner.h"
+#include "translator/symbols.h"
 #include "translator/tokens.h"
 
 namespace ondrel {
@@ -38,9 +39,13 @@ Evaluator::Evaluator() : sp(stack) {
     static const bool tables = (make_token_tables(), true);
     static_cast<void>(tables);
     endprocess = A_Problem = PrintOut = false;
+    make_system_variables();
 }
 
-Evaluator::~Evaluator() { clear(); }
+Evaluator::~Evaluator() {
+    clear();
+    wipe_all_tables();
+}
 
 std::string Evaluator::run(std::string_view text) {
     static DataElement cells[sentence_cells];
@@ -48,8 +53,8 @@ std::string Evaluator::run(std::string_view text) {
     const char* position = copy.c_str();
     Capture capture;
     while (*position != '\0') {
-        if (fill(cells, nullptr, &position, false) == 0) continue;
-        sp = machine(cells, stack + 1, sp, 0);
+        if (fill(cells, &variables, nullptr, &position, false) == 0) continue;
+        sp = machine(cells, sp);
         cleanup(cells);
     }
     endprocess = false;  // the end of a text is not the end of the test
@@ -60,6 +65,7 @@ long Evaluator::height() const { return sp - stack; }
 
 void Evaluator::clear() {
     while (sp > stack) dereferencepoint(*sp--);
+    hashwipe(variables.table);
 }
 
 }  // namespace ondrel

@@ -19,7 +19,7 @@ struct Evaluator {
     std::string run(std::string_view text);
 
     long height() const;
-    void clear();
+    void clear();  // the stack, and all names
 };
 
 }  // namespace ondrel

@@ -84,12 +84,6 @@ void* packed_characters(const std::string& characters) {
     return block;
 }
 
-std::int64_t* vector_shape(std::int64_t n) {
-    std::int64_t* const shape = allocate_shape(1);
-    *shape = n;
-    return shape;
-}
-
 // The record of a level that gets no more items. An empty text stays known as text; one character is a scalar; an
 // enclosing level is a scalar to the verbs, though it holds a whole value.
 DataElement finish(Level& level) {
@@ -164,11 +158,8 @@ bool close_level(DataElement& finished) {
     }
     Level& around = levels[levels.size() - 2];
     make_room(around);
-    DataElement item{};
-    item.tag = tag::subarray;
-    item.nested = static_cast<DataElement*>(allocate_block(0, sizeof(DataElement)));
-    *item.nested = std::exchange(levels.back().record, {});
-    append(around, item);
+    Owner nested(std::exchange(levels.back().record, {}));
+    append(around, nested_item(nested));
     around.depth = static_cast<std::int16_t>(deepest + 1);
     levels.pop_back();
     if (around.enclosed) return close_level(finished);

@@ -6,20 +6,24 @@
 #include <cmath>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "data/blocks.h"
 #include "data/errors.h"
 #include "data/instructions.h"
+#include "data/texts.h"
 #include "numbers/kinds.h"
 #include "numbers/polar.h"
+#include "translator/emission.h"
+#include "translator/names.h"
 
 namespace ondrel {
 namespace {
 
 constexpr std::uint32_t items_per_flush = 100;
 
-// Text on its way to a stream, written in large pieces.
+// Text on its way to a stream, written in large pieces. Without a stream it stays.
 struct Output {
     std::FILE* stream;
     bool listing;
@@ -30,6 +34,7 @@ struct Output {
     void put(char byte) { text.push_back(byte); }
 
     void flush() {
+        if (stream == nullptr) return;
         std::fwrite(text.data(), 1, text.size(), stream);
         std::fflush(stream);
         text.clear();
@@ -200,8 +205,6 @@ void put_element(Output& out, std::string_view prefix, int indent, DataElement& 
 
 void put_indent(Output& out, int indent) { out.text.append(static_cast<std::size_t>(indent) * 3, ' '); }
 
-bool is_text(const DataElement& value) { return (value.type & (HASASCII | PER_ITEM)) == HASASCII; }
-
 // Characters of a listing: one of form 4 shows its bits.
 void put_quoted(Output& out, const DataElement& value) {
     out.put('\'');
@@ -332,40 +335,72 @@ std::string_view name_of(std::uint16_t instruction) {
     return instruction < Instructions.size() ? Instructions[instruction].name : std::string_view{};
 }
 
+std::string_view name_of(const DataElement& cell) { return name_of(static_cast<std::uint16_t>(cell.depth)); }
+std::string_view text_of_cell(const DataElement& cell) { return cell.text == nullptr ? "" : cell.text; }
+
 bool is_instruction(const DataElement& cell, Instruction instruction) {
     return cell.depth == static_cast<std::int16_t>(instruction);
 }
 
-void put_operator(Output& out, int indent, const DataElement& cell, bool listed) {
+bool is_conditional(const DataElement& cell) {
+    return is_instruction(cell, Instruction::IF_YES) || is_instruction(cell, Instruction::IF_NO);
+}
+
+bool is_number(std::uint32_t number, Instruction instruction) {
+    return number == static_cast<std::uint32_t>(instruction);
+}
+
+// What stands in place of an instruction: a comment, a label, or nothing at all. The word of a condition that is tied
+// to it comes behind.
+void put_idle(Output& out, std::string_view text, std::uint32_t second, std::string_view condition) {
+    if (is_number(second, Instruction::CONTEXT)) {
+        out.put(" \"");
+        out.put(text);
+        out.put('"');
+    } else {
+        out.put(is_number(second, Instruction::SLIL) ? " %" : " ");
+        out.put(text);
+    }
+    if (!condition.empty()) out.put(' ');
+    out.put(condition);
+    out.put('\n');
+}
+
+void put_listed_operator(Output& out, int indent, const DataElement& cell) {
     using enum Instruction;
-    const std::string_view name =
-        cell.text != nullptr && *cell.text != '\0' ? cell.text : name_of(static_cast<std::uint16_t>(cell.depth));
-    const bool comment = is_instruction(cell, NOOP) && cell.modifier == static_cast<std::uint16_t>(CONTEXT);
-    if (comment) {
-        out.put(listed ? " \"" : " . COMMENT:\t\t");
-        out.put(name);
-        if (listed) out.put("\"\n");
-        return;
+    const std::string_view text = cell.text != nullptr ? cell.text : name_of(cell);
+    if (is_instruction(cell, NOOP)) return put_idle(out, text, cell.modifier, {});
+    if (is_conditional(cell) && is_number(cell.modifier, NOOP)) {
+        const std::size_t blank = text.rfind(' ');
+        return put_idle(out, text.substr(0, blank), cell.elements, text.substr(blank + 1));
     }
-    out.put(listed ? " " : " . OPERATOR:\t\t");
-    if (listed) {
-        out.put(name);
-        if (is_instruction(cell, NOOP) || is_instruction(cell, JUMP) || is_instruction(cell, CHECK)) out.put('\n');
-        if (is_instruction(cell, JUMP) || is_instruction(cell, CHECK)) put_indent(out, indent);
-        return;
+    out.put(' ');
+    // A body that the end of its sentence has closed is closed by itself where it is read again.
+    const bool closed_by_force = is_instruction(cell, FUNCTIONEND) && text != ";" && text != name_of(cell);
+    out.put(closed_by_force ? ";" : text);
+    if (!is_instruction(cell, JUMP) && !is_instruction(cell, CHECK)) return;
+    out.put('\n');
+    put_indent(out, indent);
+}
+
+void put_displayed_operator(Output& out, const DataElement& cell) {
+    using enum Instruction;
+    const std::string_view name = cell.text != nullptr && *cell.text != '\0' ? cell.text : name_of(cell);
+    if (is_instruction(cell, NOOP) && is_number(cell.modifier, CONTEXT)) {
+        out.put(" . COMMENT:\t\t");
+        return out.put(name);
     }
-    const bool conditional = is_instruction(cell, IF_YES) || is_instruction(cell, IF_NO);
-    const bool combining =
-        is_instruction(cell, OUTERPRODUCT) ||
-        (cell.depth >= static_cast<std::int16_t>(SCAN) && cell.depth <= static_cast<std::int16_t>(REDUCENWISELASTAXIS));
-    if (conditional) {
+    out.put(" . OPERATOR:\t\t");
+    if (is_conditional(cell) && cell.modifier != function_below) {
         if (cell.elements != 0) {
             out.put(name_of(static_cast<std::uint16_t>(cell.elements)));
             out.put(' ');
         }
-        out.put(name_of(cell.modifier));
-        return;
+        return out.put(name_of(cell.modifier));
     }
+    const bool combining =
+        is_instruction(cell, OUTERPRODUCT) ||
+        (cell.depth >= static_cast<std::int16_t>(SCAN) && cell.depth <= static_cast<std::int16_t>(REDUCENWISELASTAXIS));
     if (combining) {
         out.put(name_of(cell.modifier));
         out.put(" . OPERATOR:\t\t");
@@ -374,32 +409,124 @@ void put_operator(Output& out, int indent, const DataElement& cell, bool listed)
     if (is_instruction(cell, PRINT)) out.put('\n');
 }
 
-void put_name(Output& out, int indent, const DataElement& cell, bool listed) {
-    using enum Instruction;
-    const auto scope = static_cast<Instruction>(cell.modifier);
-    if (listed) {
+// ---- names
+
+void put_scope_label(Output& out, const DataElement& cell) {
+    switch (static_cast<Instruction>(cell.modifier)) {
+        case Instruction::SAIG: out.put(" . SAIG"); [[fallthrough]];
+        case Instruction::SGIG: return out.put(cell.type & ISOPERATOR ? " . GLOBAL" : " .");
+        case Instruction::SAIL: return out.put(" . SAIL");
+        case Instruction::SLIL: return out.put(" . LOCAL");
+        default: return;
+    }
+}
+
+// A name with its prefix as the scanner takes it: between quotes if that is the only way.
+void put_readable_name(Output& out, const DataElement& cell) {
+    const std::string_view prefix = scope_prefix(cell), name = text_of_cell(cell);
+    const bool plain = prefix.empty() ? reads_as_name(name, cell.rank == kind::ADDRESS) : is_identifier(name);
+    if (!plain) out.put('\x02');
+    out.put(prefix);
+    out.put(name);
+    if (!plain) out.put('\x03');
+}
+
+void put_condition(Output& out, const DataElement& cell) {
+    if (cell.type & CONDITIONAL) out.put(cell.type & YES ? " IF_YES" : " IF_NO");
+}
+
+void put_listed_name(Output& out, int indent, const DataElement& cell) {
+    if (cell.rank == kind::ADDRESS) {
+        out.put(" @");
+        put_readable_name(out, cell);
+    } else {
         out.put('\n');
         put_indent(out, indent);
+        if (cell.rank == kind::LABEL) {
+            out.put(" @%");
+            out.put(text_of_cell(cell));
+        } else {
+            if (!scope_prefix(cell).empty()) out.put(' ');
+            put_readable_name(out, cell);
+        }
     }
-    if (scope == SLIL) {
-        out.put(" . LOCAL");
-    } else if (scope == SAIL) {
-        out.put(" . SAIL");
+    put_condition(out, cell);
+}
+
+void put_displayed_name(Output& out, const DataElement& cell) {
+    if (cell.rank == kind::LABEL) {
+        out.put(" . LABEL:\t\t");
     } else {
-        if (scope == SAIG) out.put(" . SAIG");
-        out.put(cell.type & ISOPERATOR ? " . GLOBAL" : " .");
+        put_scope_label(out, cell);
+        out.put(cell.rank == kind::ADDRESS ? " ADDRESS:\t" : " VARIABLE:\t");
+        if (cell.rank == kind::VARIABLE && !scope_prefix(cell).empty()) out.put(' ');
+        out.put(scope_prefix(cell));
     }
-    out.put(" VARIABLE:\t ");
-    out.put(scope == SAIL ? "$" : scope == SLIL ? "." : scope == SAIG ? "_" : "");
-    out.put(cell.text);
+    out.put(text_of_cell(cell));
+}
+
+// A slot of a frame, by the number that it has in the source. The address of one on the stack has none.
+void put_local(Output& out, const DataElement& cell, bool listed) {
+    const bool address = cell.rank != kind::LOCAL_VARIABLE;
+    out.put(listed ? " " : address ? " . STACK ADDRESS:\t" : " . STACK VARIABLE:\t");
+    if (listed && address) out.put('@');
+    out.put('&');
+    if (!borrows(cell)) put_number(out, items_of(cell)->integer + 1);
+    if (listed) put_condition(out, cell);
+}
+
+void put_element(Output& out, std::string_view prefix, int indent, DataElement& element);
+
+// The same in all modes: what stands in a function is always listed.
+void put_function(Output& out, int indent, DataElement& function) {
+    constexpr auto words = std::to_array<std::string_view>({" NILADIC", " MONADIC", " DYADIC", " TRIADIC"});
+    const bool listing = std::exchange(out.listing, true);
+    const auto new_line = [&out](int level) {
+        out.put('\n');
+        put_indent(out, level);
+    };
+    new_line(indent);
+    if (function.depth < 0) {
+        out.put(' ');
+        out.put(function.text != nullptr ? function.text : ":");
+    } else {
+        if (function.locals != 0) {
+            out.put(" VARS ");
+            put_number(out, function.locals);
+        }
+        if (static_cast<std::size_t>(function.depth) < words.size()) {
+            out.put(words[static_cast<std::size_t>(function.depth)]);
+        } else {
+            out.put(" ARGS ");
+            put_number(out, function.depth);
+            out.put(" FUNCTION");
+        }
+    }
+    new_line(indent + 1);
+    auto* const stream = static_cast<DataElement*>(function.data_pointer);
+    for (DataElement* cell = stream + 1; cell->type != 0; ++cell) {
+        put_element(out, {}, indent + 1, *cell);
+        out.count_items(1);
+    }
+    if (stream->type & ISOPERATOR) out.put(" OPERATOR");
+    new_line(indent);
+    out.listing = listing;
 }
 
 void put_element(Output& out, std::string_view prefix, int indent, DataElement& element) {
     const bool listed = out.listing || indent > 0;
     out.put(prefix);
     switch (element.rank) {
-        case kind::OPERATOR: return put_operator(out, indent, element, listed);
-        case kind::VARIABLE: return put_name(out, indent, element, listed);
+        case kind::OPERATOR:
+            return listed ? put_listed_operator(out, indent, element) : put_displayed_operator(out, element);
+        case kind::LOCAL_VARIABLE:
+        case kind::LOCAL_ADDRESS: return put_local(out, element, listed);
+        case kind::ADDRESS:
+            if (borrows(element)) return put_local(out, element, listed);
+            [[fallthrough]];
+        case kind::VARIABLE:
+        case kind::LABEL: return listed ? put_listed_name(out, indent, element) : put_displayed_name(out, element);
+        case kind::FUNCTION: return put_function(out, indent, element);
         case kind::UNUSED: return out.put(" . Unused name!\n");
         case kind::INVALID: return out.put(" . Unused symbol!\n");
         default: return put_value(out, indent, element);
@@ -412,6 +539,12 @@ void disass(std::FILE* stream, const char* prefix, int indent, bool listing, Dat
     Output out{stream, listing, {}};
     put_element(out, prefix, indent, element);
     out.flush();
+}
+
+std::string text_of(DataElement& element, bool listing) {
+    Output out{nullptr, listing, {}};
+    put_element(out, {}, 0, element);
+    return std::move(out.text);
 }
 
 void dump(std::FILE* stream, const char* prefix, DataElement& element) {

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdio>
+#include <string>
 
 #include "data/dataelement.h"
 
@@ -15,6 +16,9 @@ namespace ondrel {
 // lower kind. The new item stands in the value's block, for all its holders; the record gets the kinds that fit.
 // Raises 27; an interrupt leaves in between.
 void disass(std::FILE* stream, const char* prefix, int indent, bool listing, DataElement& element);
+
+// The same as a text in memory, without the prefix. Raises nothing but bad_alloc.
+std::string text_of(DataElement& element, bool listing);
 
 // The element as people see it.
 void dump(std::FILE* stream, const char* prefix, DataElement& element);

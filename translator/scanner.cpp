@@ -3,15 +3,16 @@
 #include "translator/scanner.h"
 
 #include <algorithm>
-#include <cstring>
 #include <new>
-#include <string>
 #include <utility>
 #include <vector>
 
 #include "data/blocks.h"
 #include "data/errors.h"
+#include "translator/definitions.h"
+#include "translator/emission.h"
 #include "translator/literals.h"
+#include "translator/names.h"
 #include "translator/number_text.h"
 #include "translator/source.h"
 #include "translator/tokens.h"
@@ -19,64 +20,12 @@
 namespace ondrel {
 namespace {
 
-enum class Condition { sentence, vector, shape, text, mask_word };
+enum class Condition { sentence, vector, shape, text, mask_word, address };
 
-DataElement *buffer, *cursor;
 Condition condition;
-bool dropping;  // the sentence has outgrown its buffer, or a literal its levels
 bool line_ends_sentence;
 std::size_t refused_levels;            // parentheses opened beyond the deepest level
 std::vector<std::int64_t> dimensions;  // of the shape being read
-std::size_t grown;                     // length of the text of the last cell if it has been grown, else 0
-
-// ---- cells
-
-// Mistakes in a sentence that will not run are not worth a message.
-void report(int number) {
-    if (!dropping) exception(number, {nullptr, cursor});
-}
-
-void drop_cells() {
-    for (; cursor > buffer; --cursor) dereferencepoint(cursor[-1]);
-    *cursor = {};
-}
-
-// The sentence cannot run. The rest of it is read to its end and forgotten.
-void overflow() {
-    if (!dropping) {
-        DataElement& last = cursor > buffer ? cursor[-1] : *cursor;
-        exception(807, {nullptr, &last});
-    }
-    dropping = true;
-    drop_cells();
-}
-
-void advance() {
-    grown = 0;
-    if (++cursor - buffer >= sentence_cells)
-        overflow();
-    else
-        *cursor = {};
-}
-
-void emit_value(const DataElement& value) {
-    *cursor = value;
-    advance();
-}
-
-DataElement operator_cell(Instruction instruction, Instruction second, char* text) {
-    DataElement cell{};
-    cell.rank = kind::OPERATOR;
-    cell.type = ISOPERATOR;
-    cell.text = text;
-    cell.depth = static_cast<std::int16_t>(instruction);
-    cell.modifier = static_cast<std::uint16_t>(second);
-    return cell;
-}
-
-void oper(char* text, Instruction instruction, Instruction second = Instruction::NIHIL) {
-    emit_value(operator_cell(instruction, second, text));
-}
 
 // The text of a token as it was typed: the token's own, unless there are gaps in it.
 char* spelling(const TokenMatch& match) {
@@ -94,56 +43,6 @@ void emit_hidden(std::uint32_t tag, double value) {
     else
         item.real = value;
     emit_value(scalar);
-}
-
-// Appends a blank and the token to the text of the cell. A text that has been grown before is the cell's own, of known
-// length: any number of words behind one verb take a time in proportion.
-void grow_text(DataElement& cell, std::string_view token) {
-    const std::size_t length = grown != 0 ? grown : std::strlen(cell.text);
-    const std::size_t longer = length + 1 + token.size();
-    if (grown != 0) {
-        cell.text = static_cast<char*>(Reallocate(cell.text, longer + 1));
-    } else {
-        char* const text = static_cast<char*>(allocate_block(header(cell.text).head, longer + 1));
-        std::memcpy(text, cell.text, length);
-        release(cell.text);
-        cell.text = text;
-    }
-    cell.text[length] = ' ';
-    *std::ranges::copy(token, cell.text + length + 1).out = '\0';
-    grown = longer;
-}
-
-// REDUCE and its kin take the verb before them as their second instruction. Without one the cell before is lost.
-void combine(const TokenMatch& match) {
-    const Instruction instruction = match.token->row->instruction;
-    if (cursor > buffer) --cursor;
-    DataElement& verb = *cursor;
-    if (verb.rank != kind::OPERATOR) {
-        report(instruction == Instruction::OUTERPRODUCT ? 74 : 79);
-        dereferencepoint(verb);
-        verb = {};
-        return;
-    }
-    grow_text(verb, match.token->text);
-    verb.modifier = static_cast<std::uint16_t>(verb.depth);
-    verb.depth = static_cast<std::int16_t>(instruction);
-    const std::size_t length = grown;
-    advance();
-    grown = length;
-}
-
-void make_conditional(const TokenMatch& match) {
-    const Instruction instruction = match.token->row->instruction;
-    if (cursor == buffer) return report(instruction == Instruction::IF_YES ? 147 : 148);
-    DataElement& cell = cursor[-1];
-    if (cell.rank == kind::OPERATOR) {
-        grow_text(cell, match.token->text);
-        cell.elements = cell.modifier;
-        cell.modifier = static_cast<std::uint16_t>(cell.depth);
-        cell.depth = static_cast<std::int16_t>(instruction);
-    }
-    cell.type |= CONDITIONAL | (instruction == Instruction::IF_YES ? YES : 0);
 }
 
 // ---- constants
@@ -198,7 +97,7 @@ void emit_scalar(Make make) {
     emit_value(record);
 }
 
-// ---- comments and names
+// ---- comments
 
 void copy_out(std::size_t length) {
     const std::string_view bytes = ahead(length);
@@ -219,63 +118,8 @@ void read_comment() {
         }
     if (c < 0 && !bracketed) return copy_out(at);
     const std::size_t length = c < 0 ? bracket : at;
-    oper(stringdup(ahead(length)), Instruction::NOOP, Instruction::CONTEXT);
+    emit_value(operator_cell(Instruction::NOOP, Instruction::CONTEXT, stringdup(ahead(length))));
     consume(length + 1);
-}
-
-void emit_name(std::string_view name, Instruction scope) {
-    DataElement cell{};
-    cell.rank = kind::VARIABLE;
-    cell.type = ISVARIABLE | (scope == Instruction::SGIG ? ISOPERATOR : 0);
-    cell.text = stringdup(name);
-    cell.depth = 1;
-    cell.modifier = static_cast<std::uint16_t>(scope);
-    cell.elements = static_cast<std::uint32_t>(name.size());
-    emit_value(cell);
-}
-
-bool ends_name(int c) {
-    return c < 0 || c == '\t' || c == '\n' || c == '\r' || c == ' ' || c == '!' || c == '.' || c == ';';
-}
-
-// Any byte that begins no other rule begins a name. Between \x02 and \x03 a name is whatever stands there.
-void read_plain_name() {
-    std::string name;
-    if (peek(0) == '\x02') {
-        consume(1);
-        for (int c; (c = peek(0)) >= 0 && c != '\x03'; consume(1)) name.push_back(static_cast<char>(c));
-        if (peek(0) >= 0) consume(1);
-    } else {
-        do {
-            const int c = peek(0);
-            if (!name.empty() && (c == '"' || c == '(' || c == ')' || c == '|'))
-                std::fputc(c, stdout);
-            else
-                name.push_back(static_cast<char>(c));
-            consume(1);
-        } while (!ends_name(peek(0)));
-    }
-    emit_name(name, Instruction::SGIG);
-}
-
-bool is_letter(int c) { return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || c == '_'; }
-
-// How far a name with a scope prefix reaches, the prefix included; 0 if there is none.
-std::size_t scoped_name_length() {
-    const int prefix = peek(0);
-    if ((prefix != '_' && prefix != '$' && prefix != '.') || !is_letter(peek(1))) return 0;
-    std::size_t end = 2;
-    while (is_letter(peek(end)) || (peek(end) >= '0' && peek(end) <= '9')) ++end;
-    return end;
-}
-
-void read_scoped_name(std::size_t length) {
-    const std::string_view text = ahead(length);
-    const Instruction scope = text[0] == '_'   ? Instruction::SAIG
-                              : text[0] == '$' ? Instruction::SAIL
-                                               : Instruction::SLIL;
-    emit_name(text.substr(1), scope);
-    consume(length);
 }
 
 // ---- literals
@@ -416,13 +260,10 @@ void scan_mask_word() {
         *cursor = {};
         return;
     }
-    grown = 0;
     grow_text(*cursor, match.token->text);
     consume(match.length);
-    cursor->rank = kind::OPERATOR;
-    cursor->type = ISOPERATOR;
-    cursor->depth = static_cast<std::int16_t>(Instruction::MASK);
-    advance();
+    const DataElement modifier = std::exchange(*cursor, DataElement{});
+    oper(modifier.text, Instruction::MASK, static_cast<Instruction>(modifier.modifier));
 }
 
 // ---- sentences
@@ -442,23 +283,38 @@ bool act(const TokenMatch& match) {
             oper(token.text, row.instruction);
             break;
         case TokenAction::pair:
-            oper(token.text, row.instruction);
-            oper(stringdup(""), row.second);
+            if (oper(token.text, row.instruction))
+                emit_value(operator_cell(row.second, Instruction::NIHIL, stringdup("")));
             break;
-        case TokenAction::combine: combine(match); break;
-        case TokenAction::condition: make_conditional(match); break;
+        case TokenAction::combine: combine(token.text, row.instruction); break;
+        case TokenAction::condition: make_conditional(token.text, row.instruction); break;
         case TokenAction::modify_mask:
             cursor->text = token.text;
             cursor->modifier = static_cast<std::uint16_t>(row.instruction);
             condition = Condition::mask_word;
             break;
-        case TokenAction::leave: throw Unwind{};
-        case TokenAction::nothing: break;
+        case TokenAction::run:
+            if (!is_shadowed(token.text)) emit_value(operator_cell(row.instruction, row.second, token.text));
+            ondrel_op = false;
+            break;
+        case TokenAction::leave:
+            if (!is_shadowed(token.text)) throw Unwind{};
+            break;
+        case TokenAction::system_word: ondrel_op = true; break;
+        case TokenAction::address: condition = Condition::address; break;
+        case TokenAction::open_definition: open_definition(ahead(match.length), static_cast<int>(row.value)); break;
+        case TokenAction::close_definition: close_level_with(token.text); break;
         case TokenAction::sentence_end:
+            close_pending(token.text);
             consume(match.length);
             if (peek(0) == '\n') consume(1);
             return true;
         case TokenAction::comment:
+            if (is_shadowed(token.text)) {
+                oper(token.text, Instruction::NIHIL);
+                break;
+            }
+            ondrel_op = false;
             consume(match.length);
             read_comment();
             return false;
@@ -483,26 +339,40 @@ bool act(const TokenMatch& match) {
     return false;
 }
 
-// Takes one token of a sentence. True at a sentence end.
+// Takes one token of a sentence: of the rules, the longest. True at a sentence end.
 bool scan_sentence() {
     const int c = peek(0);
+    if (c == '\n' && line_ends_sentence) {
+        consume(1);
+        close_pending("\n");
+        return true;
+    }
     if (c == ' ' || c == '\t' || c == '\r' || c == '\n') {
         consume(1);
-        return c == '\n' && line_ends_sentence;
+        return false;
     }
     const TokenMatch token = match_token(Vocabulary::sentence);
     const NumberMatch number = match_number(true);
-    const std::size_t scoped = scoped_name_length();
-    if (token.weight >= number.length && token.weight >= scoped && token.token != nullptr) return act(token);
-    if (number.length > scoped) {
+    const std::size_t name = prefixed_name_length();
+    const std::size_t header = c == 'A' || c == 'V' ? numbered_header_length() : 0;
+    if (header > token.length) {
+        open_numbered_definition(ahead(header));
+        consume(header);
+    } else if (token.token != nullptr && token.weight >= number.length && token.weight >= name) {
+        return act(token);
+    } else if (number.length > name) {
         emit_scalar([&] { return matched_item(number, false); });
         consume(number.length);
-    } else if (scoped > 0) {
-        read_scoped_name(scoped);
     } else {
-        read_plain_name();
+        read_name();
     }
     return false;
+}
+
+void scan_address() {
+    if (peek(0) == '\n') return copy_out(1);
+    condition = Condition::sentence;
+    read_address();
 }
 
 // Runs to the end of a sentence; at the end of the input the process is to end too.
@@ -512,7 +382,9 @@ void yylex() {
             abandon_literal();
             dereferencepoint(*cursor);
             *cursor = {};
-            oper(stringdup(""), Instruction::ENDPROCESS);
+            close_pending("");
+            emit_value(operator_cell(Instruction::ENDPROCESS, Instruction::NIHIL, stringdup("")));
+            ondrel_op = false;
             return;
         }
         switch (condition) {
@@ -523,6 +395,7 @@ void yylex() {
             case Condition::shape: scan_shape(); break;
             case Condition::text: scan_text(); break;
             case Condition::mask_word: scan_mask_word(); break;
+            case Condition::address: scan_address(); break;
         }
     }
 }
@@ -530,8 +403,7 @@ void yylex() {
 // Gives up whatever has been built.
 int nothing_to_run() {
     abandon_literal();
-    dereferencepoint(*cursor);
-    drop_cells();
+    drop_stream();
     close_source();
     return 0;
 }
@@ -545,20 +417,16 @@ int translate() {
         exception(27);
         return nothing_to_run();
     }
-    if (dropping) return nothing_to_run();
-    *cursor = {};  // the END cell
-    return static_cast<int>(cursor - buffer) + 1;
+    return dropping ? nothing_to_run() : end_stream();
 }
 
 }  // namespace
 
-int fill(DataElement* cells, std::FILE* stream, const char** text, bool line) {
+int fill(DataElement* cells, const Chain* tables, std::FILE* stream, const char** text, bool line) {
     open_source(stream, text == nullptr ? nullptr : *text);
-    buffer = cursor = cells;
-    *cursor = {};
+    begin_stream(cells, tables);
     condition = Condition::sentence;
-    dropping = false;
-    refused_levels = grown = 0;
+    refused_levels = 0;
     line_ends_sentence = line;
 
     sigjmp_buf recovery;
@@ -571,6 +439,7 @@ int fill(DataElement* cells, std::FILE* stream, const char** text, bool line) {
 
 void cleanup(DataElement* stream) {
     for (; stream->type != 0; ++stream) dereferencepoint(*stream);
+    if (stream->local_table != nullptr) release_table(std::exchange(stream->local_table, nullptr));
 }
 
 }  // namespace ondrel

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "data/blocks.h"
+#include "translator/bytes.h"
 #include "translator/source.h"
 
 namespace ondrel {
@@ -95,22 +96,13 @@ void add_rows(Tree& tree, std::span<const TokenRow> rows) {
         }
 }
 
-bool is_word(int c) { return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '_'; }
-
-}  // namespace
-
-void make_token_tables() {
-    add_rows(sentence_tree, sentence_rows);
-    add_rows(sentence_tree, constant_rows);
-    add_rows(constant_tree, constant_rows);
-}
-
-TokenMatch match_token(Vocabulary vocabulary) {
-    const Tree& tree = vocabulary == Vocabulary::sentence ? sentence_tree : constant_tree;
+// The longest token at the start of the bytes that `byte_at` gives; -1 at their end.
+template <class ByteAt>
+TokenMatch longest_match(const Tree& tree, ByteAt byte_at) {
     TokenMatch longest;
     int node = 0;
     for (std::size_t at = 0;;) {
-        const int c = peek(at);
+        const int c = byte_at(at);
         if (c < 0) return longest;
         const int gap = tree.nodes[static_cast<std::size_t>(node)].gap;
         const int next = gap >= 0 && is_gap(c) ? gap : find_child(tree, node, c);
@@ -122,12 +114,32 @@ TokenMatch match_token(Vocabulary vocabulary) {
             const Token& token = tokens[static_cast<std::size_t>(here.token)];
             if (!token.row->word_end) {
                 longest = {&token, at, at};
-            } else if (const int behind = peek(at); behind >= 0 && !is_word(behind)) {
+            } else if (const int behind = byte_at(at); behind >= 0 && !is_word(behind)) {
                 longest = {&token, at, at + 1};
             }
         }
         if (here.child < 0 && here.gap < 0) return longest;
     }
+}
+
+}  // namespace
+
+void make_token_tables() {
+    add_rows(sentence_tree, sentence_rows);
+    add_rows(sentence_tree, constant_rows);
+    add_rows(constant_tree, constant_rows);
+}
+
+TokenMatch match_token(Vocabulary vocabulary) {
+    return longest_match(vocabulary == Vocabulary::sentence ? sentence_tree : constant_tree,
+                         [](std::size_t at) { return peek(at); });
+}
+
+bool begins_token(std::string_view text) {
+    const auto byte_at = [text](std::size_t at) {
+        return at < text.size() ? static_cast<unsigned char>(text[at]) : at == text.size() ? ' ' : -1;
+    };
+    return longest_match(sentence_tree, byte_at).token != nullptr;
 }
 
 }  // namespace ondrel

@@ -25,4 +25,7 @@ void make_token_tables();
 // The longest token that begins at the next byte of the source.
 TokenMatch match_token(Vocabulary vocabulary);
 
+// Whether a token begins these bytes, with a blank behind them.
+bool begins_token(std::string_view text);
+
 }  // namespace ondrel

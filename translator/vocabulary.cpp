@@ -34,6 +34,10 @@ constexpr TokenRow combining(std::string_view spellings, Instruction instruction
 constexpr TokenRow conditional(std::string_view spellings, Instruction instruction) {
     return {spellings, TokenAction::condition, instruction, NIHIL, 0, true};
 }
+// The header of a function with this many arguments; below 0: one that works in its caller's frame.
+constexpr TokenRow definition(std::string_view spellings, int arguments) {
+    return {spellings, TokenAction::open_definition, NIHIL, NIHIL, static_cast<double>(arguments), true};
+}
 constexpr TokenRow modifier(std::string_view spellings, Instruction instruction) {
     return {spellings, TokenAction::modify_mask, instruction, NIHIL, 0, true};
 }
@@ -343,7 +347,7 @@ constexpr auto sentence_table = std::to_array<TokenRow>({
     keyword("TRACEALL", TRACE, REST),
     keyword("STEP", STEP),
     keyword("STEPALL", STEP, REST),
-    keyword("RUN", RUN),
+    {"RUN", TokenAction::run, RUN, NIHIL, 0, true},
     keyword("RUNALL", RUN, REST),
     keyword("TEXTEDIT", EDIT, TEXTREAD),
     keyword("EDIT", EDIT),
@@ -358,7 +362,16 @@ constexpr auto sentence_table = std::to_array<TokenRow>({
     modifier("REFLECT", REFLECT),
     {"BREAK", TokenAction::leave, NIHIL, NIHIL, 0, true},
     {"#NIL", TokenAction::nil, NIHIL, NIHIL, 0, true},
-    mark("::", TokenAction::nothing),
+    definition("FUNCTION NEADIC", -1),
+    definition("NILADIC", 0),
+    definition("MONADIC", 1),
+    definition("DYADIC", 2),
+    definition("TRIADIC", 3),
+    {":", TokenAction::open_definition, NIHIL, NIHIL, -1, false},
+    mark(";", TokenAction::close_definition),
+    {"FUNCTIONEND", TokenAction::close_definition, NIHIL, NIHIL, 0, true},
+    mark("@", TokenAction::address),
+    mark("::", TokenAction::system_word),
     mark(". END", TokenAction::sentence_end),
     mark("\" \xBC", TokenAction::comment),
     mark("(", TokenAction::vector),

@@ -17,8 +17,12 @@ enum class TokenAction {
     combine,      // rewrites the OPERATOR cell before: that verb qualifies `instruction`
     condition,    // makes the cell before conditional
     modify_mask,  // waits for MASK
-    leave,        // gives the sentence up
-    nothing,
+    run,          // `instruction`, unless the user has a name of that spelling
+    leave,        // gives the sentence up, unless the user has a name of that spelling
+    system_word,  // the next keyword is the system's own
+    address,      // a name follows
+    open_definition,
+    close_definition,
     sentence_end,
     comment,
     text,

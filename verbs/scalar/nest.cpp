@@ -11,15 +11,6 @@ DataElement result_record(const DataElement& giver, void* data, std::uint32_t pr
     return record;
 }
 
-DataElement nested_item(Owner& record) {
-    auto* const block = static_cast<DataElement*>(allocate_block(0, sizeof(DataElement)));
-    *block = record.take();
-    DataElement item{};
-    item.tag = tag::subarray;
-    item.nested = block;
-    return item;
-}
-
 DataElement value_of_item(const DataElement& item) {
     if (item.tag != tag::subarray) {
         Owner scalar(make_scalar(DataElement{}));

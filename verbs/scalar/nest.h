@@ -11,9 +11,6 @@ inline constexpr std::size_t heed_every = std::size_t{1} << 16;
 // A record of the giver's shape with the finished block; takes the block over, and a reference on the shape.
 DataElement result_record(const DataElement& giver, void* data, std::uint32_t probable);
 
-// A subarray item of the record, which it takes over.
-DataElement nested_item(Owner& record);
-
 // The value that an item stands for, with references of its own: the nested one, or a scalar of it.
 DataElement value_of_item(const DataElement& item);
 

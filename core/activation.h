@@ -1,0 +1,63 @@
+// One run of a stream of cells: what the actions of instructions work on.
+//
+// A frame is a run of slots of the value stack: local slots from `frame_base` on, then arguments and whatever is pushed
+// from `argument_floor` on. A function that works in its caller's frame, and a text, have the caller's.
+#pragma once
+
+#include <cstdint>
+
+#include "data/blocks.h"
+#include "data/errors.h"
+#include "data/instructions.h"
+#include "translator/symbols.h"
+
+namespace ondrel {
+
+// What an action leaves the machine to do: go on; end the stream, with the frame put in order; end it as it stands; or
+// give it up after an error of the machine's own, which has been reported.
+enum class Outcome { next, end, stop, abandon };
+
+// A table that CONTEXT has pushed; its run holds it.
+struct Context {
+    Chain link;
+    Context* before;
+};
+
+struct Activation {
+    DataElement* cell;  // the one that is run
+    DataElement* sp;
+    DataElement* argument_floor;     // the lowest slot that counts as an argument
+    DataElement* frame_base;         // LOCAL cells count from here
+    const Chain* tables;             // in which names are looked up
+    DataElement* code;               // the first cell; JUMP counts from it, as 1
+    std::uint32_t cells;             // of the stream, without the one that ends it
+    std::uint16_t locals;            // slots below the floor that this run gives back at its end
+    std::int32_t decision;           // of the last CHECK in this run: 0 or 1; before one, -1
+    int level;                       // 0: a sentence at the prompt
+    DataElement* header;             // of the function that runs, whose effects are noted there; null outside
+    DataElement* pending_condition;  // the conditional cell whose instruction is running, in a cell of its own
+    Context* contexts;
+
+    Site site() const { return {sp, cell}; }
+};
+
+// A run in the frame of another one, of a stream of `cells` cells and the one that ends it.
+Activation inside(const Activation& outer, DataElement* code, std::uint32_t cells);
+
+// Reports an error of the machine's own.
+Outcome fail(int number, const Activation& activation);
+// 806. Two calls deep or more a full stack is a runaway recursion: it unwinds to the prompt.
+Outcome full_stack(const Activation& activation);
+
+// Makes room for one more value, or reports 806.
+bool is_full(const Activation& activation);
+Outcome push(Activation& activation, const DataElement& owned);
+
+// ---- defined above, in the machine, which actions enter again
+
+// Walks the stream to its end or to an error.
+Outcome run(Activation& activation);
+// Runs the instruction of the OPERATOR cell at `activation.cell`, checks of its class first.
+Outcome run_operator(Activation& activation);
+
+}  // namespace ondrel

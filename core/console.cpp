@@ -1,0 +1,133 @@
+#include "core/console.h"
+
+#include <sys/time.h>
+
+#include <cerrno>
+#include <cmath>
+#include <cstdio>
+#include <ctime>
+#include <string>
+#include <utility>
+
+#include "core/calls.h"
+#include "data/texts.h"
+#include "numbers/kinds.h"
+#include "numbers/random.h"
+#include "translator/printing.h"
+
+namespace ondrel {
+
+// Shows the top of the stack; the form of the verb that ends a line shows nothing of an empty value but that.
+Outcome output_top(Activation& activation) {
+    const bool ends_line = activation.cell->modifier == static_cast<std::uint16_t>(Instruction::PRINT);
+    DataElement& top = *activation.sp;
+    if (!ends_line || !(top.type & ISEMPTY)) dump(stdout, "", top);
+    if (ends_line) std::fputc('\n', stdout);
+    return Outcome::next;
+}
+
+Outcome print_top(Activation& activation) {
+    output_top(activation);
+    dereferencepoint(*activation.sp--);
+    return Outcome::next;
+}
+
+// An interrupt while a line is awaited asks for nothing, as at the prompt.
+Outcome input(Activation& activation) {
+    if (is_full(activation)) return full_stack(activation);
+    std::fflush(stdout);
+    const DataElement* const before = activation.sp;
+    running = 0;
+    Sentence sentence(activation.tables, stdin, nullptr, true);
+    running = 1;
+    if (sentence.cells() != 0) run_inside(activation, sentence, true);
+    return activation.sp == before ? push(activation, make_empty()) : Outcome::next;
+}
+
+Outcome quoted_input(Activation& activation) {
+    if (is_full(activation)) return full_stack(activation);
+    std::fflush(stdout);
+    std::string line;
+    for (int byte; (byte = std::getc(stdin)) != '\n' && byte != EOF;) line.push_back(static_cast<char>(byte));
+    heed_attention();
+    return push(activation, make_text(line));
+}
+
+Outcome wait_for_enter(Activation&) {
+    std::fflush(stdout);
+    std::fputs("\nWaiting... press ENTER to continue: ", stderr);
+    std::getc(stdin);
+    heed_attention();
+    return Outcome::next;
+}
+
+namespace {
+
+// An interrupt ends the sleep.
+void sleep_for(timespec left) {
+    std::fflush(stdout);
+    while (nanosleep(&left, &left) != 0 && errno == EINTR) heed_attention();
+}
+
+}  // namespace
+
+// What is no number is left alone.
+Outcome sleep_top(Activation& activation) {
+    const DataElement& top = *activation.sp;
+    if (top.rank < 0 || !(top.type & SHAPE_BITS)) return Outcome::next;
+    const DataElement item = item_at(top.data_pointer, 0);
+    timespec length{};
+    if (item.tag == tag::integer) {
+        if (item.integer < 0) return fail(949, activation);
+        length.tv_sec = item.integer;
+    } else if (item.tag == tag::real) {
+        if (item.real < 0) return fail(949, activation);
+        constexpr double microseconds = 1e6, nanoseconds = 1000;
+        const double whole = std::trunc(item.real);
+        length.tv_sec = fits_integer(whole) ? static_cast<std::time_t>(whole) : INT64_MAX;
+        if (std::isnan(item.real)) length.tv_sec = 0;
+        if (std::isfinite(item.real))
+            length.tv_nsec = static_cast<long>(std::trunc((item.real - whole) * microseconds) * nanoseconds);
+    } else {
+        return Outcome::next;
+    }
+    sleep_for(length);
+    dereferencepoint(*activation.sp--);
+    return Outcome::next;
+}
+
+// The Julian date.
+Outcome push_time(Activation& activation) {
+    constexpr double days_per_second = 1.1574074074074073e-05, epoch = 2440587.5, microsecond = 1e-6;
+    if (is_full(activation)) return full_stack(activation);
+    timeval now{};
+    gettimeofday(&now, nullptr);
+    DataElement item{};
+    item.head = make_head(tag::real, form::timestamp);
+    const double seconds = static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_usec) * microsecond;
+    item.real = seconds * days_per_second + epoch;
+    *++activation.sp = make_scalar(item);
+    return Outcome::next;
+}
+
+// A real seeds in millionths.
+Outcome seed(Activation& activation) {
+    constexpr double millionths = 1000000;
+    const DataElement& top = *activation.sp;
+    const bool single = (top.type & SHAPE_BITS) != 0;
+    const DataElement item = single ? item_at(top.data_pointer, 0) : DataElement{};
+    if (item.tag != tag::integer && item.tag != tag::real) return fail(850, activation);
+    std::int64_t value = item.integer;
+    if (item.tag == tag::real)
+        value = fits_integer(item.real * millionths) ? static_cast<std::int64_t>(item.real * millionths) : INT64_MIN;
+    SEED_PRNGS(0, prngs_seed, static_cast<std::uint32_t>(value));
+    dereferencepoint(*activation.sp--);
+    return Outcome::next;
+}
+
+Outcome randomise(Activation&) {
+    SEED_PRNGS(0, prngs_seed, -1);
+    return Outcome::next;
+}
+
+}  // namespace ondrel

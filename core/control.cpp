@@ -1,0 +1,271 @@
+#include "core/control.h"
+
+#include <algorithm>
+#include <new>
+#include <string>
+#include <utility>
+
+#include "core/calls.h"
+#include "core/stack.h"
+#include "data/texts.h"
+#include "numbers/random.h"
+#include "numbers/truth.h"
+#include "translator/emission.h"
+
+namespace ondrel {
+namespace {
+
+bool is_instruction(std::uint16_t number, Instruction instruction) {
+    return number == static_cast<std::uint16_t>(instruction);
+}
+
+void drop_top(Activation& activation) { dereferencepoint(*activation.sp--); }
+
+// The probability that a number stands for; negative for an item that stands for none.
+double probability_of(const DataElement& item) {
+    constexpr double none = -1;
+    switch (item.tag) {
+        case tag::real: return std::clamp(item.real, 0.0, 1.0);
+        case tag::complex: return 1 - contradict_c(item.complex);
+        case tag::quaternion: return 1 - contradict_q(item.quaternion);
+        case tag::octonion: return 1 - contradict_o(std::span<const double, 8>(item.octonion, 8));
+        default: return none;
+    }
+}
+
+// What has depended on chance is not remembered.
+void note_chance(const Activation& activation) {
+    if (activation.header != nullptr) activation.header->type |= ISPROBABLE;
+}
+
+// The instruction of a conditional cell runs in a cell of its own, so that the stream stays as it was translated
+// whatever road it leaves by, and whoever runs it meanwhile. A JUMP has moved the activation on to another cell.
+Outcome run_embedded(Activation& activation) {
+    DataElement* const conditional_cell = activation.cell;
+    DataElement embedded = *conditional_cell;
+    embedded.type &= ~(CONDITIONAL | YES);
+    embedded.depth = static_cast<std::int16_t>(conditional_cell->modifier);
+    embedded.modifier = static_cast<std::uint16_t>(conditional_cell->elements);
+    embedded.elements = 0;
+    activation.cell = &embedded;
+    DataElement* const outer = std::exchange(activation.pending_condition, conditional_cell);
+    const Outcome outcome = run_operator(activation);
+    activation.pending_condition = outer;
+    if (activation.cell == &embedded) activation.cell = conditional_cell;
+    return outcome;
+}
+
+bool is_single(const DataElement& value) { return value.rank >= 0 && (value.type & SHAPE_BITS) != 0; }
+
+}  // namespace
+
+Outcome check(Activation& activation) {
+    const DataElement& top = *activation.sp;
+    if (!is_single(top)) {
+        activation.decision = top.type != ISEMPTY;
+    } else {
+        const DataElement item = item_at(top.data_pointer, 0);
+        if (item.tag == tag::integer) {
+            activation.decision = item.integer > 0;
+        } else {
+            const double probability = probability_of(item);
+            if (probability < 0) return fail(804, activation);
+            note_chance(activation);
+            activation.decision = draw_apart_from(probability, prngs_seed) < probability;
+        }
+    }
+    drop_top(activation);
+    return Outcome::next;
+}
+
+Outcome conditional(Activation& activation) {
+    const DataElement& cell = *activation.cell;
+    const bool yes = is_instruction(static_cast<std::uint16_t>(cell.depth), Instruction::IF_YES);
+    if (activation.decision < 0) return fail(yes ? 147 : 148, activation);
+    const bool runs = (activation.decision != 0) == yes;
+    if (cell.modifier != function_below) return runs ? run_embedded(activation) : Outcome::next;
+    if (activation.sp < activation.argument_floor) return runs ? fail(800, activation) : Outcome::next;
+    if (runs) return execute(activation);
+    drop_top(activation);
+    return Outcome::next;
+}
+
+Outcome if_value(Activation& activation) {
+    std::swap(activation.sp[0], activation.sp[-1]);
+    const DataElement& condition = activation.sp[0];
+    if (!is_single(condition)) return fail(801, activation);
+    const DataElement item = item_at(condition.data_pointer, 0);
+    bool truth = false;
+    if (item.tag == tag::integer) {
+        truth = item.integer >= 1;
+    } else if (item.tag != tag::real) {
+        return fail(802, activation);
+    } else if (item.real > 0 && item.real < 1) {
+        note_chance(activation);
+        truth = item.real > draw_apart_from(item.real, prngs_seed);
+    } else {
+        truth = item.real >= 1;
+    }
+    drop_top(activation);
+    if (!truth) Owner refused(std::exchange(*activation.sp, make_empty()));
+    return Outcome::next;
+}
+
+Outcome jump(Activation& activation) {
+    const DataElement& top = *activation.sp;
+    if ((top.type & (ISVECTOR | ISEMPTY)) == (ISVECTOR | ISEMPTY)) {
+        drop_top(activation);
+        return Outcome::next;
+    }
+    if (top.rank < 0 || (top.type & ISEMPTY) || top.data_pointer == nullptr) return fail(138, activation);
+    const DataElement item = item_at(top.data_pointer, 0);
+    if (item.tag != tag::integer || item.integer < 0) return fail(138, activation);
+    drop_top(activation);
+    if (item.integer == 0 || item.integer > static_cast<std::int64_t>(activation.cells)) return Outcome::end;
+    activation.cell = activation.code + item.integer - 2;  // the cycle steps on
+    return Outcome::next;
+}
+
+// ---- functions and texts
+
+Outcome execute(Activation& activation) {
+    const DataElement& top = *activation.sp;
+    if (top.rank == kind::FUNCTION) return call_top(activation);
+    if (!is_text(top) || top.rank > 1) return fail(995, activation);
+    const std::string text = characters_of(top) + " .";
+    drop_top(activation);
+    run_text(activation, text);
+    return Outcome::next;
+}
+
+Outcome dip(Activation& activation) {
+    Owner aside(*--activation.sp);
+    *activation.sp = activation.sp[1];
+    if (activation.sp->rank != kind::FUNCTION) return fail(995, activation);
+    // With too few arguments the stack is put back as it was found.
+    const auto& function = *activation.sp;
+    if (function.depth > 0 && activation.sp - function.depth < activation.argument_floor) {
+        activation.sp[1] = *activation.sp;
+        *activation.sp++ = aside.take();
+        return fail(800, activation);
+    }
+    const Outcome outcome = call_top(activation, {.own_names = false});
+    if (outcome != Outcome::next) return outcome;
+    return push(activation, aside.take());
+}
+
+Outcome end_function(Activation&) { return Outcome::end; }
+
+namespace {
+
+// Copies of the slots from the frame's base up, behind the record that tells where the run had got to.
+DataElement* continuation_of(const Activation& activation, const DataElement* top) {
+    const auto slots = static_cast<std::size_t>(top - activation.frame_base + 1);
+    DataElement* const block = allocate_items(slots + 1);
+    DataElement* const cell = activation.pending_condition != nullptr ? activation.pending_condition : activation.cell;
+    const auto locals = static_cast<std::uint32_t>(activation.argument_floor - activation.frame_base);
+    new (block) ContinuationRecord{.instruction = static_cast<std::uint32_t>(Instruction::YIELD),
+                                   .frame_base = activation.frame_base,
+                                   .program_counter = cell,
+                                   .cell = static_cast<std::uint32_t>(cell - activation.code),
+                                   .top = static_cast<std::uint32_t>(slots - 1),
+                                   .locals = locals,
+                                   .locals_again = locals};
+    for (std::size_t i = 0; i < slots; ++i) {
+        block[i + 1] = activation.frame_base[i];
+        referencepoint(block[i + 1]);
+    }
+    return block;
+}
+
+}  // namespace
+
+Outcome yield(Activation& activation) {
+    DataElement& top = *activation.sp;
+    if (activation.sp < activation.argument_floor || top.rank != kind::FUNCTION) return fail(995, activation);
+    DataElement* const stream = copyfun(top);
+    Owner own(top);
+    reference(own.record.text);
+    own.record.data_pointer = stream;
+    stream->continuation = continuation_of(activation, activation.sp - 1);
+    std::swap(top, own.record);
+    return Outcome::end;
+}
+
+Outcome yield_to(Activation& activation) {
+    if (activation.sp->rank != kind::FUNCTION) return fail(950, activation);
+    return call_top(activation);
+}
+
+namespace {
+
+// The numbers that LOOP gives its function, one after the other, in one block as long as nobody keeps it.
+class Counter {
+public:
+    explicit Counter(DataElement* block) : items(block) {}
+    Counter(const Counter&) = delete;
+    Counter& operator=(const Counter&) = delete;
+    ~Counter() { release(items); }
+
+    DataElement scalar(std::int64_t value) {
+        if (sole_holder(items)) {
+            dereferencedataelems(items, 1);
+        } else {
+            DataElement* const fresh = allocate_items(1);
+            release(items);
+            items = fresh;
+        }
+        *items = {};
+        items->head = make_head(tag::integer, form::number);
+        items->integer = value;
+        reference(items);
+        DataElement record{};
+        record.type = ISSCALAR | HASINTEGER;
+        set_elements(record, 1);
+        record.data_pointer = items;
+        return record;
+    }
+
+private:
+    DataElement* items;
+};
+
+// One pass with the counter on top: the stack must come back to where it stood before.
+Outcome counted_pass(Activation& activation, const DataElement& function, Counter& counter, std::int64_t i) {
+    const DataElement* const before = activation.sp;
+    if (function.depth != 0) {
+        if (is_full(activation)) return full_stack(activation);
+        *++activation.sp = counter.scalar(i);
+    }
+    const Outcome outcome = call(activation, static_cast<DataElement*>(function.data_pointer), {.own_names = false});
+    if (outcome != Outcome::next) return outcome;
+    if (activation.sp == before) return Outcome::next;
+    while (activation.sp > before) drop_top(activation);
+    return fail(978, activation);
+}
+
+}  // namespace
+
+Outcome loop(Activation& activation) {
+    const bool counts = !is_instruction(activation.cell->modifier, Instruction::DISCARD);
+    const DataElement& count = activation.sp[-1];
+    if (activation.sp->rank != kind::FUNCTION) return fail(976, activation);
+    if (count.rank != 0 || items_of(count)->tag != tag::integer || items_of(count)->integer < 0)
+        return fail(977, activation);
+    const std::int64_t passes = items_of(count)->integer;
+    const Owner function(*activation.sp--);
+    Counter counter(items_of(*activation.sp--));
+    for (std::int64_t i = 1; i <= passes; ++i) {
+        if (function.record.locals != 0) return fail(988, activation);
+        if (function.record.depth > 0 && activation.sp - activation.argument_floor + 1 < function.record.depth - 1)
+            return fail(800, activation);
+        if (counts && function.record.depth < 0) return fail(979, activation);
+        const Outcome outcome = counts ? counted_pass(activation, function.record, counter, i)
+                                       : call(activation, static_cast<DataElement*>(function.record.data_pointer),
+                                              {.own_names = false, .in_callers_frame = true});
+        if (outcome != Outcome::next) return outcome;
+    }
+    return Outcome::next;
+}
+
+}  // namespace ondrel

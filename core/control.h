@@ -1,0 +1,19 @@
+// The verbs that decide what runs next: conditions, jumps, loops, calls, text that runs.
+#pragma once
+
+#include "core/activation.h"
+
+namespace ondrel {
+
+Outcome check(Activation& activation);
+Outcome conditional(Activation& activation);  // IF_YES, IF_NO
+Outcome if_value(Activation& activation);
+Outcome jump(Activation& activation);
+Outcome loop(Activation& activation);  // and REPEAT
+Outcome execute(Activation& activation);
+Outcome end_function(Activation& activation);  // RETURN too
+Outcome yield(Activation& activation);
+Outcome yield_to(Activation& activation);
+Outcome dip(Activation& activation);  // and DEEP
+
+}  // namespace ondrel

@@ -1,0 +1,200 @@
+#include "core/naming.h"
+
+#include <string>
+#include <utility>
+
+#include "core/control.h"
+#include "core/stack.h"
+#include "translator/listing.h"
+#include "translator/value_key.h"
+
+namespace ondrel {
+namespace {
+
+bool is_scope(const DataElement& cell, Instruction scope) { return cell.modifier == static_cast<std::uint16_t>(scope); }
+bool is_global(const DataElement& cell) { return is_scope(cell, Instruction::SGIG) || cell.modifier == 0; }
+
+void bind(const Chain* tables, DataElement& cell, Entry* entry) {
+    reference(entry);
+    DataElement old{};
+    old.rank = kind::VARIABLE;
+    old.data_pointer = std::exchange(cell.data_pointer, entry);
+    dereferencepoint(old);
+    cell.bound_table = tables->table->number;
+}
+
+// A cell of a name that is not in the chain keeps the entry that the translator made for it, if that still stands.
+bool keeps_entry(const DataElement& cell) {
+    return is_scope(cell, Instruction::SLIL) && cell.data_pointer != nullptr &&
+           !is_dead(*static_cast<const DataElement*>(cell.data_pointer));
+}
+
+// A local address names a slot of the stack, which must still be one below `end`.
+DataElement* local_slot(const DataElement& address, const DataElement* end) {
+    auto* const slot = static_cast<DataElement*>(address.data_pointer);
+    return slot > stack && slot < end ? slot : nullptr;
+}
+
+std::string_view name_of(const DataElement& address) { return address.text == nullptr ? "" : address.text; }
+
+// The name that a value stands for, as long as the value itself stands.
+std::string name_from(const Activation& activation, const DataElement& value) {
+    if (value.rank == kind::ADDRESS && !borrows(value)) return std::string(name_of(value));
+    return value_key(value, activation.frame_base);
+}
+
+// Stores `value`, which is moved, behind the address on top of the stack, and takes that off. False after 55.
+bool store(Activation& activation, DataElement* top_after, bool keep) {
+    DataElement& address = *activation.sp;
+    DataElement& value = activation.sp[-1];
+    DataElement* const target = address.rank != kind::ADDRESS ? nullptr
+                                : borrows(address)            ? local_slot(address, &value)
+                                                              : resolve_or_make(activation.tables, address);
+    if (target == nullptr) return false;
+    Owner held(std::exchange(address, DataElement{}));  // the entry must outlive its old value
+    DataElement stored = value;
+    if (keep) referencepoint(stored);
+    Owner old(std::exchange(*target, stored));
+    activation.sp = top_after;
+    return true;
+}
+
+// A counted copy; what has no value gives the empty vector. The kind of a function is that of its stream's header.
+DataElement copy_of(const DataElement* value) {
+    if (value == nullptr || !has_value(*value)) return make_empty();
+    DataElement copy = *value;
+    if (copy.rank == kind::FUNCTION) copy.type = static_cast<const DataElement*>(copy.data_pointer)->type;
+    referencepoint(copy);
+    return copy;
+}
+
+// What the name on top of the stack stands for: an address, or any value by its key. Null or of type 0 if for nothing.
+const DataElement* value_named(const Activation& activation) {
+    DataElement& top = *activation.sp;
+    if (activation.header != nullptr) activation.header->type |= GLOBAL;
+    if (borrows(top)) return local_slot(top, activation.sp);
+    if (top.rank == kind::ADDRESS) return resolve(activation.tables, top);
+    const Entry* const entry = checkmeaning(activation.tables, value_key(top, activation.frame_base));
+    return entry == nullptr ? nullptr : &entry->value;
+}
+
+Outcome push_context(Activation& activation, Table* made) {
+    Context* context = nullptr;
+    try {
+        context = static_cast<Context*>(allocate_block(0, sizeof(Context)));
+    } catch (...) {
+        release_table(made);
+        throw;
+    }
+    *context = {{made, activation.tables}, activation.contexts};
+    activation.contexts = context;
+    activation.tables = &context->link;
+    return Outcome::next;
+}
+
+}  // namespace
+
+DataElement* rebind(const Chain* tables, DataElement& cell) {
+    const std::string_view name = name_of(cell);
+    Entry* const found =
+        is_scope(cell, Instruction::SGIG) ? checkhash(tables->outermost().table, name) : checkmeaning(tables, name);
+    if (found == nullptr) return keeps_entry(cell) ? static_cast<DataElement*>(cell.data_pointer) : nullptr;
+    if (cell.data_pointer != found) bind(tables, cell, found);
+    cell.bound_table = tables->table->number;
+    return &found->value;
+}
+
+DataElement* resolve_or_make(const Chain* tables, DataElement& cell) {
+    if (DataElement* const value = resolve(tables, cell)) return value;
+    const bool outermost = is_global(cell) || is_scope(cell, Instruction::SAIG);
+    Entry* const made = hashtab(outermost ? tables->outermost().table : tables->table, name_of(cell));
+    if (made == nullptr) return nullptr;
+    bind(tables, cell, made);
+    return &made->value;
+}
+
+Outcome assign(Activation& activation) {
+    return store(activation, activation.sp - 1, true) ? Outcome::next : fail(55, activation);
+}
+
+Outcome set(Activation& activation) {
+    return store(activation, activation.sp - 2, false) ? Outcome::next : fail(55, activation);
+}
+
+Outcome make_address(Activation& activation) {
+    constexpr std::string_view scopes = "$._";
+    DataElement& top = *activation.sp;
+    const std::string key = value_key(top, activation.frame_base);
+    const bool searched = key.size() > 1 && scopes.find(key[1]) != std::string::npos;
+    Entry* const entry =
+        searched ? meaning(activation.tables, key) : hashtab(activation.tables->outermost().table, key);
+    DataElement address{};
+    address.rank = kind::ADDRESS;
+    address.type = ISADDRESS;
+    address.depth = 1;
+    if (entry != nullptr) {
+        address.text = entry->name;
+        address.elements = static_cast<std::uint32_t>(std::string_view(entry->name).size());
+        address.bound_table = activation.tables->table->number;
+        address.data_pointer = entry;
+        referencepoint(address);
+    }
+    dereferencepoint(top);
+    top = address;
+    return Outcome::next;
+}
+
+Outcome get(Activation& activation) {
+    const DataElement* const value = value_named(activation);
+    Owner name(std::exchange(*activation.sp, copy_of(value)));
+    return Outcome::next;
+}
+
+Outcome do_name(Activation& activation) {
+    const DataElement* const value = value_named(activation);
+    const bool runs = value != nullptr && has_value(*value);
+    Owner name(std::exchange(*activation.sp, copy_of(value)));
+    return runs ? execute(activation) : Outcome::next;
+}
+
+Outcome forget(Activation& activation) {
+    DataElement& top = *activation.sp;
+    if (borrows(top)) {
+        if (DataElement* const slot = local_slot(top, activation.sp)) {
+            Owner old(std::exchange(*slot, DataElement{}));
+            slot->rank = kind::VARIABLE;
+        }
+    } else {
+        const std::string name = name_from(activation, top);
+        for (const Chain* link = activation.tables; link != nullptr; link = link->previous)
+            if (Entry* const entry = checkhash(link->table, name)) {
+                forgethash(link->table, entry);
+                break;
+            }
+    }
+    dereferencepoint(*activation.sp--);
+    return Outcome::next;
+}
+
+Outcome move_context(Activation& activation) {
+    switch (static_cast<Instruction>(activation.cell->modifier)) {
+        case Instruction::SMALL: return push_context(activation, makesmallhashtab());
+        case Instruction::LARGE: return push_context(activation, makehashtab());
+        case Instruction::PREVIOUS:
+            if (activation.tables->table != activation.tables->outermost().table)
+                activation.tables = activation.tables->previous;
+            return Outcome::next;
+        case Instruction::BASIC: {
+            Table* const outermost = activation.tables->outermost().table;
+            if (activation.tables->table == outermost) return Outcome::next;
+            reference(outermost);
+            return push_context(activation, outermost);
+        }
+        default: return activation.sp < activation.argument_floor ? fail(800, activation) : Outcome::next;
+    }
+}
+
+Outcome list_variables(Activation& activation) { return push(activation, list_symbols(activation.tables, false)); }
+Outcome list_functions(Activation& activation) { return push(activation, list_symbols(activation.tables, true)); }
+
+}  // namespace ondrel

@@ -1,0 +1,91 @@
+#include "core/native_stack.h"
+
+#include <sys/mman.h>
+#include <sys/resource.h>
+#include <ucontext.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+
+#if defined(__SANITIZE_ADDRESS__)
+#include <sanitizer/common_interface_defs.h>
+#endif
+
+namespace ondrel {
+namespace {
+
+constexpr std::size_t mebibyte = 1 << 20;
+constexpr std::size_t large = 1024 * mebibyte;  // of addresses; memory is taken only as far as it is used
+constexpr std::size_t guard = mebibyte;
+// For a value of 32,767 levels, the sanitizers' frames included.
+constexpr std::size_t reserve = 256 * mebibyte;
+
+std::uintptr_t shortest = 0;  // the lowest address at which a call may still begin
+
+std::uintptr_t here() { return reinterpret_cast<std::uintptr_t>(__builtin_frame_address(0)); }
+
+// On the stack that the system gave us: as much of it as it will let us have.
+void measure_present_stack() {
+    rlimit limit{};
+    std::size_t size = 8 * mebibyte;
+    if (getrlimit(RLIMIT_STACK, &limit) == 0)
+        size = limit.rlim_cur == RLIM_INFINITY ? 64 * mebibyte : std::min<std::size_t>(limit.rlim_cur, 64 * mebibyte);
+    shortest = here() - std::min(here(), size - size / 2);
+}
+
+struct Fiber {
+    ucontext_t outside, inside;
+    void (*function)();
+} fiber;
+
+void enter() {
+#if defined(__SANITIZE_ADDRESS__)
+    __sanitizer_finish_switch_fiber(nullptr, nullptr, nullptr);
+#endif
+    fiber.function();
+#if defined(__SANITIZE_ADDRESS__)
+    __sanitizer_start_switch_fiber(nullptr, nullptr, 0);
+#endif
+}
+
+}  // namespace
+
+void run_on_large_stack(void (*function)()) {
+#if defined(__SANITIZE_THREAD__)  // which would have to be told of every switch
+    measure_present_stack();
+    return function();
+#endif
+    void* const area =
+        mmap(nullptr, large, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE | MAP_STACK, -1, 0);
+    if (area == MAP_FAILED) {
+        measure_present_stack();
+        return function();
+    }
+    mprotect(area, guard, PROT_NONE);
+    madvise(area, large, MADV_NOHUGEPAGE);  // a shallow run touches a page or two
+    shortest = reinterpret_cast<std::uintptr_t>(area) + guard + reserve;
+    fiber.function = function;
+    getcontext(&fiber.inside);
+    fiber.inside.uc_stack.ss_sp = area;
+    fiber.inside.uc_stack.ss_size = large;
+    fiber.inside.uc_link = &fiber.outside;
+    makecontext(&fiber.inside, enter, 0);
+#if defined(__SANITIZE_ADDRESS__)
+    void* fake = nullptr;
+    __sanitizer_start_switch_fiber(&fake, area, large);
+#endif
+    swapcontext(&fiber.outside, &fiber.inside);
+#if defined(__SANITIZE_ADDRESS__)
+    __sanitizer_finish_switch_fiber(fake, nullptr, nullptr);
+#endif
+    munmap(area, large);
+}
+
+bool native_stack_is_short() {
+    if (shortest == 0) [[unlikely]]
+        measure_present_stack();
+    return here() < shortest;
+}
+
+}  // namespace ondrel

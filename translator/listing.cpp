@@ -1,0 +1,62 @@
+#include "translator/listing.h"
+
+#include <string_view>
+
+#include "data/errors.h"
+#include "data/texts.h"
+#include "translator/printing.h"
+
+namespace ondrel {
+namespace {
+
+constexpr int entries_in_a_sentence = 257;  // so that none outgrows its room
+
+void remember_entry(std::FILE* stream, Entry& entry) {
+    PrintOut = true;
+    disass(stream, "", 0, true, entry.value);
+    PrintOut = false;
+    const std::string_view prefixes = "$%._";
+    const bool prefixed = prefixes.find(entry.name[0]) != std::string_view::npos;
+    std::fprintf(stream, prefixed ? " @%s SET\n" : " @\x02%s\x03 SET\n", entry.name);
+}
+
+template <class Visit>
+void for_each_listed(const Chain* tables, bool functions, Visit visit) {
+    for (const Chain* link = tables; link != nullptr; link = link->previous)
+        for_each_entry(link->table, [&](Entry& entry) {
+            const bool function = entry.value.rank == kind::FUNCTION;
+            if (has_value(entry.value) && function == functions && checkmeaning(tables, entry.name) == &entry)
+                visit(entry);
+        });
+}
+
+}  // namespace
+
+void remember(std::FILE* stream, const Chain* tables) {
+    for (; tables != nullptr; tables = tables->previous) {
+        int written = 0;
+        for_each_entry(tables->table, [&](Entry& entry) {
+            remember_entry(stream, entry);
+            if (++written % entries_in_a_sentence == 0) std::fputs(".\n", stream);
+        });
+    }
+    std::fputs(".\n", stream);
+}
+
+DataElement list_symbols(const Chain* tables, bool functions) {
+    std::uint32_t names = 0;
+    for_each_listed(tables, functions, [&](const Entry&) { ++names; });
+    if (names == 0) return make_empty();
+    ItemsOwner items(names);
+    for_each_listed(tables, functions, [&](const Entry& entry) {
+        Owner name(make_characters(entry.name));
+        items.items[items.filled] = nested_item(name);
+        ++items.filled;
+    });
+    std::int64_t* const shape = vector_shape(names);
+    DataElement list = make_array(shape, 1, items.take(), names, NESTED);
+    list.depth = 2;
+    return list;
+}
+
+}  // namespace ondrel

@@ -1,0 +1,18 @@
+// The names of a chain: as a text that gives them their values again, and as values for a program to look at.
+#pragma once
+
+#include <cstdio>
+
+#include "translator/symbols.h"
+
+namespace ondrel {
+
+// Writes every name of the chain, from the innermost table outward, as sentences that set it when they are read. A name
+// of any bytes reads back as the name that it is.
+void remember(std::FILE* stream, const Chain* tables);
+
+// A vector of the names of the chain whose value is a function, or of those whose value is none: one text for each,
+// innermost table first, a shadowed name once. A name with no value is left out. Raises 27.
+DataElement list_symbols(const Chain* tables, bool functions);
+
+}  // namespace ondrel

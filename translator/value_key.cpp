@@ -1,0 +1,215 @@
+#include "translator/value_key.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <span>
+#include <string_view>
+
+#include "data/blocks.h"
+#include "data/instructions.h"
+#include "data/texts.h"
+#include "numbers/kinds.h"
+#include "translator/names.h"
+
+namespace ondrel {
+namespace {
+
+constexpr char digit_zero = '@';
+constexpr char escape = '\x10';  // before a byte that stands for another
+
+void add_digits(std::string& key, std::uint64_t magnitude) {
+    do key.push_back(static_cast<char>(digit_zero + (magnitude & 15)));
+    while ((magnitude >>= 4) != 0);
+}
+
+void itox(std::string& key, std::int64_t number) {
+    if (number < 0) key.push_back('-');
+    add_digits(key, number < 0 ? -static_cast<std::uint64_t>(number) : static_cast<std::uint64_t>(number));
+}
+
+// The binary exponent, then the fraction as a whole number.
+void rtox(std::string& key, double number) {
+    constexpr int fraction_bits = 53;
+    int exponent = 0;
+    const double fraction = std::frexp(number, &exponent);
+    itox(key, exponent);
+    key.push_back(':');
+    itox(key, static_cast<std::int64_t>(std::ldexp(fraction, fraction_bits)));
+}
+
+void realtox(std::string& key, double number) {
+    if (std::isnan(number))
+        key.push_back('X');
+    else if (std::isinf(number))
+        key.append(number < 0 ? "-Z" : "Z");
+    else if (fits_integer(number) && std::trunc(number) == number)
+        itox(key, static_cast<std::int64_t>(number));
+    else
+        rtox(key, number);
+}
+
+void add_byte(std::string& key, std::uint8_t byte) {
+    if (byte == 0 || byte == static_cast<std::uint8_t>(escape)) {
+        key.push_back(escape);
+        byte = static_cast<std::uint8_t>(byte + digit_zero);
+    }
+    key.push_back(static_cast<char>(byte));
+}
+
+// An ordinary number says nothing of its form.
+void add_form(std::string& key, const DataElement& item) {
+    constexpr std::uint16_t shown_marks = mark::degrees | mark::r_prefix;
+    if (item.form == form::number || item.form == form::unset || item.form == form::selector) return;
+    key.push_back('f');
+    itox(key, item.form);
+    if (item.marks & shown_marks) itox(key, item.marks & shown_marks);
+    key.push_back(',');
+}
+
+void add_components(std::string& key, std::span<const double> components) {
+    for (const double component : components) {
+        realtox(key, component);
+        key.push_back(',');
+    }
+}
+
+void add_value(std::string& key, const DataElement& value, const DataElement* frame_base);
+
+void add_item(std::string& key, const DataElement& item, const DataElement* frame_base) {
+    if (item.tag == tag::subarray) {
+        key.push_back('(');
+        add_value(key, *item.nested, frame_base);
+        key.push_back(')');
+        return;
+    }
+    key.push_back('\\');
+    add_form(key, item);
+    switch (item.tag) {
+        case tag::ascii:
+            key.push_back('\'');
+            add_byte(key, item.ascii);
+            break;
+        case tag::unicode:
+            key.push_back('u');
+            itox(key, item.unicode);
+            break;
+        case tag::integer: itox(key, item.integer); break;
+        case tag::real: realtox(key, item.real); break;
+        case tag::complex:
+            key.push_back('i');
+            add_components(key, item.complex);
+            break;
+        case tag::quaternion:
+            key.push_back('k');
+            add_components(key, item.quaternion);
+            break;
+        case tag::octonion:
+            key.push_back('o');
+            add_components(key, {item.octonion, 8});
+            break;
+        default: key.push_back('?');
+    }
+}
+
+void add_value(std::string& key, const DataElement& value, const DataElement* frame_base) {
+    if (value.rank != 1 || (value.type & ISSCALAR))
+        for (std::int32_t k = 0; k < value.rank; ++k) {
+            key.push_back('[');
+            itox(key, value.shape_pointer[k]);
+        }
+    if (value.type & ISEMPTY) {
+        key.push_back('.');
+        if (value.type & HASASCII) key.push_back('\'');
+        return;
+    }
+    const bool scalar = (value.type & ISSCALAR) != 0;
+    key.append(scalar ? "`" : "(");
+    for (std::uint32_t i = 0; i < value.elements; ++i) add_item(key, item_at(value.data_pointer, i), frame_base);
+    key.append(scalar ? ")`" : ")");
+}
+
+void add_name(std::string& key, std::string_view prefix, const DataElement& cell) {
+    key.append(prefix);
+    if (cell.text != nullptr) key.append(cell.text);
+    key.push_back(' ');
+}
+
+// Numbers, where a listing would have the texts of the instructions.
+void add_operator(std::string& key, const DataElement& cell) {
+    key.push_back('o');
+    for (const std::int64_t number :
+         {std::int64_t{cell.depth}, std::int64_t{cell.modifier}, std::int64_t{cell.elements}}) {
+        itox(key, number);
+        key.push_back(',');
+    }
+}
+
+void add_function(std::string& key, const DataElement& function, const DataElement* frame_base) {
+    const auto* const stream = static_cast<const DataElement*>(function.data_pointer);
+    key.append("f");
+    itox(key, function.locals);
+    key.push_back(',');
+    itox(key, function.depth);
+    key.push_back(',');
+    for (const DataElement* cell = stream + 1; cell->type != 0; ++cell) add_key(key, *cell, frame_base);
+    key.push_back(';');
+    if (stream->type & ISOPERATOR) key.append("oP");
+}
+
+// The slot number of a local cell, or the place of a slot that an address on the stack has.
+std::int64_t slot_number(const DataElement& cell, const DataElement* frame_base) {
+    if (cell.rank != kind::ADDRESS) return items_of(cell)->integer + 1;
+    return static_cast<const DataElement*>(cell.data_pointer) - frame_base + 1;
+}
+
+// What is no value; `text` too, whose end is told by its length.
+void add_other(std::string& key, const DataElement& value, const DataElement* frame_base) {
+    switch (value.rank) {
+        case kind::LOCAL_VARIABLE:
+        case kind::LOCAL_ADDRESS:
+            key.append(value.rank == kind::LOCAL_VARIABLE ? "&" : "@&");
+            itox(key, slot_number(value, frame_base));
+            key.push_back(',');
+            break;
+        case kind::ADDRESS:
+            if (borrows(value)) {
+                key.append("@&");
+                itox(key, slot_number(value, frame_base));
+                key.push_back(',');
+                break;
+            }
+            add_name(key, std::string("@").append(scope_prefix(value)), value);
+            break;
+        case kind::VARIABLE: add_name(key, std::string("$").append(scope_prefix(value)), value); break;
+        case kind::LABEL: add_name(key, "@%", value); break;
+        case kind::OPERATOR: add_operator(key, value); break;
+        case kind::FUNCTION: add_function(key, value, frame_base); break;
+        default: key.push_back('X');
+    }
+}
+
+void add_text(std::string& key, const DataElement& text) {
+    for (std::uint32_t i = 0; i < text.elements; ++i) add_byte(key, item_at(text.data_pointer, i).ascii);
+}
+
+}  // namespace
+
+void add_key(std::string& key, const DataElement& value, const DataElement* frame_base) {
+    if (value.rank < 0)
+        add_other(key, value, frame_base);
+    else
+        add_value(key, value, frame_base);
+    if (value.type & CONDITIONAL) key.append(value.type & YES ? "?y" : "?n");
+}
+
+std::string value_key(const DataElement& value, const DataElement* frame_base) {
+    std::string key;
+    if (value.rank <= 1 && is_text(value) && !(value.type & ISEMPTY))
+        add_text(key, value);
+    else
+        add_key(key, value, frame_base);
+    return key;
+}
+
+}  // namespace ondrel

@@ -1,0 +1,17 @@
+// A compact text that stands for a value as a name does: equal values have equal keys, different ones different keys.
+// The key of a flat text is the text itself, so that a text names what its plain spelling names.
+#pragma once
+
+#include <string>
+
+#include "data/dataelement.h"
+
+namespace ondrel {
+
+// `frame_base` is the slot that local addresses count from. No key has a NUL in it. Raises nothing but bad_alloc.
+std::string value_key(const DataElement& value, const DataElement* frame_base);
+
+// The key of a value among others, which tells where it ends.
+void add_key(std::string& key, const DataElement& value, const DataElement* frame_base);
+
+}  // namespace ondrel
