@@ -8,6 +8,7 @@
 #include "core/naming.h"
 #include "core/programs.h"
 #include "core/results.h"
+#include "core/soundness.h"
 #include "core/stack_verbs.h"
 #include "verbs/array/reshape.h"
 #include "verbs/scalar/dyadic.h"
@@ -52,23 +53,43 @@ Outcome run_verb(Activation& activation) {
     return Outcome::next;
 }
 
-// The row of an instruction of this class: an action of the machine, or a verb that works on the stack pointer.
-template <auto function>
-consteval Operation operation(std::uint16_t type) {
-    Action action;
-    if constexpr (std::is_convertible_v<decltype(function), Action>)
-        action = function;
-    else
-        action = run_verb<function>;
+// The action behind the check of its class.
+template <Action action, std::int8_t arguments, bool refuses_operators>
+Outcome checked(Activation& activation) {
+    const DataElement* const before = activation.sp;
+    if constexpr (arguments > 0) {
+        const DataElement* const lowest = before - arguments + 1;
+        if (lowest < activation.argument_floor) [[unlikely]]
+            return fail(800, activation);
+        if constexpr (refuses_operators)
+            if (lowest->rank == kind::OPERATOR || before->rank == kind::OPERATOR) [[unlikely]]
+                return fail(200, activation);
+    }
+    const Outcome outcome = action(activation);
+    if (outcome == Outcome::next) check_effect(activation, before);
+    return outcome;
+}
+
+consteval Class class_of(std::uint16_t type) {
     const auto row = std::ranges::find(classes, type, &Class::type);
     if (row == classes.end()) throw "an instruction of no class";
-    return {action, row->arguments, row->refuses_operators};
+    return *row;
+}
+
+// The row of an instruction of this class: an action of the machine, or a verb that works on the stack pointer.
+template <auto function, std::uint16_t type>
+consteval Action operation() {
+    constexpr Class row = class_of(type);
+    if constexpr (std::is_convertible_v<decltype(function), Action>)
+        return checked<function, row.arguments, row.refuses_operators>;
+    else
+        return checked<run_verb<function>, row.arguments, row.refuses_operators>;
 }
 
 }  // namespace
 
-constexpr std::array<Operation, Instructions.size()> operations{
-#define INSTRUCTION(number, name, code, type, action) operation<action>(type),
+constexpr std::array<Action, Instructions.size()> operations{
+#define INSTRUCTION(number, name, code, type, action) operation<action, type>(),
 #include "data/instructions.def"
 #undef INSTRUCTION
 };

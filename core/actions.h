@@ -2,7 +2,6 @@
 #pragma once
 
 #include <array>
-#include <cstdint>
 
 #include "core/activation.h"
 #include "data/instructions.h"
@@ -13,12 +12,7 @@ namespace ondrel {
 // throws Unwind.
 using Action = Outcome (*)(Activation&);
 
-struct Operation {
-    Action action;
-    std::int8_t arguments;   // values that the instruction needs above the floor
-    bool refuses_operators;  // raises 200 if one of them is a mark
-};
-
-extern const std::array<Operation, Instructions.size()> operations;
+// By instruction: the check of its class, and what it does.
+extern const std::array<Action, Instructions.size()> operations;
 
 }  // namespace ondrel

@@ -6,6 +6,7 @@
 
 #include <cstdint>
 
+#include "core/stack.h"
 #include "data/blocks.h"
 #include "data/errors.h"
 #include "data/instructions.h"
@@ -42,7 +43,21 @@ struct Activation {
 };
 
 // A run in the frame of another one, of a stream of `cells` cells and the one that ends it.
-Activation inside(const Activation& outer, DataElement* code, std::uint32_t cells);
+inline Activation inside(const Activation& outer, DataElement* code, std::uint32_t cells) {
+    return {.cell = code,
+            .sp = outer.sp,
+            .argument_floor = outer.argument_floor,
+            .frame_base = outer.frame_base,
+            .tables = outer.tables,
+            .code = code,
+            .cells = cells,
+            .locals = 0,
+            .decision = -1,
+            .level = outer.level + 1,
+            .header = outer.header,
+            .pending_condition = nullptr,
+            .contexts = nullptr};
+}
 
 // Reports an error of the machine's own.
 Outcome fail(int number, const Activation& activation);
@@ -50,7 +65,7 @@ Outcome fail(int number, const Activation& activation);
 Outcome full_stack(const Activation& activation);
 
 // Makes room for one more value, or reports 806.
-bool is_full(const Activation& activation);
+inline bool is_full(const Activation& activation) { return activation.sp > stacktop; }
 Outcome push(Activation& activation, const DataElement& owned);
 
 // ---- defined above, in the machine, which actions enter again

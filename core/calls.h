@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "core/activation.h"
+#include "core/native_stack.h"
 
 namespace ondrel {
 
@@ -19,19 +20,94 @@ struct CallOptions {
     bool in_callers_frame = false;  // it may take whatever its caller may
 };
 
-// Calls the function of this stream, whose arguments are on top of the stack. The stream is kept alive while it runs.
-// 800 if there are too few, 806 if its locals do not fit: `abandon`, with the stack as it was. Otherwise `next`,
-// however the function ended; `complete` is set if it came to its end.
-Outcome call(Activation& caller, DataElement* stream, CallOptions options = {}, bool* complete = nullptr);
+// 806, unwinding, when there are too many runs within runs.
+inline void check_depth(const Activation& caller) {
+    if (caller.level >= deepest_level || native_stack_is_short()) [[unlikely]]
+        raise(806, caller.site());
+}
 
-// Takes the function off the top of the stack and calls it.
-Outcome call_top(Activation& caller, CallOptions options = {}, bool* complete = nullptr);
-
+// Moves the arguments at `base` up to make room for the locals. False if they do not fit.
+bool lay_out(Activation& callee, DataElement* base, std::ptrdiff_t locals);
 // Gives back the locals, and moves what lies above them down.
 void leave_frame(Activation& activation);
 
 // The tables that CONTEXT has made go with the run that made them.
 void release_contexts(Activation& activation);
+// An error unwinds out of a run: the caller's stack reaches as far as both do, and what lies above is given back.
+void settle(Activation& caller, Activation& callee);
+// Gives a stream back whose last holder has been its run.
+void release_function(DataElement* stream);
+
+// A function entered, to be run once or again and again. The stream is kept alive meanwhile.
+class Entered {
+public:
+    Entered(Activation& outer, DataElement* function, CallOptions options)
+        : caller(outer),
+          stream(function),
+          names{static_cast<Table*>(function[function->elements].local_table), outer.tables},
+          callee(inside(outer, function + 1, function->elements)),
+          own_frame(function->depth >= 0 && !options.in_callers_frame) {
+        callee.header = function;
+        if (options.own_names && names.table != nullptr && outer.tables->table != names.table) callee.tables = &names;
+        tables = callee.tables;
+        reference(function);
+    }
+    ~Entered() {
+        if (inside_run) settle(caller, callee);
+        if (callee.contexts != nullptr) release_contexts(callee);
+        if (sole_holder(stream)) [[unlikely]]
+            release_function(stream);
+        else
+            release(stream);
+    }
+    Entered(const Entered&) = delete;
+    Entered& operator=(const Entered&) = delete;
+
+    // Runs it on what is on top of the caller's stack: as `call` does.
+    Outcome operator()() {
+        check_depth(caller);
+        callee.sp = caller.sp;
+        if (own_frame) {
+            DataElement* const base = caller.sp - stream->depth + 1;
+            if (base < caller.argument_floor) return fail(800, caller);
+            callee.frame_base = base;
+            callee.argument_floor = base + stream->locals;
+            if (stream->locals != 0 && !lay_out(callee, base, stream->locals)) return full_stack(caller);
+        }
+        inside_run = true;
+        const Outcome outcome = run(callee);
+        inside_run = false;
+        ended = outcome == Outcome::end;
+        if (stream->locals != 0 && ended) leave_frame(callee);
+        caller.sp = callee.sp;
+        return Outcome::next;
+    }
+    // Makes it ready for another run.
+    void again() {
+        if (callee.contexts != nullptr) release_contexts(callee);
+        callee.tables = tables;
+        callee.cell = callee.code;
+        callee.decision = -1;
+        callee.locals = 0;
+    }
+    bool complete() const { return ended; }
+
+private:
+    Activation& caller;
+    DataElement* const stream;
+    Chain names;
+    Activation callee;
+    const Chain* tables;  // in force at the start of a run
+    bool own_frame, inside_run = false, ended = false;
+};
+
+// Calls the function of this stream, whose arguments are on top of the stack. The stream is kept alive while it runs.
+// 800 if there are too few, 806 if its locals do not fit: `abandon`, with the stack as it was. Otherwise `next`,
+// however the function ended.
+Outcome call(Activation& caller, DataElement* stream);
+
+// Takes the function off the top of the stack and calls it.
+Outcome call_top(Activation& caller, CallOptions options = {});
 
 // A sentence that is not the prompt's, translated and owned. Empty if there was nothing to run.
 class Sentence {

@@ -61,7 +61,9 @@ bool is_single(const DataElement& value) { return value.rank >= 0 && (value.type
 
 Outcome check(Activation& activation) {
     const DataElement& top = *activation.sp;
-    if (!is_single(top)) {
+    if (top.type == (ISSCALAR | HASINTEGER)) {
+        activation.decision = items_of(top)->integer > 0;
+    } else if (!is_single(top)) {
         activation.decision = top.type != ISEMPTY;
     } else {
         const DataElement item = item_at(top.data_pointer, 0);
@@ -82,7 +84,7 @@ Outcome conditional(Activation& activation) {
     const DataElement& cell = *activation.cell;
     const bool yes = is_instruction(static_cast<std::uint16_t>(cell.depth), Instruction::IF_YES);
     if (activation.decision < 0) return fail(yes ? 147 : 148, activation);
-    const bool runs = (activation.decision != 0) == yes;
+    const bool runs = is_met(cell, activation.decision);
     if (cell.modifier != function_below) return runs ? run_embedded(activation) : Outcome::next;
     if (activation.sp < activation.argument_floor) return runs ? fail(800, activation) : Outcome::next;
     if (runs) return execute(activation);
@@ -205,39 +207,45 @@ public:
     explicit Counter(DataElement* block) : items(block) {}
     Counter(const Counter&) = delete;
     Counter& operator=(const Counter&) = delete;
-    ~Counter() { release(items); }
+    ~Counter() {
+        DataElement last = make_record();
+        dereferencepoint(last);
+    }
 
     DataElement scalar(std::int64_t value) {
-        if (sole_holder(items)) {
-            dereferencedataelems(items, 1);
-        } else {
+        if (!sole_holder(items) || !is_plain(*items)) {
             DataElement* const fresh = allocate_items(1);
-            release(items);
+            DataElement old = make_record();
+            dereferencepoint(old);
             items = fresh;
+            *items = {};
         }
-        *items = {};
         items->head = make_head(tag::integer, form::number);
         items->integer = value;
         reference(items);
-        DataElement record{};
-        record.type = ISSCALAR | HASINTEGER;
-        set_elements(record, 1);
-        record.data_pointer = items;
-        return record;
+        return make_record();
     }
 
 private:
     DataElement* items;
+
+    DataElement make_record() const {
+        DataElement record{};
+        record.type = ISSCALAR | HASINTEGER;
+        record.elements = 1;
+        record.data_pointer = items;
+        return record;
+    }
 };
 
 // One pass with the counter on top: the stack must come back to where it stood before.
-Outcome counted_pass(Activation& activation, const DataElement& function, Counter& counter, std::int64_t i) {
+Outcome counted_pass(Activation& activation, Entered& function, bool takes_counter, Counter& counter, std::int64_t i) {
     const DataElement* const before = activation.sp;
-    if (function.depth != 0) {
+    if (takes_counter) {
         if (is_full(activation)) return full_stack(activation);
         *++activation.sp = counter.scalar(i);
     }
-    const Outcome outcome = call(activation, static_cast<DataElement*>(function.data_pointer), {.own_names = false});
+    const Outcome outcome = function();
     if (outcome != Outcome::next) return outcome;
     if (activation.sp == before) return Outcome::next;
     while (activation.sp > before) drop_top(activation);
@@ -255,15 +263,19 @@ Outcome loop(Activation& activation) {
     const std::int64_t passes = items_of(count)->integer;
     const Owner function(*activation.sp--);
     Counter counter(items_of(*activation.sp--));
+    if (passes == 0) return Outcome::next;
+    if (function.record.locals != 0) return fail(988, activation);
+    const int arguments = function.record.depth;
+    Entered body(activation, static_cast<DataElement*>(function.record.data_pointer),
+                 {.own_names = false, .in_callers_frame = !counts});
     for (std::int64_t i = 1; i <= passes; ++i) {
-        if (function.record.locals != 0) return fail(988, activation);
-        if (function.record.depth > 0 && activation.sp - activation.argument_floor + 1 < function.record.depth - 1)
+        if (arguments > 0 && activation.sp - activation.argument_floor + 1 < arguments - 1)
             return fail(800, activation);
-        if (counts && function.record.depth < 0) return fail(979, activation);
-        const Outcome outcome = counts ? counted_pass(activation, function.record, counter, i)
-                                       : call(activation, static_cast<DataElement*>(function.record.data_pointer),
-                                              {.own_names = false, .in_callers_frame = true});
+        if (counts && arguments < 0) return fail(979, activation);
+        if (i > 1) body.again();
+        const Outcome outcome = counts ? counted_pass(activation, body, arguments > 0, counter, i) : body();
         if (outcome != Outcome::next) return outcome;
+        heed_attention();  // a body of no cells does not
     }
     return Outcome::next;
 }

@@ -7,6 +7,10 @@ namespace ondrel {
 
 Outcome check(Activation& activation);
 Outcome conditional(Activation& activation);  // IF_YES, IF_NO
+// Whether the condition of an IF_YES or IF_NO cell is met by a decision.
+inline bool is_met(const DataElement& cell, std::int32_t decision) {
+    return (decision != 0) == (cell.depth == static_cast<std::int16_t>(Instruction::IF_YES));
+}
 Outcome if_value(Activation& activation);
 Outcome jump(Activation& activation);
 Outcome loop(Activation& activation);  // and REPEAT

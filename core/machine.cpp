@@ -6,10 +6,13 @@
 
 #include "core/actions.h"
 #include "core/calls.h"
+#include "core/control.h"
 #include "core/naming.h"
 #include "core/soundness.h"
 #include "core/stack.h"
+#include "translator/emission.h"
 #include "translator/printing.h"
+#include "verbs/scalar/dyadic.h"
 
 namespace ondrel {
 namespace {
@@ -47,6 +50,18 @@ Outcome push_function(Activation& activation, const DataElement& function) {
     const Outcome outcome = push_copy(activation, function);
     if (outcome == Outcome::next) activation.sp->type = stream->type;
     return outcome;
+}
+
+// A condition on the function decides beforehand, so that the usual form of a choice moves nothing.
+Outcome push_literal_function(Activation& activation) {
+    DataElement& function = *activation.cell;
+    const DataElement& behind = activation.cell[1];
+    if (behind.rank != kind::OPERATOR || behind.modifier != function_below || activation.decision < 0 ||
+        is_full(activation))
+        return push_function(activation, function);
+    ++activation.cell;
+    return is_met(behind, activation.decision) ? call(activation, static_cast<DataElement*>(function.data_pointer))
+                                               : Outcome::next;
 }
 
 Outcome push_named(Activation& activation) {
@@ -100,9 +115,29 @@ bool is_skipped(const Activation& activation) {
     return yes != (activation.decision != 0);
 }
 
+// A plain number with a verb of arithmetic behind it goes straight into the verb, if that finds another one on the
+// stack.
+bool goes_into_verb(Activation& activation) {
+    const DataElement& literal = activation.cell[0];
+    const DataElement& verb = activation.cell[1];
+    if (verb.rank != kind::OPERATOR || activation.sp < activation.argument_floor || activation.sp->type != literal.type)
+        return false;
+    const auto number = static_cast<std::size_t>(verb.depth);
+    const LiteralForm form = number < literal_forms.size() ? literal_forms[number] : nullptr;
+    if (form == nullptr || !form(*activation.sp, *items_of(literal))) return false;
+    ++activation.cell;
+    return true;
+}
+
 Outcome run_cell(Activation& activation) {
     const DataElement& cell = *activation.cell;
     if (cell.rank == kind::OPERATOR) return run_operator(activation);
+    if (cell.rank == 0 && !(cell.type & CONDITIONAL) && !is_full(activation)) [[likely]] {
+        if (goes_into_verb(activation)) return Outcome::next;
+        *++activation.sp = cell;
+        reference(cell.data_pointer);
+        return Outcome::next;
+    }
     if (cell.type & CONDITIONAL) [[unlikely]] {
         if (activation.decision < 0) return fail(cell.type & YES ? 147 : 148, activation);
         if (is_skipped(activation)) return Outcome::next;
@@ -113,7 +148,7 @@ Outcome run_cell(Activation& activation) {
         case kind::ADDRESS: return push_address(activation);
         case kind::LOCAL_ADDRESS: return push_local_address(activation);
         case kind::LABEL: return push_label(activation);
-        case kind::FUNCTION: return push_function(activation, cell);
+        case kind::FUNCTION: return push_literal_function(activation);
         case kind::UNUSED: return stop_with(" Unused type:");
         case kind::INVALID: return stop_with(" Unusable symbol:");
         default: return push_value(activation);
@@ -181,18 +216,7 @@ Outcome run(Activation& activation) {
 
 Outcome run_operator(Activation& activation) {
     const auto number = static_cast<std::size_t>(activation.cell->depth);
-    const Operation& operation = operations[number < operations.size() ? number : 0];
-    const DataElement* const lowest = activation.sp - operation.arguments + 1;
-    if (operation.arguments > 0 && lowest < activation.argument_floor) [[unlikely]]
-        return fail(800, activation);
-    if (operation.refuses_operators)
-        for (const DataElement* argument = lowest; argument <= activation.sp; ++argument)
-            if (argument->rank == kind::OPERATOR) [[unlikely]]
-                return fail(200, activation);
-    const DataElement* const before = activation.sp;
-    const Outcome outcome = operation.action(activation);
-    if (outcome == Outcome::next) check_effect(activation, before);
-    return outcome;
+    return operations[number < operations.size() ? number : 0](activation);
 }
 
 DataElement* machine(DataElement* sentence, DataElement* top) {

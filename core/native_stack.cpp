@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <cstdint>
 
 #if defined(__SANITIZE_ADDRESS__)
 #include <sanitizer/common_interface_defs.h>
@@ -21,18 +20,7 @@ constexpr std::size_t guard = mebibyte;
 // For a value of 32,767 levels, the sanitizers' frames included.
 constexpr std::size_t reserve = 256 * mebibyte;
 
-std::uintptr_t shortest = 0;  // the lowest address at which a call may still begin
-
 std::uintptr_t here() { return reinterpret_cast<std::uintptr_t>(__builtin_frame_address(0)); }
-
-// On the stack that the system gave us: as much of it as it will let us have.
-void measure_present_stack() {
-    rlimit limit{};
-    std::size_t size = 8 * mebibyte;
-    if (getrlimit(RLIMIT_STACK, &limit) == 0)
-        size = limit.rlim_cur == RLIM_INFINITY ? 64 * mebibyte : std::min<std::size_t>(limit.rlim_cur, 64 * mebibyte);
-    shortest = here() - std::min(here(), size - size / 2);
-}
 
 struct Fiber {
     ucontext_t outside, inside;
@@ -51,6 +39,17 @@ void enter() {
 
 }  // namespace
 
+std::uintptr_t lowest_call = 0;
+
+// On the stack that the system gave us: as much of it as it will let us have.
+void measure_present_stack() {
+    rlimit limit{};
+    std::size_t size = 8 * mebibyte;
+    if (getrlimit(RLIMIT_STACK, &limit) == 0)
+        size = limit.rlim_cur == RLIM_INFINITY ? 64 * mebibyte : std::min<std::size_t>(limit.rlim_cur, 64 * mebibyte);
+    lowest_call = here() - std::min(here(), size - size / 2);
+}
+
 void run_on_large_stack(void (*function)()) {
 #if defined(__SANITIZE_THREAD__)  // which would have to be told of every switch
     measure_present_stack();
@@ -64,7 +63,7 @@ void run_on_large_stack(void (*function)()) {
     }
     mprotect(area, guard, PROT_NONE);
     madvise(area, large, MADV_NOHUGEPAGE);  // a shallow run touches a page or two
-    shortest = reinterpret_cast<std::uintptr_t>(area) + guard + reserve;
+    lowest_call = reinterpret_cast<std::uintptr_t>(area) + guard + reserve;
     fiber.function = function;
     getcontext(&fiber.inside);
     fiber.inside.uc_stack.ss_sp = area;
@@ -80,12 +79,6 @@ void run_on_large_stack(void (*function)()) {
     __sanitizer_finish_switch_fiber(fake, nullptr, nullptr);
 #endif
     munmap(area, large);
-}
-
-bool native_stack_is_short() {
-    if (shortest == 0) [[unlikely]]
-        measure_present_stack();
-    return here() < shortest;
 }
 
 }  // namespace ondrel

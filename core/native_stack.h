@@ -2,13 +2,22 @@
 // recursion; so the interpreter runs on a stack of its own choice, whatever limits the process was started with.
 #pragma once
 
+#include <cstdint>
+
 namespace ondrel {
 
 // Runs the function on a large stack and comes back when it returns; on the present one if there is no memory to be
 // had for another.
 void run_on_large_stack(void (*function)());
 
+// Finds out how far the present stack reaches, for a process that runs on the one that it was given.
+void measure_present_stack();
+
+extern std::uintptr_t lowest_call;  // the lowest address at which a call may still begin
+
 // Whether what is left is only as much as walks over deeply nested values need.
-bool native_stack_is_short();
+inline bool native_stack_is_short() {
+    return reinterpret_cast<std::uintptr_t>(__builtin_frame_address(0)) < lowest_call;
+}
 
 }  // namespace ondrel

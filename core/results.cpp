@@ -63,10 +63,10 @@ Outcome remembered(Activation& activation, bool recall) {
         return Outcome::next;
     }
 
-    Owner held(*activation.sp--);
-    bool complete = false;
-    const Outcome outcome = call(activation, header, {.own_names = false}, &complete);
-    if (outcome != Outcome::next || !complete) return outcome;
+    const Owner held(*activation.sp--);
+    Entered body(activation, header, {.own_names = false});
+    const Outcome outcome = body();
+    if (outcome != Outcome::next || !body.complete()) return outcome;
     const std::ptrdiff_t results = activation.sp - first + 1;
     if (results > 1) header->type |= GLOBALCHANGE;
     if (results == 1 && (activation.sp->type & ISPROBABLE)) header->type |= ISPROBABLE;

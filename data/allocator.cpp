@@ -18,6 +18,7 @@
 
 namespace ondrel {
 
+void* buckets[classes];
 std::size_t most_memory = std::numeric_limits<std::size_t>::max();
 #ifdef ONDREL_CHECKS
 std::int64_t live_blocks = 0;
@@ -26,51 +27,22 @@ std::int64_t fail_countdown = 0;
 
 namespace {
 
-// A block of class k has 2^k bytes: a word with k in its low byte, then the usable ones. While it is free, the rest of
-// the word links to the next free block of the class: the smallest blocks have no other room.
-constexpr unsigned smallest_class = 3, classes = 64;
 constexpr std::size_t page = 4096;
 // An area starts so many bytes before a cache line that the payload of a counted block (this word and a header of 16
 // bytes) lies on the line: vector loads of large arrays then never straddle one.
 constexpr std::size_t line = 64, lead = 24;
 constexpr std::size_t huge = std::size_t{1} << 22;
 
-void* buckets[classes];
 std::byte* pre_brk;
 std::size_t pre_brk_left;
 std::size_t committed;  // bytes of the areas that are, or will be, filled: of a large block only what was asked for
 
-constexpr std::size_t class_bytes(unsigned k) { return std::size_t{1} << k; }
 constexpr std::size_t usable_bytes(unsigned k) { return class_bytes(k) - sizeof(std::uint64_t); }
 
-// The class of a request, or `classes` if there is none.
-constexpr unsigned class_of(std::size_t size) {
-    if (size >= class_bytes(classes - 1)) return classes;
-    return std::max<unsigned>(smallest_class, static_cast<unsigned>(std::bit_width(size + sizeof(std::uint64_t) - 1)));
-}
 static_assert(class_of(0) == 3 && class_of(8) == 4 && class_of(9) == 5 && class_of(56) == 6);
 
-std::uint64_t& class_word(void* pointer) {
-    return *reinterpret_cast<std::uint64_t*>(static_cast<std::byte*>(pointer) - sizeof(std::uint64_t));
-}
-
-unsigned class_of_block(void* pointer) { return static_cast<unsigned>(class_word(pointer) & 0xff); }
-
-// Puts a block at the head of its free list, and takes the first one off.
-void push_free(unsigned k, void* block) {
-    class_word(block) = reinterpret_cast<std::uintptr_t>(buckets[k]) << 8 | k;
-    buckets[k] = block;
-}
-
-void* pop_free(unsigned k) {
-    void* const block = buckets[k];
-    buckets[k] = reinterpret_cast<void*>(class_word(block) >> 8);
-    class_word(block) = k;
-    return block;
-}
-
 void check_alignment(const void* pointer, const char* complaint) {
-    if (reinterpret_cast<std::uintptr_t>(pointer) % 8 != 0) [[unlikely]]
+    if (!is_aligned(pointer)) [[unlikely]]
         std::fputs(complaint, stdout);
 }
 
@@ -114,7 +86,7 @@ constexpr std::size_t shrink_divisor(unsigned k) { return k < 16 ? 32 : k < 19 ?
 
 }  // namespace
 
-void* malloc(std::size_t size) {
+void* malloc_slowly(std::size_t size) {
     const unsigned k = class_of(size);
     if (k == classes) return nullptr;
 #ifdef ONDREL_CHECKS
@@ -136,7 +108,7 @@ void* malloc(std::size_t size) {
 
 std::size_t usable_size(void* pointer) { return usable_bytes(class_of_block(pointer)); }
 
-void free(void* pointer) {
+void free_slowly(void* pointer) {
     if (pointer == nullptr) return;
     check_alignment(pointer, "BRRRRRfree ");
     const unsigned k = class_of_block(pointer);

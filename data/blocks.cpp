@@ -9,14 +9,6 @@
 
 namespace ondrel {
 
-void* allocate_block(std::uint64_t head, std::size_t bytes) {
-    void* const start = ondrel::malloc(bytes + sizeof(BlockHeader));
-    if (start == nullptr) out_of_memory();
-    auto* const block = static_cast<BlockHeader*>(start);
-    *block = {1, head};
-    return block + 1;
-}
-
 std::int64_t* allocate_shape(std::size_t rank) {
     return static_cast<std::int64_t*>(allocate_packed(make_head(tag::integer, form::number), rank));
 }
@@ -52,13 +44,22 @@ void* Reallocate(void* block, std::size_t bytes) {
     return copy;
 }
 
-void release(void* block) {
-    if (block == nullptr || header(block).count < 0) return;
-    if (--header(block).count == 0) ondrel::free(&header(block));
-}
-
 // Octonion components lie in a block of their own, names in a counted text, nested values behind their record. A
 // tag that no item has holds nothing.
+namespace {
+
+void release_item(DataElement& item) {
+    if (item.tag == tag::subarray) {
+        if (sole_holder(item.nested)) dereferencepoint(*item.nested);
+        release(item.nested);
+        return;
+    }
+    if (item.tag == tag::octonion) release(item.octonion);
+    if (has_name(item)) release(item.name);
+}
+
+}  // namespace
+
 void referencedataelems(const DataElement* items, std::size_t n) {
     for (const DataElement& item : std::span(items, n)) {
         if (item.tag == tag::subarray) {
@@ -71,15 +72,7 @@ void referencedataelems(const DataElement* items, std::size_t n) {
 }
 
 void dereferencedataelems(DataElement* items, std::size_t n) {
-    for (DataElement& item : std::span(items, n)) {
-        if (item.tag == tag::subarray) {
-            if (sole_holder(item.nested)) dereferencepoint(*item.nested);
-            release(item.nested);
-            continue;
-        }
-        if (item.tag == tag::octonion) release(item.octonion);
-        if (has_name(item)) release(item.name);
-    }
+    for (DataElement& item : std::span(items, n)) release_item(item);
 }
 
 namespace {
@@ -129,12 +122,14 @@ void dereference_cell(DataElement& cell) {
 
 }  // namespace
 
-void dereferencepoint(DataElement& record) {
+void drop_record(DataElement& record) {
     if (record.rank < 0) return dereference_cell(record);
     release(record.shape_pointer);
     void* const data = record.data_pointer;
-    if (data != nullptr && !is_packed(data) && sole_holder(data))
-        dereferencedataelems(static_cast<DataElement*>(data), record.elements);
+    if (data != nullptr && !is_packed(data) && sole_holder(data)) {
+        DataElement* const items = items_of(record);
+        for (std::uint32_t i = 0; i < record.elements; ++i) release_item(items[i]);
+    }
     release(data);
     record.shape_pointer = nullptr;
     record.data_pointer = nullptr;

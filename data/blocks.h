@@ -17,7 +17,9 @@
 #include <cstdint>
 #include <string_view>
 
+#include "data/allocator.h"
 #include "data/dataelement.h"
+#include "data/errors.h"
 
 namespace ondrel {
 
@@ -51,7 +53,14 @@ constexpr std::size_t item_width(std::uint64_t head) {
 
 // ---- allocation: fresh blocks have count 1; each raises 27 and throws when there is no memory
 
-void* allocate_block(std::uint64_t head, std::size_t bytes);
+inline void* allocate_block(std::uint64_t head, std::size_t bytes) {
+    void* const start = ondrel::malloc(bytes + sizeof(BlockHeader));
+    if (start == nullptr) [[unlikely]]
+        out_of_memory();
+    auto* const block = static_cast<BlockHeader*>(start);
+    *block = {1, head};
+    return block + 1;
+}
 inline DataElement* allocate_items(std::size_t n) {
     return static_cast<DataElement*>(allocate_block(0, n * sizeof(DataElement)));
 }
@@ -74,7 +83,14 @@ inline void reference(void* block) {
 inline bool sole_holder(const void* block) { return header(block).count == 1; }
 
 // Drops one reference to a block that holds no others: a shape, a text, an octonion block.
-void release(void* block);
+inline void release(void* block) {
+    if (block == nullptr) return;
+    std::int64_t& count = header(block).count;
+    if (count > 1)
+        --count;
+    else if (count == 1)
+        ondrel::free(&header(block));  // what it holds has been released
+}
 
 // Takes or drops what the items of an item block hold.
 void referencedataelems(const DataElement* items, std::size_t n);
@@ -85,11 +101,27 @@ inline bool borrows(const DataElement& record) { return record.rank == kind::ADD
 
 // The record has been copied: takes references for the copy.
 inline void referencepoint(const DataElement& record) {
+    if (record.rank == 0) return reference(record.data_pointer);
     reference(record.shape_pointer);
     if (!borrows(record)) reference(record.data_pointer);
 }
+// An integer or a real without a name: an item that holds nothing.
+inline bool is_plain(const DataElement& item) {
+    return (item.tag == tag::integer || item.tag == tag::real) && !(item.marks & mark::named);
+}
+
 // The record is going away: drops its references and nulls its pointers.
-void dereferencepoint(DataElement& record);
+void drop_record(DataElement& record);
+inline void dereferencepoint(DataElement& record) {
+    if (record.rank == 0 && record.data_pointer != nullptr) [[likely]] {
+        DataElement* const item = static_cast<DataElement*>(record.data_pointer);
+        if (header(item).count != 1 || is_plain(*item)) {
+            record.data_pointer = nullptr;
+            return release(item);
+        }
+    }
+    drop_record(record);
+}
 
 // A stream of cells: a header cell, then those that run, then a cell whose type is 0. It holds what its cells hold.
 // A private copy of a function's stream, with count 1.

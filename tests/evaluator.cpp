@@ -4,6 +4,7 @@
 #include <cstdlib>
 
 #include "core/machine.h"
+#include "core/native_stack.h"
 #include "core/stack.h"
 #include "data/blocks.h"
 #include "translator/scanner.h"
@@ -40,6 +41,7 @@ Evaluator::Evaluator() : sp(stack) {
     static_cast<void>(tables);
     endprocess = A_Problem = PrintOut = false;
     make_system_variables();
+    measure_present_stack();
 }
 
 Evaluator::~Evaluator() {

@@ -90,7 +90,7 @@ std::uint64_t last_number = 1;
 Entry* global_heads[large];  // not touched until a name falls there
 struct PermanentTable {
     BlockHeader header{-1, 0};
-    Table table{1, large, nullptr, nullptr, global_heads};
+    Table table{1, large, nullptr, nullptr, 0, global_heads};
 } outermost;
 Table& global = outermost.table;
 
@@ -98,7 +98,7 @@ Table* make_table(std::uint32_t buckets) {
     auto* const table = static_cast<Table*>(allocate_block(0, sizeof(Table) + buckets * sizeof(Entry*)));
     auto** const heads = reinterpret_cast<Entry**>(table + 1);
     std::fill_n(heads, buckets, nullptr);
-    *table = {++last_number, buckets, &global, global.after, heads};
+    *table = {++last_number, buckets, &global, global.after, 0, heads};
     if (global.after != nullptr) global.after->before = table;
     global.after = table;
     return table;
@@ -165,6 +165,7 @@ Entry* hashtab(Table* table, std::string_view name) {
             release(text);
             throw;
         }
+        ++table->names;
     }
     return *link;
 }
@@ -187,13 +188,15 @@ void forgethash(Table* table, Entry* entry) {
     Entry** const link = find(table, entry->name);
     if (*link != entry) return;
     *link = entry->next;
+    --table->names;
     retire(entry);
 }
 
 void hashwipe(Table* table) {
-    for (std::uint32_t i = 0; i < table->buckets; ++i)
+    for (std::uint32_t i = 0; i < table->buckets && table->names > 0; ++i)
         while (Entry* const entry = table->heads[i]) {
             table->heads[i] = entry->next;
+            --table->names;
             retire(entry);
         }
 }

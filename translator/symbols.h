@@ -27,6 +27,7 @@ struct Table {
     std::uint64_t number;   // from 1, never used again: what a cell remembers of the table it was resolved in
     std::uint32_t buckets;  // 65536 for the outermost table and large contexts, 256 for locals
     Table *before, *after;  // all tables, so that the end of the process finds those that hold themselves alive
+    std::size_t names;      // entries
     Entry** heads;
 };
 

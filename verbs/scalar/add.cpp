@@ -55,7 +55,10 @@ constexpr DyadicVerb add_verb = make_dyadic<Add>(), subtract_verb = make_dyadic<
 
 }  // namespace
 
-void add(DataElement*& sp, DataElement* cell) { dyadic(add_verb, sp, cell); }
-void subtract(DataElement*& sp, DataElement* cell) { dyadic(subtract_verb, sp, cell); }
+void add(DataElement*& sp, DataElement* cell) { arithmetic<Add>(add_verb, sp, cell); }
+void subtract(DataElement*& sp, DataElement* cell) { arithmetic<Subtract>(subtract_verb, sp, cell); }
+
+bool add_literal(DataElement& left, const DataElement& right) { return plain_literal<Add>(left, right); }
+bool subtract_literal(DataElement& left, const DataElement& right) { return plain_literal<Subtract>(left, right); }
 
 }  // namespace ondrel

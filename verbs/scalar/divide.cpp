@@ -57,7 +57,10 @@ constexpr DyadicVerb divide_verb = make_dyadic<Divide>(), residue_verb = make_dy
 
 }  // namespace
 
-void divide(DataElement*& sp, DataElement* cell) { dyadic(divide_verb, sp, cell); }
-void residue(DataElement*& sp, DataElement* cell) { dyadic(residue_verb, sp, cell); }
+void divide(DataElement*& sp, DataElement* cell) { arithmetic<Divide>(divide_verb, sp, cell); }
+void residue(DataElement*& sp, DataElement* cell) { arithmetic<Residue>(residue_verb, sp, cell); }
+
+bool divide_literal(DataElement& left, const DataElement& right) { return plain_literal<Divide>(left, right); }
+bool residue_literal(DataElement& left, const DataElement& right) { return plain_literal<Residue>(left, right); }
 
 }  // namespace ondrel

@@ -204,6 +204,17 @@ bool scalar_pair(const DyadicVerb& verb, DataElement*& sp, Site site) {
 
 }  // namespace
 
+constexpr std::array<LiteralForm, Instructions.size()> literal_forms = [] {
+    std::array<LiteralForm, Instructions.size()> forms{};
+    const auto at = [&forms](Instruction verb) -> LiteralForm& { return forms[static_cast<std::size_t>(verb)]; };
+    at(Instruction::ADD) = add_literal;
+    at(Instruction::SUBTRACT) = subtract_literal;
+    at(Instruction::MULTIPLY) = multiply_literal;
+    at(Instruction::DIVIDE) = divide_literal;
+    at(Instruction::RESIDUE) = residue_literal;
+    return forms;
+}();
+
 void dyadic(const DyadicVerb& verb, DataElement*& sp, DataElement* cell) {
     const Site site{sp, cell};
     if (scalar_pair(verb, sp, site)) return;

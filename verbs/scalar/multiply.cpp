@@ -65,6 +65,8 @@ constexpr DyadicVerb multiply_verb = make_dyadic<Multiply>();
 
 }  // namespace
 
-void multiply(DataElement*& sp, DataElement* cell) { dyadic(multiply_verb, sp, cell); }
+void multiply(DataElement*& sp, DataElement* cell) { arithmetic<Multiply>(multiply_verb, sp, cell); }
+
+bool multiply_literal(DataElement& left, const DataElement& right) { return plain_literal<Multiply>(left, right); }
 
 }  // namespace ondrel

@@ -215,6 +215,89 @@ DataElement refuse_pair(const DataElement&, const DataElement&, Site site) {
     raise(error, site);
 }
 
+// ---- two plain scalars: the usual case of a loop or a function, without a table or a call
+
+inline constexpr std::uint64_t plain_integer = make_head(tag::integer, form::number),
+                               plain_real = make_head(tag::real, form::number);
+
+// The item that two scalars leave their result in: one that nobody else holds, else a fresh one. Their own references
+// are used up.
+inline DataElement* result_of(DataElement* left, DataElement* right) {
+    std::int64_t& holders = header(left).count;
+    if (holders == 1) {
+        release(right);
+        return left;
+    }
+    if (sole_holder(right)) {
+        --holders;
+        return right;
+    }
+    DataElement* const fresh = allocate_items(1);
+    --holders;
+    release(right);
+    fresh->name = nullptr;
+    return fresh;
+}
+
+inline void put_plain(DataElement& item, DataElement& record, std::int64_t value) {
+    item.head = plain_integer;
+    item.integer = value;
+    record.type = ISSCALAR | HASINTEGER;
+}
+inline void put_plain(DataElement& item, DataElement& record, double value) {
+    item.head = plain_real;
+    item.real = value;
+    record.type = ISSCALAR | HASREAL;
+}
+inline void put_plain(DataElement& item, DataElement& record, IntegerOrReal value) {
+    if (value.is_integer)
+        put_plain(item, record, value.integer);
+    else
+        put_plain(item, record, value.real);
+}
+
+// Runs an arithmetic rule on a plain scalar and a plain item of the same kind that stays as it is. False, with nothing
+// done, if they are not that.
+template <class Rule>
+bool plain_literal(DataElement& left, const DataElement& right) {
+    DataElement* const l = items_of(left);
+    if (l->head != right.head) return false;
+    const auto run = [&]<class Value>(Value a, Value b) {
+        const auto value = Rule::apply(a, b);
+        DataElement* item = l;
+        if (!sole_holder(l)) {
+            item = allocate_items(1);
+            item->name = nullptr;
+            release(l);
+            left.data_pointer = item;
+        }
+        put_plain(*item, left, value);
+        return true;
+    };
+    if (l->head == plain_integer) return run(l->integer, right.integer);
+    return l->head == plain_real && run(l->real, right.real);
+}
+
+// Runs an arithmetic rule on the two records at `sp` if both are plain integers or both plain reals, scalars untouched
+// by chance. False, with nothing done, if they are not.
+template <class Rule>
+inline bool plain_scalars(DataElement*& sp) {
+    DataElement& left = sp[-1];
+    if (left.type != sp->type || (left.type != (ISSCALAR | HASINTEGER) && left.type != (ISSCALAR | HASREAL)))
+        return false;
+    DataElement *const l = items_of(left), *const r = items_of(*sp);
+    if (l->head != r->head || l == r) return false;
+    const auto run = [&]<class Value>(Value a, Value b) {
+        const auto value = Rule::apply(a, b);
+        left.data_pointer = result_of(l, r);
+        put_plain(*items_of(left), left, value);
+        --sp;
+        return true;
+    };
+    if (l->head == plain_integer) return run(l->integer, r->integer);
+    return l->head == plain_real && run(l->real, r->real);
+}
+
 // ---- loops
 
 // Items that a loop looks at ahead of computing them: few enough to be in the nearest cache still.
