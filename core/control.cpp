@@ -207,34 +207,40 @@ public:
     explicit Counter(DataElement* block) : items(block) {}
     Counter(const Counter&) = delete;
     Counter& operator=(const Counter&) = delete;
-    ~Counter() {
-        DataElement last = make_record();
-        dereferencepoint(last);
-    }
+    ~Counter() { drop(); }
 
-    DataElement scalar(std::int64_t value) {
+    // Writes the number to a slot of the stack that holds nothing.
+    void put(DataElement& slot, std::int64_t value) {
         if (!sole_holder(items) || !is_plain(*items)) {
             DataElement* const fresh = allocate_items(1);
-            DataElement old = make_record();
-            dereferencepoint(old);
+            drop();
             items = fresh;
             *items = {};
         }
         items->head = make_head(tag::integer, form::number);
         items->integer = value;
-        reference(items);
-        return make_record();
+        ++header(items).count;
+        write(slot);
     }
 
 private:
     DataElement* items;
 
-    DataElement make_record() const {
-        DataElement record{};
+    // Field by field: a record that is made elsewhere and copied would wait for its own words to arrive.
+    void write(DataElement& record) const {
+        record.rank = 0;
         record.type = ISSCALAR | HASINTEGER;
+        record.shape_pointer = nullptr;
+        record.depth = 0;
+        record.locals = 0;
         record.elements = 1;
+        record.bound_table = 0;
         record.data_pointer = items;
-        return record;
+    }
+    void drop() {
+        DataElement last;
+        write(last);
+        dereferencepoint(last);
     }
 };
 
@@ -243,7 +249,8 @@ Outcome counted_pass(Activation& activation, Entered& function, bool takes_count
     const DataElement* const before = activation.sp;
     if (takes_counter) {
         if (is_full(activation)) return full_stack(activation);
-        *++activation.sp = counter.scalar(i);
+        counter.put(activation.sp[1], i);
+        ++activation.sp;
     }
     const Outcome outcome = function();
     if (outcome != Outcome::next) return outcome;

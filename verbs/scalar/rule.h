@@ -239,15 +239,20 @@ inline DataElement* result_of(DataElement* left, DataElement* right) {
     return fresh;
 }
 
+// The type is written only where it changes: the next verb may copy the record, and would wait for the word.
+inline void set_type(DataElement& record, std::uint32_t type) {
+    if (record.type != type) [[unlikely]]
+        record.type = type;
+}
 inline void put_plain(DataElement& item, DataElement& record, std::int64_t value) {
     item.head = plain_integer;
     item.integer = value;
-    record.type = ISSCALAR | HASINTEGER;
+    set_type(record, ISSCALAR | HASINTEGER);
 }
 inline void put_plain(DataElement& item, DataElement& record, double value) {
     item.head = plain_real;
     item.real = value;
-    record.type = ISSCALAR | HASREAL;
+    set_type(record, ISSCALAR | HASREAL);
 }
 inline void put_plain(DataElement& item, DataElement& record, IntegerOrReal value) {
     if (value.is_integer)
