@@ -68,25 +68,34 @@ Outcome call_top(Activation& caller, CallOptions options) {
 
 // ---- sentences
 
-Sentence::Sentence(const Chain* tables, std::FILE* source, const char** text, bool line) {
-    static DataElement buffer[sentence_cells];
-    const int filled = fill(buffer, tables, source, text, line);
+Sentence::Sentence(const Chain* tables, std::FILE* source, const char** text, bool line)
+    : stream(allocate_items(sentence_cells)) {
+    *stream = {};
+    const int filled = fill(stream.get(), tables, source, text, line);
     if (filled == 0) return;
-    try {
-        stream = allocate_items(static_cast<std::size_t>(filled));
-    } catch (...) {
-        cleanup(buffer);
-        throw;
-    }
-    std::copy_n(buffer, filled, stream);
+    translated = true;
     count = static_cast<std::uint32_t>(filled) - 1;
+    auto* const cut = Reallocate(stream.get(), static_cast<std::size_t>(filled) * sizeof(DataElement));
+    static_cast<void>(stream.release());
+    stream.reset(static_cast<DataElement*>(cut));
 }
 
-Sentence::~Sentence() {
-    if (stream == nullptr) return;
-    cleanup(stream);
-    release(stream);
+void Sentence::Cleanup::operator()(DataElement* cells) const {
+    cleanup(cells);
+    release(cells);
 }
+
+namespace {
+
+struct Settled {
+    Activation &caller, &callee;
+    bool unwinding = true;
+    ~Settled() {
+        if (unwinding) settle(caller, callee);
+    }
+};
+
+}  // namespace
 
 void run_inside(Activation& caller, Sentence& sentence, bool own_frame) {
     check_depth(caller);
@@ -95,12 +104,9 @@ void run_inside(Activation& caller, Sentence& sentence, bool own_frame) {
     Activation callee = inside(caller, sentence.first(), sentence.cells());
     if (table != nullptr) callee.tables = &names;
     if (own_frame) callee.frame_base = callee.argument_floor = caller.sp + 1;
-    try {
-        run(callee);
-    } catch (...) {
-        settle(caller, callee);
-        throw;
-    }
+    Settled settled{caller, callee};
+    run(callee);
+    settled.unwinding = false;
     caller.sp = callee.sp;
     release_contexts(callee);
 }
@@ -111,7 +117,7 @@ void run_text(Activation& caller, const std::string& text) {
     while (position < end) {
         const char* const before = position;
         Sentence sentence(caller.tables, nullptr, &position, false);
-        if (sentence.cells() != 0) run_inside(caller, sentence);
+        if (sentence.runs()) run_inside(caller, sentence);
         if (position == before) return;  // a byte that ends every text
     }
 }

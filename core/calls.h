@@ -3,8 +3,8 @@
 #pragma once
 
 #include <cstdio>
+#include <memory>
 #include <string>
-#include <utility>
 
 #include "core/activation.h"
 #include "core/native_stack.h"
@@ -114,17 +114,20 @@ class Sentence {
 public:
     // As `fill`, in the names that are in force.
     Sentence(const Chain* tables, std::FILE* stream, const char** text, bool line);
-    ~Sentence();
-    Sentence(const Sentence&) = delete;
-    Sentence& operator=(const Sentence&) = delete;
 
+    bool was_translated() const { return translated; }  // else there were mistakes that leave nothing to run
+    bool runs() const { return count != 0; }
     std::uint32_t cells() const { return count; }  // without the one that ends it
-    DataElement* first() { return stream; }
-    DataElement* take() { return std::exchange(stream, nullptr); }
+    DataElement* first() { return stream.get(); }
+    DataElement* take() { return stream.release(); }
 
 private:
-    DataElement* stream = nullptr;  // an item block
+    struct Cleanup {
+        void operator()(DataElement* cells) const;
+    };
+    std::unique_ptr<DataElement, Cleanup> stream;  // an item block
     std::uint32_t count = 0;
+    bool translated = false;
 };
 
 // Runs the sentence in the frame of the caller, or in an empty one above its stack.

@@ -40,7 +40,7 @@ Outcome input(Activation& activation) {
     running = 0;
     Sentence sentence(activation.tables, stdin, nullptr, true);
     running = 1;
-    if (sentence.cells() != 0) run_inside(activation, sentence, true);
+    if (sentence.runs()) run_inside(activation, sentence, true);
     return activation.sp == before ? push(activation, make_empty()) : Outcome::next;
 }
 

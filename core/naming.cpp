@@ -1,5 +1,6 @@
 #include "core/naming.h"
 
+#include <memory>
 #include <string>
 #include <utility>
 
@@ -79,14 +80,9 @@ const DataElement* value_named(const Activation& activation) {
 }
 
 Outcome push_context(Activation& activation, Table* made) {
-    Context* context = nullptr;
-    try {
-        context = static_cast<Context*>(allocate_block(0, sizeof(Context)));
-    } catch (...) {
-        release_table(made);
-        throw;
-    }
-    *context = {{made, activation.tables}, activation.contexts};
+    std::unique_ptr<Table, decltype(&release_table)> table(made, release_table);
+    auto* const context = static_cast<Context*>(allocate_block(0, sizeof(Context)));
+    *context = {{table.release(), activation.tables}, activation.contexts};
     activation.contexts = context;
     activation.tables = &context->link;
     return Outcome::next;

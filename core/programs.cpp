@@ -22,14 +22,8 @@ DataElement function_of(Sentence& sentence) {
     function.elements = static_cast<std::uint32_t>(body + 2);
     Owner made(function);
     made.record.text = stringdup(":");
-    char* const closing = stringdup(";");
-    DataElement* cells = nullptr;
-    try {
-        cells = allocate_items(body + 3);
-    } catch (...) {
-        release(closing);
-        throw;
-    }
+    OwnedText closing(stringdup(";"));
+    DataElement* const cells = allocate_items(body + 3);
     made.record.data_pointer = cells;
     cells[0] = made.record;
     --cells[0].elements;
@@ -39,7 +33,7 @@ DataElement function_of(Sentence& sentence) {
     DataElement& end = cells[body + 1];
     cells[body + 2] = {};
     void* const names =
-        std::exchange(end, operator_cell(Instruction::FUNCTIONEND, Instruction::NIHIL, closing)).local_table;
+        std::exchange(end, operator_cell(Instruction::FUNCTIONEND, Instruction::NIHIL, closing.release())).local_table;
     end.local_table = names;
     return made.take();
 }
@@ -65,7 +59,7 @@ Outcome assemble(Activation& activation) {
         const char* const before = position;
         Sentence sentence(activation.tables, nullptr, &position, false);
         if (position == before) break;
-        if (sentence.first() == nullptr || (sentence.cells() == 0 && made > 0 && position >= end)) continue;
+        if (!sentence.was_translated() || (!sentence.runs() && made > 0 && position >= end)) continue;
         if (const Outcome outcome = push(activation, program_of(sentence)); outcome != Outcome::next) return outcome;
     }
     return Outcome::next;

@@ -15,6 +15,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <string_view>
 
 #include "data/allocator.h"
@@ -186,6 +187,12 @@ std::int16_t depth_of(const void* block, std::size_t n);
 void rebuild_kinds(DataElement& record);
 
 // ---- owners: what is being built, given back when the builder leaves by an error
+
+// A block that holds no others.
+struct Release {
+    void operator()(void* block) const { release(block); }
+};
+using OwnedText = std::unique_ptr<char, Release>;
 
 struct Owner {
     DataElement record{};

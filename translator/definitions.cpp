@@ -65,19 +65,14 @@ int number_in(const std::string& text, std::size_t at) {
 }
 
 void open(std::string_view text, int arguments, int locals) {
-    DataElement header{};
-    header.rank = kind::FUNCTION;
-    header.type = ISFUNCTION;
-    header.depth = static_cast<std::int16_t>(std::min<int>(arguments, INT16_MAX));
-    header.locals = static_cast<std::uint16_t>(std::max(locals, 0));
-    header.text = stringdup(text);
-    try {
-        open_level_for(header);
-    } catch (...) {
-        release(header.text);
-        throw;
-    }
-    if (dropping) release(header.text);
+    Owner header;
+    header.record.rank = kind::FUNCTION;
+    header.record.type = ISFUNCTION;
+    header.record.depth = static_cast<std::int16_t>(std::min<int>(arguments, INT16_MAX));
+    header.record.locals = static_cast<std::uint16_t>(std::max(locals, 0));
+    header.record.text = stringdup(text);
+    open_level_for(header.record);
+    if (!dropping) header.take();  // the level has it now
 }
 
 }  // namespace

@@ -68,10 +68,10 @@ constexpr DataElement no_value() {
     return value;
 }
 
-// Takes over the references of `name`.
-Entry* make_entry(char* name) {
+Entry* make_entry(std::string_view name) {
+    OwnedText text(stringdup(name));
     auto* const entry = static_cast<Entry*>(allocate_block(0, sizeof(Entry)));
-    *entry = {no_value(), name, nullptr};
+    *entry = {no_value(), text.release(), nullptr};
     return entry;
 }
 
@@ -158,13 +158,7 @@ Entry* hashtab(Table* table, std::string_view name) {
         if (Entry* const entry = system_variable(name)) return entry;
     Entry** const link = find(table, name);
     if (*link == nullptr) {
-        char* const text = stringdup(name);
-        try {
-            *link = make_entry(text);
-        } catch (...) {
-            release(text);
-            throw;
-        }
+        *link = make_entry(name);
         ++table->names;
     }
     return *link;

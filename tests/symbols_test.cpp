@@ -1,0 +1,155 @@
+// Tables, chains and entries, where a session cannot look: who owns what, and what is left when a name goes.
+#include "translator/symbols.h"
+
+#include <gtest/gtest.h>
+
+#include <set>
+#include <string>
+
+#include "data/allocator.h"
+#include "tests/evaluator.h"
+#include "translator/listing.h"
+#include "translator/value_key.h"
+
+namespace ondrel {
+namespace {
+
+struct TableOwner {
+    Table* table = makesmallhashtab();
+    ~TableOwner() { release_table(table); }
+};
+
+TEST(Symbols, AreFoundByAllTheirBytesInTablesOfBothSizes) {
+    const Evaluator interpreter;
+    TableOwner small;
+    for (Table* const table : {small.table, variables.table}) {
+        std::set<Entry*> entries;
+        const std::string names[] = {"a", "A", "ab", "ba", "\xFF", "\xFF\x80", std::string(100'000, 'x'), "#IOx"};
+        for (const std::string& name : names) {
+            EXPECT_EQ(checkhash(table, name), nullptr) << name.substr(0, 10);
+            Entry* const made = hashtab(table, name);
+            EXPECT_EQ(made->value.rank, kind::ADDRESS);
+            EXPECT_FALSE(has_value(made->value));
+            EXPECT_EQ(hashtab(table, name), made);
+            EXPECT_TRUE(entries.insert(made).second);
+        }
+        for (int i = 0; i < 2000; ++i) EXPECT_TRUE(entries.insert(hashtab(table, "n" + std::to_string(i))).second);
+        for (int i = 0; i < 2000; i += 3) forgethash(table, checkhash(table, "n" + std::to_string(i)));
+        for (int i = 0; i < 2000; ++i) EXPECT_EQ(checkhash(table, "n" + std::to_string(i)) == nullptr, i % 3 == 0) << i;
+        EXPECT_EQ(hashtab(table, ""), nullptr);
+        EXPECT_EQ(checkhash(table, ""), nullptr);
+    }
+}
+
+TEST(Symbols, AreSearchedFromTheInnermostTableOutward) {
+    const Evaluator interpreter;
+    TableOwner outer, inner;
+    const Chain middle{outer.table, &variables}, innermost{inner.table, &middle};
+    Entry* const global = hashtab(variables.table, "x");
+    Entry* const local = hashtab(outer.table, "x");
+    EXPECT_EQ(checkmeaning(&innermost, "x"), local);
+    EXPECT_EQ(checkmeaning(&variables, "x"), global);
+    forgethash(outer.table, local);
+    EXPECT_EQ(checkmeaning(&innermost, "x"), global);
+    Entry* const made = meaning(&innermost, "y");
+    EXPECT_EQ(checkhash(inner.table, "y"), made);
+    EXPECT_EQ(checkmeaning(&innermost, "#IO"), nullptr);
+    EXPECT_EQ(meaning(&innermost, "#IO"), hashtab(variables.table, "#IO"));
+    EXPECT_EQ(&innermost.outermost(), &variables);
+}
+
+TEST(Symbols, ForgettingEmptiesAnEntryThatIsStillHeld) {
+    const Evaluator interpreter;
+    Entry* const entry = hashtab(variables.table, "x");
+    entry->value = make_empty();
+    reference(entry);
+    forgethash(variables.table, entry);
+    EXPECT_TRUE(is_dead(entry->value));
+    forgethash(variables.table, entry);  // of no table any more
+    EXPECT_NE(hashtab(variables.table, "x"), entry);
+    release(entry);
+    Entry* const origin = hashtab(variables.table, "#IO");
+    forgethash(variables.table, origin);
+    EXPECT_TRUE(has_value(origin->value));
+}
+
+#ifdef ONDREL_CHECKS
+// A function held by its own table, a name that holds its own address, functions that name each other.
+TEST(Symbols, CirclesFallApartAtTheEnd) {
+    const std::int64_t before = live_blocks;
+    {
+        Evaluator interpreter;
+        interpreter.run(
+            "NILADIC 1 @.x SET @self GET @.me SET ; @self SET @self GET EXECUTE . "
+            "@a @a SET : b ; @c SET : c ; @b SET . "
+            "CLEAR NILADIC 5 @.y SET ; DUP EXECUTE @self SET @self FORGET .");
+    }
+    EXPECT_EQ(live_blocks, before);
+}
+#endif
+
+// ---- what stands for a value
+
+TEST(ValueKeys, TellDifferentValuesApart) {
+    Evaluator interpreter;
+    interpreter.run(
+        "1 2 -1 1.5 1e300 1i2 1i3 1k2 #1o2 (1) (1 2) (2 1) ((1) 2) (1 2 3 4) (1 2 3 4)[2 2] (1 2 3 4)[1 4] `(1 2)` T F "
+        "'a' "
+        "'ab' ('ab' 'c') ('a' 'bc') #NIL '' 1p2 d1p2 0#1 0#000000001 inf -inf nan : 1 + ; : 1 - ; MONADIC 1 + ; "
+        "VARS 1 MONADIC 1 + ; : SUM ; : PRODUCT ; : x ; : _x ; : @x ; : \"c\" ; : 1 ?Y ; : 1 ?N ; @x [. .");
+    std::set<std::string> keys;
+    const long height = interpreter.height();
+    ASSERT_GT(height, 44);
+    for (long i = 0; i < height; ++i) {
+        std::string key;
+        add_key(key, interpreter.sp[-i], interpreter.sp);
+        EXPECT_TRUE(keys.insert(key).second) << height - i << ": " << key;
+        EXPECT_EQ(key.find('\0'), std::string::npos);
+    }
+}
+
+TEST(ValueKeys, AreTheSameForEqualValues) {
+    Evaluator interpreter;
+    const auto key_of = [&interpreter](const char* sentence) {
+        interpreter.clear();
+        interpreter.run(sentence);
+        return value_key(*interpreter.sp, interpreter.sp);
+    };
+    EXPECT_EQ(key_of("3 ."), key_of("6 2 / ."));
+    EXPECT_EQ(key_of("3 ."), key_of("3.0 ."));
+    EXPECT_EQ(key_of("(1 2 3) ."), key_of("(1 2 3 4)[3] ."));
+    EXPECT_EQ(key_of("((1 2) 'x') ."), key_of("((1 2) 'x') 0 DISCARD ."));
+    EXPECT_EQ(key_of("'abc' ."), "abc");
+    EXPECT_EQ(key_of(": 1  +\n; ."), key_of(": 1 + FUNCTIONEND ."));
+}
+
+// ---- names as a text
+
+std::string remembered(const Chain* tables) {
+    char* text = nullptr;
+    std::size_t length = 0;
+    std::FILE* const stream = open_memstream(&text, &length);
+    remember(stream, tables);
+    std::fclose(stream);
+    const std::string result(text, length);
+    std::free(text);
+    return result;
+}
+
+TEST(Remember, WritesSentencesThatSetTheSameNames) {
+    Evaluator interpreter;
+    interpreter.run(
+        "1.5 @a SET (1 'two' (3 4)) @\x02two words\x03 SET 'text' @SWAP SET MONADIC DUP * ; OPERATOR @square SET "
+        "0 1000 DYADIC DISCARD ; LOOP @zero SET .");
+    for (int i = 0; i < 600; ++i) interpreter.run(std::to_string(i) + " @n" + std::to_string(i) + " SET .");
+    const std::string text = remembered(&variables);
+    EXPECT_TRUE(text.ends_with(".\n"));
+    interpreter.clear();
+    interpreter.run(text);
+    EXPECT_EQ(remembered(&variables), text);
+    EXPECT_EQ(interpreter.run("CLEAR 7 square n599 + ."), "\n\n 648");
+    EXPECT_EQ(interpreter.run("SWAP ."), "\n\ntext");
+}
+
+}  // namespace
+}  // namespace ondrel
