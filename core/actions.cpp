@@ -66,7 +66,8 @@ Outcome checked(Activation& activation) {
                 return fail(200, activation);
     }
     const Outcome outcome = action(activation);
-    if (outcome == Outcome::next) check_effect(activation, before);
+    if constexpr (refuses_operators)
+        if (outcome == Outcome::next) check_effect(activation, before, arguments);
     return outcome;
 }
 

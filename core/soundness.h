@@ -8,11 +8,11 @@ namespace ondrel {
 
 #ifdef ONDREL_CHECKS
 void check_soundness(const Activation& activation);
-// That a scalar verb which came to its end took what its class says and left one value.
-void check_effect(const Activation& activation, const DataElement* before);
+// That a scalar verb which came to its end took so many values and left one.
+void check_effect(const Activation& activation, const DataElement* before, int arguments);
 #else
 inline void check_soundness(const Activation&) {}
-inline void check_effect(const Activation&, const DataElement*) {}
+inline void check_effect(const Activation&, const DataElement*, int) {}
 #endif
 
 }  // namespace ondrel

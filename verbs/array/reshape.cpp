@@ -16,7 +16,7 @@ namespace ondrel {
 namespace {
 
 constexpr int character_shape = 1102, structured_shape = 1101, not_a_count = 113, bad_rank = 10, nothing_to_repeat = 11,
-              too_big = 146;
+              too_big = 146, no_value = 994;
 
 // Reads an item of the shape operand as a dimension. Any number will do that is whole, with nothing in its other
 // components. False if it is none.
@@ -98,8 +98,10 @@ void exchange_items(DataElement& data, void* block, std::uint32_t n) {
 
 int reshaping_error(DataElement& data, const DataElement& shape, std::vector<std::int64_t>& dimensions) {
     if (shape.rank > 1) return bad_rank;
+    if (shape.rank < 0) return not_a_count;
     if (shape.type & ISEMPTY) return 0;
     if (shape.type & STRUCTURED) return structured_shape;
+    if (data.rank < 0) return no_value;
     for (std::uint32_t i = 0; i < shape.elements; ++i)
         if (item_at(shape.data_pointer, i).tag == tag::ascii) return character_shape;
     dimensions.resize(shape.elements);
@@ -120,7 +122,7 @@ int reshape(DataElement& data, DataElement& shape, Site site) {
     }
     const std::uint32_t m = data.elements;
     if (shape.type & ISEMPTY) {  // asks for nothing but a block of its own
-        if (data.data_pointer != nullptr && !sole_holder(data.data_pointer))
+        if (data.rank >= 0 && data.data_pointer != nullptr && !sole_holder(data.data_pointer))
             exchange_items(data, cycled(data, m, m), m);
         dereferencepoint(shape);
         return 0;

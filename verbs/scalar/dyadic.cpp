@@ -13,7 +13,7 @@ bool is_single(const DataElement& record) { return (record.type & SHAPE_BITS) !=
 // Raises 17 unless the operands can be paired: kinds that the verb does not refuse, and equal shapes where neither
 // is a single value.
 void check_conformability(const DyadicVerb& verb, const DataElement& left, const DataElement& right, Site site) {
-    if ((left.type | right.type) & verb.refused) raise(17, site);
+    if (left.rank < 0 || right.rank < 0 || ((left.type | right.type) & verb.refused)) raise(17, site);
     if (is_single(left) || is_single(right)) return;
     if (left.rank != right.rank || !std::equal(left.shape_pointer, left.shape_pointer + left.rank, right.shape_pointer))
         raise(17, site);

@@ -53,6 +53,7 @@ DataElement compute(const MonadicVerb& verb, DataElement& value, bool may_reuse,
         referencepoint(value);
         return value;
     }
+    if (value.rank < 0) raise(994, site);
     void* block = by_loop(verb, value, may_reuse);
     if (block == nullptr) block = by_item(verb, value, site);
     Owner result(result_record(value, block, value.type & ISPROBABLE));
