@@ -3,6 +3,7 @@
 
 #include <cstdio>
 #include <string>
+#include <vector>
 
 #include "bench/stream.h"
 #include "translator/printing.h"
@@ -31,14 +32,12 @@ void translate(benchmark::State& state, const std::string& sentence, std::int64_
     for (auto _ : state) {
         const char* position = sentence.c_str();
         while (*position != '\0')
-            if (fill(buffer, nullptr, &position, false) > 0) cleanup(buffer);
+            if (fill(buffer, &variables, nullptr, &position, false) > 0) cleanup(buffer);
     }
     state.SetItemsProcessed(state.iterations() * items);
 }
 
-void tokens(benchmark::State& state) {
-    translate(state, repeated("+ DUP RESHAPE MAX 2 - ", 160) + ".\n", 160 * 6);
-}
+void tokens(benchmark::State& state) { translate(state, repeated("+ DUP RESHAPE MAX 2 - ", 160) + ".\n", 160 * 6); }
 BENCHMARK(tokens)->Name("ours/token translated");
 
 void scalar_literals(benchmark::State& state) {
@@ -51,6 +50,42 @@ void vector_literal(benchmark::State& state, const std::string& number) {
 }
 BENCHMARK_CAPTURE(vector_literal, integers, "12345 ")->Name("ours/integer literal, in a vector");
 BENCHMARK_CAPTURE(vector_literal, reals, "3.14159265 ")->Name("ours/real literal, in a vector");
+
+// Steps of a program, which must give the right answer. The same programs stand in peers.py and peers.lua.
+void steps(benchmark::State& state, const char* definition, const char* sentence, std::int64_t answer,
+           std::int64_t count) {
+    Stream(definition).run();
+    Stream program(sentence);
+    for (auto _ : state)
+        if (program.run() != answer) state.SkipWithError("a wrong answer");
+    state.SetItemsProcessed(state.iterations() * count);
+}
+BENCHMARK_CAPTURE(steps, loop, ".", "0 1000000 DYADIC + ; LOOP .", 500000500000, 1000000)
+    ->Name("ours/addition in a loop");
+BENCHMARK_CAPTURE(steps, call, "DYADIC + ; OPERATOR @f SET .", "0 1000000 DYADIC f ; LOOP .", 500000500000, 1000000)
+    ->Name("ours/call of a function in a loop");
+BENCHMARK_CAPTURE(steps, fib, "MONADIC DUP 1 - CHECK RETURN ?N DUP 1 - fib SWAP 2 - fib + ; OPERATOR @fib SET .",
+                  "24 fib .", 46368, 150049)
+    ->Name("ours/call of fib");
+
+// A source text that makes a hundred thousand names and reads each, sentence by sentence, and their end.
+void names(benchmark::State& state) {
+    constexpr int count = 100000, in_a_sentence = 100;
+    std::vector<std::string> sentences(count / in_a_sentence);
+    for (int i = 0; i < count; ++i) {
+        const std::string name = "n" + std::to_string(i);
+        sentences[static_cast<std::size_t>(i / in_a_sentence)] +=
+            std::to_string(i) + " @" + name + " SET " + name + " POP\n";
+    }
+    for (std::string& sentence : sentences) sentence += "1 .";
+    for (auto _ : state) {
+        for (const std::string& sentence : sentences)
+            if (Stream(sentence).run() != 1) state.SkipWithError("a wrong answer");
+        hashwipe(variables.table);
+    }
+    state.SetItemsProcessed(state.iterations() * count);
+}
+BENCHMARK(names)->Name("ours/name made and read");
 
 void print(benchmark::State& state) {
     std::string text = "(";

@@ -11,6 +11,8 @@ import time
 
 import numpy
 
+import peers
+
 REPEATS = 7
 SLICE_SECONDS = 0.05
 
@@ -87,9 +89,17 @@ def print_arithmetic(executable, names):
 
 
 def print_interpreter(executable):
-    print(f"\n{'interpreter':40}{'ns each':>9}")
-    for name, nanoseconds in run_benchmark(executable, "^ours/[^/]*$").items():
-        print(f"{name.split('/')[1]:40}{nanoseconds:9.1f}")
+    print(f"\n{'interpreter':40}{'ns each':>9}{'CPython':>9}{'Lua':>9}{'to CPython':>12}{'to Lua':>9}")
+    for row, nanoseconds in run_benchmark(executable, "^ours/[^/]*$").items():
+        name = row.split("/")[1]
+        if name in peers.STEPS:
+            # Once more, side by side in time with its peers.
+            ours = run_benchmark(executable, f"^{row}$")[row]
+            cpython, lua = peers.cpython_nanoseconds(name), peers.lua_nanoseconds()[name]
+            print(f"{name:40}{ours:9.1f}{cpython:9.1f}{lua:9.1f}    {ratio(ours, cpython)} {ratio(ours, lua)}",
+                  flush=True)
+        else:
+            print(f"{name:40}{nanoseconds:9.1f}")
 
 
 def print_start(program):

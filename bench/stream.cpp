@@ -3,15 +3,15 @@
 #include <cstdlib>
 #include <string>
 
-#include "core/machine.h"
-#include "core/stack.h"
+#include "core/activation.h"
+#include "core/native_stack.h"
 #include "data/blocks.h"
 #include "translator/tokens.h"
 
 namespace ondrel {
 
 void start_interpreter() {
-    static const bool tables = (make_token_tables(), true);
+    static const bool tables = (make_token_tables(), make_system_variables(), measure_present_stack(), true);
     static_cast<void>(tables);
 }
 
@@ -19,15 +19,31 @@ Stream::Stream(std::string_view text) {
     start_interpreter();
     const std::string copy(text);
     const char* position = copy.c_str();
-    count = fill(cells, nullptr, &position, false);
+    count = fill(cells, &variables, nullptr, &position, false);
     if (count == 0) std::abort();
 }
 
 Stream::~Stream() { cleanup(cells); }
 
-void Stream::run() {
-    DataElement* sp = machine(cells, stack + 1, stack, 1);
-    while (sp > stack) dereferencepoint(*sp--);
+std::int64_t Stream::run() {
+    Activation activation{.cell = cells,
+                          .sp = stack,
+                          .argument_floor = stack + 1,
+                          .frame_base = stack + 1,
+                          .tables = &variables,
+                          .code = cells,
+                          .cells = static_cast<std::uint32_t>(count - 1),
+                          .locals = 0,
+                          .decision = -1,
+                          .level = 1,
+                          .header = nullptr,
+                          .pending_condition = nullptr,
+                          .contexts = nullptr};
+    ondrel::run(activation);
+    const DataElement& top = *activation.sp;
+    const std::int64_t result = activation.sp > stack && top.rank == 0 ? items_of(top)->integer : 0;
+    while (activation.sp > stack) dereferencepoint(*activation.sp--);
+    return result;
 }
 
 }  // namespace ondrel

@@ -21,8 +21,8 @@ struct Stream {
     Stream(const Stream&) = delete;
     Stream& operator=(const Stream&) = delete;
 
-    // Runs the cells on an empty stack and drops what they leave.
-    void run();
+    // Runs the cells on an empty stack and drops what they leave; the result is the integer that was on top, or 0.
+    std::int64_t run();
 };
 
 }  // namespace ondrel
