@@ -301,16 +301,17 @@ void put_enclosed(Output& out, int indent, DataElement& value) {
     if (merge && inside.rank > 1) put_shape(out, inside);
 }
 
+void put_condition(Output& out, const DataElement& cell) {
+    if (cell.type & CONDITIONAL) out.put(cell.type & YES ? " IF_YES" : " IF_NO");
+}
+
 void put_value(Output& out, int indent, DataElement& value) {
     const bool listed = out.listing || indent > 0;
-    if (value.type & ISEMPTY) {
-        if (indent > 0) put_indent(out, indent);
-        out.put(listed ? "#NIL\n" : ".\n");
-        PrintOut = false;
-        return;
-    }
     if (value.data_pointer == nullptr) {
-        out.put(listed ? " #NIL" : " .");
+        const bool empty = (value.type & ISEMPTY) != 0;
+        if (empty && indent > 0) put_indent(out, indent);
+        out.put(empty ? (listed ? "#NIL\n" : ".\n") : (listed ? " #NIL" : " ."));
+        if (listed) put_condition(out, value);
         PrintOut = false;
         return;
     }
@@ -326,7 +327,7 @@ void put_value(Output& out, int indent, DataElement& value) {
         if (brackets) out.put(" )");
     }
     if (listed && !(value.type & ISSCALAR) && value.rank > 1) put_shape(out, value);
-    if (listed && (value.type & CONDITIONAL)) out.put(value.type & YES ? " IF_YES" : " IF_NO");
+    if (listed) put_condition(out, value);
 }
 
 // ---- cells
@@ -429,10 +430,6 @@ void put_readable_name(Output& out, const DataElement& cell) {
     out.put(prefix);
     out.put(name);
     if (!plain) out.put('\x03');
-}
-
-void put_condition(Output& out, const DataElement& cell) {
-    if (cell.type & CONDITIONAL) out.put(cell.type & YES ? " IF_YES" : " IF_NO");
 }
 
 void put_listed_name(Output& out, int indent, const DataElement& cell) {
