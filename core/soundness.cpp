@@ -19,6 +19,7 @@ namespace {
 constexpr std::uint32_t most_items = 4096;
 // What lies deeper is nothing that the instruction has touched, and a deep recursion would cost its square.
 constexpr std::ptrdiff_t most_slots = 100;
+constexpr int most_nested = 300;
 
 [[noreturn]] void broken(const char* what, const DataElement& value) {
     std::printf("\nunsound value: %s\n", what);
@@ -79,7 +80,7 @@ void check_other(const DataElement& element) {
     }
 }
 
-void check_value(const DataElement& value) {
+void check_value(const DataElement& value, int level = 0) {
     if (value.rank < 0) return check_other(value);
     check_shape(value);
     if (value.last != (value.elements == 0 ? 0 : value.elements - 1)) broken("bounds", value);
@@ -102,7 +103,7 @@ void check_value(const DataElement& value) {
         if (header(item.nested).count == 0) broken("nested record", value);
         // A literal gives every level that holds another the depth of its deepest one.
         if (!(value.type & ISSCALAR) && value.depth < item.nested->depth) broken("depth", value);
-        check_value(*item.nested);
+        if (level < most_nested) check_value(*item.nested, level + 1);
     }
 }
 
