@@ -135,6 +135,28 @@ TEST(BadInput, ManyWordsOfOneCell) {
     expect_alive("1 " + repeated("?Y ", million) + ".", "conditions of a value");
 }
 
+TEST(BadInput, ManyNames) {
+    std::string names;
+    for (int i = 0; i < 100'000; ++i) {
+        const std::string name = "n" + std::to_string(i);
+        names += "1 @" + name + " SET " + name + " POP .\n";
+    }
+    expect_alive(names, "names");
+    const std::string name(million, 'a');
+    expect_alive("5 @" + name + " SET " + name + " . : " + name + " ; DISASSEMBLE AT GET .", "a name of a megabyte");
+    expect_alive("1 " + repeated("@", million) + " 2 .", "addresses");
+}
+
+TEST(BadInput, ManyDefinitions) {
+    expect_message(expect_alive(repeated(": ", million) + ".", "definitions"), "807 - ", "definitions");
+    expect_alive(repeated(": ", 1000) + ".", "open definitions");
+    expect_alive(repeated(": ", 1000) + repeated("; ", 1500) + ".", "closed definitions");
+    expect_message(expect_alive(": " + repeated("1 ", 2000) + "; .", "a body"), "807 - ", "a body");
+    expect_alive(": " + repeated("@x ", 600) + "; .", "addresses in a body");
+    expect_alive("ARGS 99999999999999999999 VARS 99999999999999999999 FUNCTION ; EXECUTE .", "counts");
+    expect_alive("VARS 65535 NILADIC &65535 ; EXECUTE .", "locals");
+}
+
 // ---- strange
 
 TEST(BadInput, EveryByteAlone) {
