@@ -1,12 +1,15 @@
 // Polar and cartesian forms against the plain formulas, the way there and back, and the values where a formula turns.
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cmath>
 #include <limits>
 #include <numbers>
 #include <random>
 
 #include "numbers/polar.h"
+#include "numbers/random.h"
+#include "numbers/truth.h"
 #include "tests/reference_forms.h"
 
 namespace ondrel {
@@ -176,6 +179,38 @@ TEST(Forms, TheSignIsThatOfTheFirstComponentThatIsNotZero) {
             EXPECT_EQ(csgnocto(parts.data()), sign) << place;
         }
     EXPECT_EQ(csgnocto(Parts{}.data()), 0.0);
+}
+
+// Absent components do not count: the rest is split evenly, agrees, or leans.
+TEST(Truth, AgreesAsFarAsItsValuesDo) {
+    constexpr double absent = std::numeric_limits<double>::quiet_NaN();
+    EXPECT_EQ(contradict_c(std::array{1.0, 0.0}), 0);
+    EXPECT_EQ(contradict_c(std::array{7.0, 1.0}), 1);
+    EXPECT_EQ(contradict_q(std::array{0.0, 0.0, -3.0, 0.0}), 1);
+    EXPECT_EQ(contradict_q(std::array{1.0, 0.0, 1.0, 0.5}), 0.25);
+    EXPECT_NEAR(contradict_q(std::array{1.0, 1.0, 1.0, absent}), 1, 1e-15);
+    EXPECT_EQ(contradict_o(std::array{1.0, 1.0, 1.0, 1.0, 0.0, 0.0, 0.0, 0.0}), 0);
+    EXPECT_NEAR(contradict_o(std::array{1.0, 1.0, 1.0, 1.0, 1.0, 1.0, 1.0, absent}), 1, 1e-15);
+    EXPECT_NEAR(contradict_o(std::array{1.0, 1.0, 1.0, 0.0, 0.0, 0.0, absent, absent}), 0, 1e-15);
+    EXPECT_NEAR(contradict_o(std::array{0.0, 0.0, 0.0, 0.0, 0.5, absent, absent, absent}), 0.8, 1e-15);
+}
+
+// The stream of the minimal standard, and the seed that makes it stand still.
+TEST(Chance, FollowsItsSeed) {
+    std::int64_t state = 0;
+    SEED_PRNGS(0, state, 1);
+    EXPECT_EQ(state, 1);
+    for (const std::int64_t next : {48271, 182605794, 1291394886, 1914720637}) EXPECT_EQ(PRNGS(state), next);
+    std::int64_t standing = 0;
+    SEED_PRNGS(0, state, 0);
+    SEED_PRNGS(0, standing, 123456789);
+    EXPECT_EQ(state, standing);
+    SEED_PRNGS(3, state, 5);
+    EXPECT_EQ(state, 5 + 3 * 22925);
+    SEED_PRNGS(0, state, prngs_modulus);
+    EXPECT_EQ(PRNGS(state), prngs_modulus);
+    EXPECT_EQ(draw_apart_from(static_cast<double>(prngs_modulus) * prngs_unit, state),
+              static_cast<double>(prngs_modulus) * prngs_unit);
 }
 
 }  // namespace
