@@ -33,12 +33,7 @@ std::int64_t Stream::run() {
                           .tables = &variables,
                           .code = cells,
                           .cells = static_cast<std::uint32_t>(count - 1),
-                          .locals = 0,
-                          .decision = -1,
-                          .level = 1,
-                          .header = nullptr,
-                          .pending_condition = nullptr,
-                          .contexts = nullptr};
+                          .level = 1};
     ondrel::run(activation);
     const DataElement& top = *activation.sp;
     const std::int64_t result = activation.sp > stack && top.rank == 0 ? items_of(top)->integer : 0;

@@ -27,17 +27,18 @@ struct Context {
 struct Activation {
     DataElement* cell;  // the one that is run
     DataElement* sp;
-    DataElement* argument_floor;     // the lowest slot that counts as an argument
-    DataElement* frame_base;         // LOCAL cells count from here
-    const Chain* tables;             // in which names are looked up
-    DataElement* code;               // the first cell; JUMP counts from it, as 1
-    std::uint32_t cells;             // of the stream, without the one that ends it
-    std::uint16_t locals;            // slots below the floor that this run gives back at its end
-    std::int32_t decision;           // of the last CHECK in this run: 0 or 1; before one, -1
-    int level;                       // 0: a sentence at the prompt
-    DataElement* header;             // of the function that runs, whose effects are noted there; null outside
-    DataElement* pending_condition;  // the conditional cell whose instruction is running, in a cell of its own
-    Context* contexts;
+    DataElement* argument_floor;    // the lowest slot that counts as an argument
+    DataElement* frame_base;        // LOCAL cells count from here
+    const Chain* tables;            // in which names are looked up
+    DataElement* code;              // the first cell; JUMP counts from it, as 1
+    std::uint32_t cells;            // of the stream, without the one that ends it
+    std::uint16_t locals = 0;       // slots below the floor that this run gives back at its end
+    std::int32_t decision = -1;     // of the last CHECK in this run: 0 or 1; before one, -1
+    int level = 0;                  // 0: a sentence at the prompt
+    DataElement* header = nullptr;  // of the function that runs, whose effects are noted there; null outside
+    DataElement* pending_condition =
+        nullptr;  // the conditional cell whose instruction is running, in a cell of its own
+    Context* contexts = nullptr;
 
     Site site() const { return {sp, cell}; }
 };
@@ -51,12 +52,8 @@ inline Activation inside(const Activation& outer, DataElement* code, std::uint32
             .tables = outer.tables,
             .code = code,
             .cells = cells,
-            .locals = 0,
-            .decision = -1,
             .level = outer.level + 1,
-            .header = outer.header,
-            .pending_condition = nullptr,
-            .contexts = nullptr};
+            .header = outer.header};
 }
 
 // Reports an error of the machine's own.

@@ -230,13 +230,7 @@ DataElement* machine(DataElement* sentence, DataElement* top) {
                           .frame_base = stack + 1,
                           .tables = table != nullptr ? &names : &variables,
                           .code = sentence,
-                          .cells = static_cast<std::uint32_t>(last - sentence),
-                          .locals = 0,
-                          .decision = -1,
-                          .level = 0,
-                          .header = nullptr,
-                          .pending_condition = nullptr,
-                          .contexts = nullptr};
+                          .cells = static_cast<std::uint32_t>(last - sentence)};
     run_sentence(activation);
     release_contexts(activation);
     return activation.sp;

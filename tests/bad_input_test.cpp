@@ -139,7 +139,7 @@ TEST(BadInput, ManyNames) {
     std::string names;
     for (int i = 0; i < 100'000; ++i) {
         const std::string name = "n" + std::to_string(i);
-        names += "1 @" + name + " SET " + name + " POP .\n";
+        names += "1 @" + name + " SET " + name + (i % 100 == 99 ? " POP .\n" : " POP\n");
     }
     expect_alive(names, "names");
     const std::string name(million, 'a');
