@@ -7,17 +7,13 @@
 #include <algorithm>
 #include <cstddef>
 
-#if defined(__SANITIZE_ADDRESS__)
-#include <sanitizer/common_interface_defs.h>
-#endif
-
 namespace ondrel {
 namespace {
 
 constexpr std::size_t mebibyte = 1 << 20;
 constexpr std::size_t large = 1024 * mebibyte;  // of addresses; memory is taken only as far as it is used
 constexpr std::size_t guard = mebibyte;
-// For a value of 32,767 levels, the sanitizers' frames included.
+// For a value of 32,767 levels.
 constexpr std::size_t reserve = 256 * mebibyte;
 
 std::uintptr_t here() { return reinterpret_cast<std::uintptr_t>(__builtin_frame_address(0)); }
@@ -27,15 +23,7 @@ struct Fiber {
     void (*function)();
 } fiber;
 
-void enter() {
-#if defined(__SANITIZE_ADDRESS__)
-    __sanitizer_finish_switch_fiber(nullptr, nullptr, nullptr);
-#endif
-    fiber.function();
-#if defined(__SANITIZE_ADDRESS__)
-    __sanitizer_start_switch_fiber(nullptr, nullptr, 0);
-#endif
-}
+void enter() { fiber.function(); }
 
 }  // namespace
 
@@ -51,7 +39,7 @@ void measure_present_stack() {
 }
 
 void run_on_large_stack(void (*function)()) {
-#if defined(__SANITIZE_THREAD__)  // which would have to be told of every switch
+#if defined(__SANITIZE_THREAD__) || defined(__SANITIZE_ADDRESS__)  // which do not follow a switch quietly
     measure_present_stack();
     return function();
 #endif
@@ -70,14 +58,7 @@ void run_on_large_stack(void (*function)()) {
     fiber.inside.uc_stack.ss_size = large;
     fiber.inside.uc_link = &fiber.outside;
     makecontext(&fiber.inside, enter, 0);
-#if defined(__SANITIZE_ADDRESS__)
-    void* fake = nullptr;
-    __sanitizer_start_switch_fiber(&fake, area, large);
-#endif
     swapcontext(&fiber.outside, &fiber.inside);
-#if defined(__SANITIZE_ADDRESS__)
-    __sanitizer_finish_switch_fiber(fake, nullptr, nullptr);
-#endif
     munmap(area, large);
 }
 
