@@ -232,13 +232,14 @@ bool oper(char* text, Instruction instruction, Instruction second) {
     return true;
 }
 
+std::size_t text_length(const DataElement& cell) { return &cell == grown_cell ? grown : std::strlen(cell.text); }
+
 // A text that has been grown before is the cell's own, of known length: any number of words behind one verb take a time
 // in proportion.
 void grow_text(DataElement& cell, std::string_view word) {
-    const bool known = &cell == grown_cell;
-    const std::size_t length = known ? grown : std::strlen(cell.text);
+    const std::size_t length = text_length(cell);
     const std::size_t longer = length + 1 + word.size();
-    if (known) {
+    if (&cell == grown_cell) {
         cell.text = static_cast<char*>(Reallocate(cell.text, longer + 1));
     } else {
         char* const text = static_cast<char*>(allocate_block(header(cell.text).head, longer + 1));
@@ -250,6 +251,13 @@ void grow_text(DataElement& cell, std::string_view word) {
     *std::ranges::copy(word, cell.text + length + 1).out = '\0';
     grown_cell = &cell;
     grown = longer;
+}
+
+// Takes the word that the text was last grown by off again.
+void cut_last_word(DataElement& cell) {
+    grown = std::string_view(cell.text, text_length(cell)).rfind(' ');
+    cell.text[grown] = '\0';
+    grown_cell = &cell;
 }
 
 // Without a verb the cell before is lost.
@@ -270,7 +278,8 @@ void combine(std::string_view spelling, Instruction instruction) {
 }
 
 // A function is run or dropped by a cell of its own, and so is what lies on the stack when a body begins with the
-// condition: the cell before is then the function's own header.
+// condition: the cell before is then the function's own header. What does nothing under one condition does nothing
+// under two: the later one takes the place of the earlier, so that the last word of the text is always the condition's.
 void make_conditional(char* spelling, Instruction instruction) {
     if (cursor == first_cell() && !inside_function()) return report(instruction == Instruction::IF_YES ? 147 : 148);
     DataElement& cell = cursor[-1];
@@ -281,9 +290,13 @@ void make_conditional(char* spelling, Instruction instruction) {
         return emit_value(conditional);
     }
     if (cell.rank == kind::OPERATOR) {
+        if (cell.type & CONDITIONAL && cell.modifier == static_cast<std::uint16_t>(Instruction::NOOP)) {
+            cut_last_word(cell);
+        } else {
+            cell.elements = cell.modifier;
+            cell.modifier = static_cast<std::uint16_t>(cell.depth);
+        }
         grow_text(cell, spelling);
-        cell.elements = cell.modifier;
-        cell.modifier = static_cast<std::uint16_t>(cell.depth);
         cell.depth = static_cast<std::int16_t>(instruction);
     }
     cell.type |= CONDITIONAL | (instruction == Instruction::IF_YES ? YES : 0);
