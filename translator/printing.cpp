@@ -474,7 +474,15 @@ void put_local(Output& out, const DataElement& cell, bool listed) {
 
 void put_element(Output& out, std::string_view prefix, int indent, DataElement& element);
 
-// The same in all modes: what stands in a function is always listed.
+// True if the bracket that the cell begins with would be read as the shape of the literal before it.
+bool would_be_shape(const DataElement& cell, const DataElement& before) {
+    if (cell.rank != kind::OPERATOR || !text_of_cell(cell).starts_with('[')) return false;
+    const bool number = (before.type & (ISSCALAR | STRUCTURED | HASASCII)) == ISSCALAR;
+    return before.rank >= 0 && !number && before.data_pointer != nullptr && !(before.type & CONDITIONAL);
+}
+
+// The same in all modes: what stands in a function is always listed. A literal is kept apart from a bracket by the word
+// that makes the next one the system's own, as it is.
 void put_function(Output& out, int indent, DataElement& function) {
     constexpr auto words = std::to_array<std::string_view>({" NILADIC", " MONADIC", " DYADIC", " TRIADIC"});
     const bool listing = std::exchange(out.listing, true);
@@ -502,6 +510,7 @@ void put_function(Output& out, int indent, DataElement& function) {
     new_line(indent + 1);
     auto* const stream = static_cast<DataElement*>(function.data_pointer);
     for (DataElement* cell = stream + 1; cell->type != 0; ++cell) {
+        if (would_be_shape(*cell, cell[-1])) out.put(" ::");
         put_element(out, {}, indent + 1, *cell);
         out.count_items(1);
     }
