@@ -111,7 +111,6 @@ struct PermanentEntry {
     Entry entry{no_value(), nullptr, nullptr};
 };
 PermanentEntry fixedsyms[8];
-constexpr std::size_t index_origin = 2, comparison_tolerance = 6;
 
 DataElement named(std::uint32_t tag, std::uint16_t form, const char* name) {
     DataElement item{};

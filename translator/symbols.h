@@ -14,6 +14,7 @@
 #include <string_view>
 
 #include "data/blocks.h"
+#include "data/system_variables.h"
 
 namespace ondrel {
 
@@ -46,10 +47,8 @@ struct Chain {
 // The global scope: a chain of one link. The table stands as long as the process.
 extern const Chain variables;
 
-// The system variables by slot; #IO in slot 2, #CT in slot 6. Their entries lie outside all tables, so that a search
-// does not find them.
-extern DataElement* const quads[8];
-// Sets them to what they are at start: 1, and 1e-15.
+// The entries of the system variables lie outside all tables, so that a search does not find them. Sets them to what
+// they are at start: 1, and 1e-15.
 void make_system_variables();
 
 // A fresh table of 65,536 or 256 buckets, with count 1. Raises 27.
