@@ -123,7 +123,7 @@ bool goes_into_verb(Activation& activation) {
     if (verb.rank != kind::OPERATOR || activation.sp < activation.argument_floor || activation.sp->type != literal.type)
         return false;
     const auto number = static_cast<std::size_t>(verb.depth);
-    const LiteralForm form = number < literal_forms.size() ? literal_forms[number] : nullptr;
+    LiteralForm* const form = number < literal_forms.size() ? literal_forms[number] : nullptr;
     if (form == nullptr || !form(*activation.sp, *items_of(literal))) return false;
     ++activation.cell;
     return true;

@@ -2,6 +2,7 @@
 // octonion. A lower number is widened by zeros in the components that it lacks. Nothing is ever narrowed here.
 #pragma once
 
+#include <bit>
 #include <cstdint>
 #include <cstring>
 
@@ -23,6 +24,14 @@ inline constexpr double two_to_63 = 9223372036854775808.0, two_to_52 = 450359962
 
 // Whether the double, truncated, is an i64.
 constexpr bool fits_integer(double value) { return value >= -two_to_63 && value < two_to_63; }
+
+// The integer that a whole double below 2 to the 51 in magnitude is, as vector code on every processor: with 1.5 times
+// 2 to the 52 added its low bits show it.
+inline constexpr double two_to_51 = two_to_52 / 2;
+[[gnu::always_inline]] inline std::int64_t integer_of_whole(double value) {
+    constexpr double shows_integer = 3 * two_to_51;
+    return std::bit_cast<std::int64_t>(value + shows_integer) - std::bit_cast<std::int64_t>(shows_integer);
+}
 
 // The components that a kind has are the first ones of every higher kind.
 template <class Higher, class Lower>

@@ -51,12 +51,10 @@ struct Subtract : Componentwise<Subtract> {
     }
 };
 
-constexpr DyadicVerb add_verb = make_dyadic<Add>(), subtract_verb = make_dyadic<Subtract>();
-
 }  // namespace
 
-void add(DataElement*& sp, DataElement* cell) { arithmetic<Add>(add_verb, sp, cell); }
-void subtract(DataElement*& sp, DataElement* cell) { arithmetic<Subtract>(subtract_verb, sp, cell); }
+void add(DataElement*& sp, DataElement* cell) { arithmetic<Add>(sp, cell); }
+void subtract(DataElement*& sp, DataElement* cell) { arithmetic<Subtract>(sp, cell); }
 
 bool add_literal(DataElement& left, const DataElement& right) { return plain_literal<Add>(left, right); }
 bool subtract_literal(DataElement& left, const DataElement& right) { return plain_literal<Subtract>(left, right); }

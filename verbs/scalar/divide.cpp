@@ -53,12 +53,10 @@ struct Residue : Arithmetic {
     }
 };
 
-constexpr DyadicVerb divide_verb = make_dyadic<Divide>(), residue_verb = make_dyadic<Residue>();
-
 }  // namespace
 
-void divide(DataElement*& sp, DataElement* cell) { arithmetic<Divide>(divide_verb, sp, cell); }
-void residue(DataElement*& sp, DataElement* cell) { arithmetic<Residue>(residue_verb, sp, cell); }
+void divide(DataElement*& sp, DataElement* cell) { arithmetic<Divide>(sp, cell); }
+void residue(DataElement*& sp, DataElement* cell) { arithmetic<Residue>(sp, cell); }
 
 bool divide_literal(DataElement& left, const DataElement& right) { return plain_literal<Divide>(left, right); }
 bool residue_literal(DataElement& left, const DataElement& right) { return plain_literal<Residue>(left, right); }

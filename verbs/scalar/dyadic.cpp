@@ -37,32 +37,33 @@ struct Operands {
     DataElement& right;
     Extent extent;
     std::size_t n;  // items of the result
-    Site site;
+    const Setting& setting;
 
     DataElement left_item(std::size_t i) const { return item_at(left.data_pointer, extent == left_single ? 0 : i); }
     DataElement right_item(std::size_t i) const { return item_at(right.data_pointer, extent == right_single ? 0 : i); }
 };
 
-DataElement compute(const DyadicVerb& verb, DataElement& left, DataElement& right, bool may_reuse, Site site);
+DataElement compute(const DyadicVerb& verb, DataElement& left, DataElement& right, bool may_reuse,
+                    const Setting& setting);
 
 // ---- item by item
 
-DataElement pair(const DyadicVerb& verb, const DataElement& left, const DataElement& right, Site site) {
+DataElement pair(const DyadicVerb& verb, const DataElement& left, const DataElement& right, const Setting& setting) {
     if (left.tag == tag::subarray || right.tag == tag::subarray) {
         Owner l(value_of_item(left)), r(value_of_item(right));
-        Owner result(compute(verb, l.record, r.record, false, site));
+        Owner result(compute(verb, l.record, r.record, false, setting));
         return nested_item(result);
     }
     const std::size_t row = kind_index(left.tag), column = kind_index(right.tag);
-    if (row >= kinds || column >= kinds) raise(994, site);
-    return verb.pairs[row][column].item(left, right, site);
+    if (row >= kinds || column >= kinds) raise(994, setting.site);
+    return verb.pairs[row][column].item(left, right, setting);
 }
 
 // Fills `result` from where it stands; the operands are only read, so that an error leaves them whole.
 void by_item(const DyadicVerb& verb, const Operands& operands, ItemsOwner& result) {
     for (std::size_t& i = result.filled; i < operands.n; ++i) {
         if (i % heed_every == heed_every - 1) heed_attention();
-        result.items[i] = pair(verb, operands.left_item(i), operands.right_item(i), operands.site);
+        result.items[i] = pair(verb, operands.left_item(i), operands.right_item(i), operands.setting);
     }
 }
 
@@ -100,68 +101,37 @@ void* reusable(Operands& operands, std::uint64_t head) {
     return nullptr;
 }
 
-// Runs the loop over all items and returns how many it wrote. Where the result is a block of its own an interrupt may
-// leave in between; an operand that is being overwritten is finished first.
-std::size_t run(DyadicLoop loop, Payload left, Payload right, void* result, std::size_t width, std::size_t n,
-                bool in_place) {
-    auto* const out = static_cast<std::byte*>(result);
-    for (std::size_t done = 0; done < n;) {
-        const std::size_t stretch = std::min(n - done, heed_every);
-        const std::size_t wrote =
-            loop(left.values + done * left.width, right.values + done * right.width, out + done * width, stretch);
-        done += wrote;
-        if (wrote < stretch) return done;
-        if (!in_place) heed_attention();
-    }
-    return n;
-}
-
 // The data block of the result by loops, or null if the operands' items have to be looked at one by one.
 void* by_loop(const DyadicVerb& verb, Operands& operands, bool may_reuse) {
     const Payload left = payload_of(operands.left, operands.extent == left_single);
     const Payload right = payload_of(operands.right, operands.extent == right_single);
     if (left.head == 0 || right.head == 0 || is_polar(left.head) || is_polar(right.head)) return nullptr;
     const DyadicKinds& rule = verb.pairs[kind_index(head_tag(left.head))][kind_index(head_tag(right.head))];
-    if (rule.loops[0].tag == 0) return nullptr;
-
-    const auto* loop = &rule.loops[0];
-    if (!rule.fixed) {  // the first pair tells the kind that is worth a loop
-        const DataElement first = rule.item(operands.left_item(0), operands.right_item(0), operands.site);
-        loop = std::ranges::find(rule.loops, first.tag, [](const auto& candidate) { return candidate.tag; });
-    }
-    const std::uint64_t head = rule.head(left.head, right.head, loop->tag);
-    if (head == 0) return nullptr;
-
-    void* const reused = rule.fixed && may_reuse ? reusable(operands, head) : nullptr;
-    Owner result;  // of no rank: only its block counts
-    result.record.data_pointer = reused != nullptr ? reused : allocate_packed(head, operands.n);
-    void* const block = result.record.data_pointer;
-    const std::size_t width = item_width(head);
-    const std::size_t done = run(loop->by_extent[operands.extent], left, right, block, width, operands.n, reused);
-    header(block).head = head;
-    if (done == operands.n) return std::exchange(result.record.data_pointer, nullptr);
-
-    // Items of another kind follow: what stands becomes items, and the rest is done one by one.
-    ItemsOwner items(operands.n);
-    for (; items.filled < done; ++items.filled) items.items[items.filled] = own_item(item_at(block, items.filled));
-    by_item(verb, operands, items);
-    return items.take();
+    return by_loops(
+        rule, operands.n, [&](std::uint32_t tag) { return rule.head(left.head, right.head, tag); },
+        [&](std::uint64_t head) { return may_reuse ? reusable(operands, head) : nullptr; },
+        [&](const auto& loop, std::size_t from, std::byte* out, std::size_t n) {
+            return loop.by_extent[operands.extent](left.values + from * left.width, right.values + from * right.width,
+                                                   out, n, operands.setting);
+        },
+        [&](ItemsOwner& rest) { by_item(verb, operands, rest); });
 }
 
 // ---- values
 
 // The result of the verb as a record of its own. The operands stay whole, but that with `may_reuse` the block of one
 // may have been taken over: its data pointer is then null.
-DataElement compute(const DyadicVerb& verb, DataElement& left, DataElement& right, bool may_reuse, Site site) {
+DataElement compute(const DyadicVerb& verb, DataElement& left, DataElement& right, bool may_reuse,
+                    const Setting& setting) {
     if ((left.type | right.type) & ISEMPTY) {
         const DataElement& other = right.type & ISEMPTY ? left : right;
         referencepoint(other);
         return other;
     }
-    check_conformability(verb, left, right, site);
+    check_conformability(verb, left, right, setting.site);
     const DataElement& giver = shape_giver(left, right);
     const std::uint32_t probable = (left.type | right.type) & ISPROBABLE;
-    Operands operands{left, right, extent_of(left, right), giver.elements, site};
+    Operands operands{left, right, extent_of(left, right), giver.elements, setting};
 
     Owner result;
     void* const block = operands.n > 1 ? by_loop(verb, operands, may_reuse) : nullptr;
@@ -177,7 +147,7 @@ DataElement compute(const DyadicVerb& verb, DataElement& left, DataElement& righ
 }
 
 // Two plain scalars: no shape, no walk, and the block of one of them serves again when it is free.
-bool scalar_pair(const DyadicVerb& verb, DataElement*& sp, Site site) {
+bool scalar_pair(const DyadicVerb& verb, DataElement*& sp, const Setting& setting) {
     DataElement& left = sp[-1];
     DataElement& right = sp[0];
     if (left.rank != 0 || right.rank != 0 || ((left.type | right.type) & (STRUCTURED | verb.refused))) return false;
@@ -187,12 +157,12 @@ bool scalar_pair(const DyadicVerb& verb, DataElement*& sp, Site site) {
     const DyadicItem rule = verb.pairs[kind_index(l->tag)][kind_index(r->tag)].item;
     const std::uint32_t probable = (left.type | right.type) & ISPROBABLE;
     if (sole_holder(l)) {
-        const DataElement item = rule(*l, *r, site);
+        const DataElement item = rule(*l, *r, setting);
         dereferencedataelems(l, 1);
         *l = item;
     } else {
         ItemsOwner made(1);
-        *made.items = rule(*l, *r, site);
+        *made.items = rule(*l, *r, setting);
         release(l);
         left.data_pointer = made.take();
     }
@@ -204,23 +174,25 @@ bool scalar_pair(const DyadicVerb& verb, DataElement*& sp, Site site) {
 
 }  // namespace
 
-constexpr std::array<LiteralForm, Instructions.size()> literal_forms = [] {
-    std::array<LiteralForm, Instructions.size()> forms{};
-    const auto at = [&forms](Instruction verb) -> LiteralForm& { return forms[static_cast<std::size_t>(verb)]; };
-    at(Instruction::ADD) = add_literal;
-    at(Instruction::SUBTRACT) = subtract_literal;
-    at(Instruction::MULTIPLY) = multiply_literal;
-    at(Instruction::DIVIDE) = divide_literal;
-    at(Instruction::RESIDUE) = residue_literal;
+constexpr std::array<LiteralForm*, Instructions.size()> literal_forms = [] {
+    std::array<LiteralForm*, Instructions.size()> forms{};
+    for (const auto& [verb, form] : std::initializer_list<std::pair<Instruction, LiteralForm*>>{
+             {Instruction::ADD, add_literal},
+             {Instruction::SUBTRACT, subtract_literal},
+             {Instruction::MULTIPLY, multiply_literal},
+             {Instruction::DIVIDE, divide_literal},
+             {Instruction::RESIDUE, residue_literal},
+         })
+        forms[static_cast<std::size_t>(verb)] = form;
     return forms;
 }();
 
 void dyadic(const DyadicVerb& verb, DataElement*& sp, DataElement* cell) {
-    const Site site{sp, cell};
-    if (scalar_pair(verb, sp, site)) return;
+    const Setting setting{.site = {sp, cell}, .tolerance = verb.tolerant ? tolerance() : 0};
+    if (scalar_pair(verb, sp, setting)) return;
     DataElement& left = sp[-1];
     DataElement& right = sp[0];
-    const DataElement result = compute(verb, left, right, true, site);
+    const DataElement result = compute(verb, left, right, true, setting);
     dereferencepoint(left);
     dereferencepoint(right);
     left = result;

@@ -12,29 +12,33 @@ namespace ondrel {
 // and what the verb's rule raises for a pair; the operands then stand as they were.
 void dyadic(const DyadicVerb& verb, DataElement*& sp, DataElement* cell);
 
-// The same for a rule of plain arithmetic, whose usual operands need no frame.
 template <class Rule>
-void arithmetic(const DyadicVerb& verb, DataElement*& sp, DataElement* cell) {
-    if (!plain_scalars<Rule>(sp)) dyadic(verb, sp, cell);
+inline constexpr DyadicVerb dyadic_verb = make_dyadic<Rule>();
+
+// The same for the verb of a rule.
+template <class Rule>
+void dyadic(DataElement*& sp, DataElement* cell) {
+    dyadic(dyadic_verb<Rule>, sp, cell);
 }
 
-// The verbs. Each takes the stack pointer and its instruction cell.
-void add(DataElement*& sp, DataElement* cell);
-void subtract(DataElement*& sp, DataElement* cell);
-void multiply(DataElement*& sp, DataElement* cell);
-void divide(DataElement*& sp, DataElement* cell);
-void residue(DataElement*& sp, DataElement* cell);
-void minimum(DataElement*& sp, DataElement* cell);
-void maximum(DataElement*& sp, DataElement* cell);
+// The same for a rule whose usual operands, plain numbers, need no frame.
+template <class Rule>
+void arithmetic(DataElement*& sp, DataElement* cell) {
+    if (!plain_scalars<Rule>(sp)) dyadic<Rule>(sp, cell);
+}
+
+// ---- the verbs: each takes the stack pointer and its instruction cell
+
+ScalarVerb add, subtract, multiply, divide, residue, minimum, maximum;
+ScalarVerb power, logarithm, circular, binomial;
+ScalarVerb and_, or_, nand, nor, strongand, strongor, strongnand, strongnor;
+ScalarVerb less, notgreater, equivalent, notless, greater, notequivalent, identical, notidentical;
 
 // What a verb does to a scalar with a literal behind it, of which only the item is needed; null for verbs that have no
 // such short way. False, with nothing done, where the verb itself must look.
-using LiteralForm = bool (*)(DataElement& left, const DataElement& right);
-extern const std::array<LiteralForm, Instructions.size()> literal_forms;
-bool add_literal(DataElement& left, const DataElement& right);
-bool subtract_literal(DataElement& left, const DataElement& right);
-bool multiply_literal(DataElement& left, const DataElement& right);
-bool divide_literal(DataElement& left, const DataElement& right);
-bool residue_literal(DataElement& left, const DataElement& right);
+using LiteralForm = bool(DataElement& left, const DataElement& right);
+extern const std::array<LiteralForm*, Instructions.size()> literal_forms;
+LiteralForm add_literal, subtract_literal, multiply_literal, divide_literal, residue_literal;
+LiteralForm less_literal, notgreater_literal, notless_literal, greater_literal;
 
 }  // namespace ondrel

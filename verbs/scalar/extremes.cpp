@@ -1,25 +1,15 @@
 // MINIMUM and MAXIMUM. The result is one of the two items as it stands, but for an integer that meets a real: that
 // pair gives a real. Hypercomplex numbers are ordered by their signed magnitude.
-#include <cmath>
-
+#include "numbers/magnitude.h"
 #include "verbs/scalar/dyadic.h"
 
 namespace ondrel {
 namespace {
 
-// The magnitude with the sign of the first component that is not zero; a plain number is its own.
 template <class Value>
-double signed_magnitude(const DataElement& item) {
-    if constexpr (level_of<Value> <= level_of<double>) {
-        return static_cast<double>(load<Value>(item));
-    } else {
-        Value z = load<Value>(item);
-        if (is_polar(item.head)) z = to_cartesian(z);
-        if constexpr (std::is_same_v<Value, Complex>)
-            return std::sqrt(z.re * z.re + z.im * z.im) * csgncomplex(z.re, z.im);
-        else
-            return std::sqrt(z.w * z.w + z.x * z.x + z.y * z.y + z.z * z.z) * csgnquat(z.w, z.x, z.y, z.z);
-    }
+double order_of(const DataElement& item) {
+    const Value value = load<Value>(item);
+    return signed_magnitude(is_polar(item.head) ? to_cartesian(value) : value);
 }
 
 template <bool greatest>
@@ -62,14 +52,14 @@ struct Extreme {
     // A copy of the winner. A higher kind wins against a lower one only outright; of two of one kind the right one
     // wins a tie.
     template <class A, class B>
-    static DataElement special_item(const DataElement& left, const DataElement& right, Site) {
+    static DataElement special_item(const DataElement& left, const DataElement& right, const Setting&) {
         if constexpr (takes<A, B>) {
             using Common = std::conditional_t<std::is_same_v<A, B>, A, double>;
             const auto a = static_cast<Common>(load<A>(left)), b = static_cast<Common>(load<B>(right));
             const std::uint64_t head = unnamed((wins(a, b) ? left : right).head);
             return make_item(apply(a, b), make_head(tag_of<Common>, head_form(head), head_marks(head)));
         } else {
-            const double l = signed_magnitude<A>(left), r = signed_magnitude<B>(right);
+            const double l = order_of<A>(left), r = order_of<B>(right);
             DataElement item = (level_of<A> >= level_of<B> ? wins(l, r) : !wins(r, l)) ? left : right;
             if (item.tag != tag::quaternion) item.name = nullptr;
             item.head = unnamed(item.head);
@@ -78,11 +68,9 @@ struct Extreme {
     }
 };
 
-constexpr DyadicVerb minimum_verb = make_dyadic<Extreme<false>>(), maximum_verb = make_dyadic<Extreme<true>>();
-
 }  // namespace
 
-void minimum(DataElement*& sp, DataElement* cell) { dyadic(minimum_verb, sp, cell); }
-void maximum(DataElement*& sp, DataElement* cell) { dyadic(maximum_verb, sp, cell); }
+void minimum(DataElement*& sp, DataElement* cell) { dyadic<Extreme<false>>(sp, cell); }
+void maximum(DataElement*& sp, DataElement* cell) { dyadic<Extreme<true>>(sp, cell); }
 
 }  // namespace ondrel

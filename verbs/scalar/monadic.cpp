@@ -1,70 +1,91 @@
 #include "verbs/scalar/monadic.h"
 
+#include "numbers/random.h"
 #include "verbs/scalar/nest.h"
 
 namespace ondrel {
 namespace {
 
-DataElement compute(const MonadicVerb& verb, DataElement& value, bool may_reuse, Site site);
+DataElement compute(const MonadicVerb& verb, DataElement& value, bool may_reuse, const Setting& setting);
 
-void* by_item(const MonadicVerb& verb, const DataElement& value, Site site) {
-    ItemsOwner items(value.elements);
-    for (std::size_t& i = items.filled; i < value.elements; ++i) {
+// Fills `result` from where it stands; the operand is only read, so that an error leaves it whole.
+void by_item(const MonadicVerb& verb, const DataElement& value, const Setting& setting, ItemsOwner& result) {
+    for (std::size_t& i = result.filled; i < value.elements; ++i) {
         if (i % heed_every == heed_every - 1) heed_attention();
         const DataElement item = item_at(value.data_pointer, i);
         if (item.tag == tag::subarray) {
-            Owner nested(compute(verb, *item.nested, false, site));
-            items.items[i] = nested_item(nested);
+            Owner nested(compute(verb, *item.nested, false, setting));
+            result.items[i] = nested_item(nested);
         } else {
-            if (kind_index(item.tag) >= kinds) raise(994, site);
-            items.items[i] = verb[kind_index(item.tag)].item(item, site);
+            if (kind_index(item.tag) >= kinds) raise(994, setting.site);
+            result.items[i] = verb.kinds_of[kind_index(item.tag)].item(item, setting);
         }
     }
-    return items.take();
 }
 
 // The result of a packed value, or null if the verb has no loop for its kind. The value's own block serves again when
-// nothing else holds it and the items stay as wide; it is then finished without a look at `attention`.
-void* by_loop(const MonadicVerb& verb, DataElement& value, bool may_reuse) {
+// nothing else holds it and the items stay as wide.
+void* by_loop(const MonadicVerb& verb, DataElement& value, bool may_reuse, const Setting& setting) {
     void* const data = value.data_pointer;
     if (!is_packed(data)) return nullptr;
     const std::uint64_t head = header(data).head;
-    const MonadicKinds& rule = verb[kind_index(head_tag(head))];
-    if (rule.loop == nullptr) return nullptr;
-
-    const std::uint64_t result_head = rule.head(head, rule.tag);
-    const std::size_t width = item_width(head), result_width = item_width(result_head);
-    const bool in_place = may_reuse && sole_holder(data) && width == result_width;
-    Owner result;  // of no rank: only its block counts
-    result.record.data_pointer = in_place ? data : allocate_packed(result_head, value.elements);
-    if (in_place) value.data_pointer = nullptr;
-    auto* const out = static_cast<std::byte*>(result.record.data_pointer);
-    for (std::size_t at = 0; at < value.elements; at += heed_every) {
-        const std::size_t n = std::min<std::size_t>(heed_every, value.elements - at);
-        rule.loop(static_cast<const std::byte*>(data) + at * width, out + at * result_width, n, head);
-        if (!in_place) heed_attention();
-    }
-    header(out).head = result_head;
-    return std::exchange(result.record.data_pointer, nullptr);
+    const MonadicKinds& rule = verb.kinds_of[kind_index(head_tag(head))];
+    const std::size_t width = item_width(head);
+    return by_loops(
+        rule, value.elements, [&](std::uint32_t tag) { return rule.head(head, tag, setting); },
+        [&](std::uint64_t result_head) -> void* {
+            if (!may_reuse || !sole_holder(data) || item_width(result_head) != width) return nullptr;
+            return std::exchange(value.data_pointer, nullptr);
+        },
+        [&](const auto& loop, std::size_t from, std::byte* out, std::size_t n) {
+            return loop.loop(static_cast<const std::byte*>(data) + from * width, out, n, head, setting);
+        },
+        [&](ItemsOwner& rest) { by_item(verb, value, setting, rest); });
 }
 
-DataElement compute(const MonadicVerb& verb, DataElement& value, bool may_reuse, Site site) {
+DataElement compute(const MonadicVerb& verb, DataElement& value, bool may_reuse, const Setting& outer) {
     if (value.type & ISEMPTY) {
         referencepoint(value);
         return value;
     }
-    if (value.rank < 0) raise(994, site);
-    void* block = by_loop(verb, value, may_reuse);
-    if (block == nullptr) block = by_item(verb, value, site);
-    Owner result(result_record(value, block, value.type & ISPROBABLE));
+    if (value.rank < 0) raise(994, outer.site);
+    bool drew = false;
+    Setting setting = outer;
+    setting.probable = (value.type & ISPROBABLE) != 0;
+    setting.drew = &drew;
+    void* block = by_loop(verb, value, may_reuse, setting);
+    if (block == nullptr) {
+        ItemsOwner items(value.elements);
+        by_item(verb, value, setting, items);
+        block = items.take();
+    }
+    const bool chance = verb.by_chance || setting.probable || drew;
+    Owner result(result_record(value, block, chance ? ISPROBABLE : 0));
     pack(result.record);
     return result.take();
+}
+
+// A plain scalar that nobody else holds: no walk, and its block serves again.
+bool scalar(const MonadicVerb& verb, DataElement& value, const Setting& setting) {
+    if (value.rank != 0 || verb.by_chance || (value.type & ISPROBABLE)) return false;
+    DataElement* const item = items_of(value);
+    if (kind_index(item->tag) >= kinds || !sole_holder(item)) return false;
+    bool drew = false;
+    Setting own = setting;
+    own.drew = &drew;
+    const DataElement result = verb.kinds_of[kind_index(item->tag)].item(*item, own);
+    dereferencedataelems(item, 1);
+    *item = result;
+    value.type = ISSCALAR | kind_bits(result.tag) | (drew ? ISPROBABLE : 0);
+    return true;
 }
 
 }  // namespace
 
 void monadic(const MonadicVerb& verb, DataElement* sp, DataElement* cell) {
-    const DataElement result = compute(verb, *sp, true, {sp, cell});
+    const Setting setting{.site = {sp, cell}, .tolerance = verb.tolerant ? tolerance() : 0, .stream = &prngs_seed};
+    if (scalar(verb, *sp, setting)) return;
+    const DataElement result = compute(verb, *sp, true, setting);
     dereferencepoint(*sp);
     *sp = result;
 }

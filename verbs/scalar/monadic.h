@@ -1,75 +1,200 @@
 // The frame of the monadic scalar verbs, and the table that it makes of a verb's rule.
 //
-// A monadic rule is a struct with
+// A monadic rule is a struct, made from a Setting if it depends on one, with
 //   takes<A>           whether the rule has a case for the kind; if not, missing<A> is the error
-//   apply(value, head) what one bare value gives; the head tells the form that it is in
+//   apply(value, head) what one bare value gives, an Either where its kind depends on the value; the head tells the
+//                      form that it is in
 //   head(head, tag)    the head of a result of kind `tag`, from the operand's
+//   by_cartesian       optional: a polar number is computed as a cartesian one, and the result brought back
+//   special<A>         optional: kinds whose result is more than a value; special_item makes it, and there is no loop
+//   ordinary(values, n), plain(value)
+//                      optional, for kinds that have both: the values are such that `plain`, which is faster, gives
+//                      what `apply` gives, and of an Either the usual kind
+//   loop<A>            optional: for the kinds that it takes, a loop of its own
 #pragma once
 
 #include "verbs/scalar/rule.h"
 
 namespace ondrel {
 
-using MonadicItem = DataElement (*)(const DataElement& item, Site site);
+using MonadicItem = DataElement (*)(const DataElement& item, const Setting& setting);
 
-// A loop over n bare values that share a head. The result may be the operand's own payload.
-using MonadicLoop = void (*)(const void* values, void* result, std::size_t n, std::uint64_t head);
+// A loop over n bare values that share a head. Returns how many results it wrote: fewer than n when the next one would
+// be of another kind. The result may be the operand's own payload.
+using MonadicLoop = std::size_t (*)(const void* values, void* result, std::size_t n, std::uint64_t head,
+                                    const Setting& setting);
 
 struct MonadicKinds {
     MonadicItem item = nullptr;
-    std::uint32_t tag = 0;  // the kind of the result; 0: no loop
-    MonadicLoop loop = nullptr;
-    std::uint64_t (*head)(std::uint64_t head, std::uint32_t tag) = nullptr;
+    std::uint64_t (*head)(std::uint64_t head, std::uint32_t tag, const Setting& setting) = nullptr;
+    bool fixed = false;  // the kind of the result does not depend on the values
+    struct {
+        std::uint32_t tag = 0;  // the kind of the result; 0: no loop
+        MonadicLoop loop = nullptr;
+    } loops[2];
 };
 
-using MonadicVerb = std::array<MonadicKinds, kinds>;
+struct MonadicVerb {
+    bool by_chance = false;  // whatever comes out depends on chance
+    bool tolerant = false;   // the rule is made from a Setting
+    std::array<MonadicKinds, kinds> kinds_of{};
+};
+
+// ---- from rule to table
+
+// One value by the rule.
+template <class Rule, class A>
+[[gnu::always_inline]] inline auto applied(const Rule& rule, const A& value, std::uint64_t head) {
+    if constexpr (is_hypercomplex<A> && requires { Rule::by_cartesian; })
+        if (is_polar(head)) return to_polar(rule.apply(to_cartesian(value), head));
+    return rule.apply(value, head);
+}
 
 template <class Rule, class A>
-using Applied = decltype(Rule::apply(std::declval<A>(), std::uint64_t{}));
+using Applied = decltype(applied(std::declval<Rule>(), std::declval<A>(), std::uint64_t{}));
 
 template <class Rule, class A>
-DataElement single_item(const DataElement& item, Site) {
-    const auto result = Rule::apply(load<A>(item), item.head);
-    return make_item(result, Rule::head(item.head, tag_of<Applied<Rule, A>>));
+DataElement single_item(const DataElement& item, const Setting& setting) {
+    const Rule rule = rule_in<Rule>(setting);
+    return result_item(applied(rule, load<A>(item), item.head),
+                       [&](std::uint32_t tag) { return rule.head(item.head, tag); });
 }
 
 template <int error>
-DataElement refuse_item(const DataElement&, Site site) {
-    raise(error, site);
+DataElement refuse_item(const DataElement&, const Setting& setting) {
+    raise(error, setting.site);
 }
 
 template <class Rule, class A>
-VECTOR_CLONES void monadic_loop(const void* values, void* result, std::size_t n, std::uint64_t head) {
+concept HasPlainOf = requires(const Rule& rule, const A* values) {
+    rule.ordinary(values, std::size_t{});
+    rule.plain(*values);
+};
+
+// With results of the one kind that there is, or of the usual or the other one of an Either up to the first that is
+// not.
+template <class Rule, class A, class Result, bool usual>
+VECTOR_CLONES std::size_t monadic_loop(const void* values, void* result, std::size_t n, std::uint64_t head,
+                                       const Setting& setting) {
+    const Rule rule = rule_in<Rule>(setting);
     const auto* const a = static_cast<const A*>(values);
-    auto* const c = static_cast<Applied<Rule, A>*>(result);
+    auto* const c = static_cast<Result*>(result);
+    for (std::size_t at = 0; at < n;) {
+        const std::size_t end = std::min(at + look_ahead, n);
+        if constexpr (HasPlainOf<Rule, A> && usual) {
+            if (rule.ordinary(a + at, end - at)) {
 #pragma GCC ivdep
-    for (std::size_t i = 0; i < n; ++i) c[i] = Rule::apply(a[i], head);
+                for (std::size_t i = at; i < end; ++i) c[i] = rule.plain(a[i]);
+                at = end;
+                continue;
+            }
+        }
+        if constexpr (is_either<Applied<Rule, A>>) {
+            for (; at < end; ++at) {
+                const auto value = applied(rule, a[at], head);
+                if (value.usual != usual) return at;
+                if constexpr (usual)
+                    c[at] = value.value;
+                else
+                    c[at] = value.other;
+            }
+        } else {
+#pragma GCC ivdep
+            for (std::size_t i = at; i < end; ++i) c[i] = applied(rule, a[i], head);
+            at = end;
+        }
+    }
+    return n;
 }
+
+template <class Rule, class A, class Result>
+struct MonadicLoops {
+    static constexpr std::uint32_t usual_tag = tag_of<Result>, other_tag = 0;
+    static constexpr MonadicLoop usual = monadic_loop<Rule, A, Result, true>, other = nullptr;
+};
+template <class Rule, class A, class Usual, class Other>
+struct MonadicLoops<Rule, A, Either<Usual, Other>> {
+    static constexpr std::uint32_t usual_tag = tag_of<Usual>, other_tag = tag_of<Other>;
+    static constexpr MonadicLoop usual = monadic_loop<Rule, A, Usual, true>,
+                                 other = monadic_loop<Rule, A, Other, false>;
+};
 
 template <class Rule, class A>
 constexpr MonadicKinds kinds_of_item() {
-    if constexpr (Rule::template takes<A>)
-        return {single_item<Rule, A>, tag_of<Applied<Rule, A>>, monadic_loop<Rule, A>, Rule::head};
-    else
-        return {refuse_item<Rule::template missing<A>>, 0, nullptr, nullptr};
+    MonadicKinds entry;
+    if constexpr (requires { requires Rule::template special<A>; }) {
+        entry.item = Rule::template special_item<A>;
+    } else if constexpr (!Rule::template takes<A>) {
+        entry.item = refuse_item<Rule::template missing<A>>;
+    } else {
+        using Result = Applied<Rule, A>;
+        using Loops = MonadicLoops<Rule, A, Result>;
+        entry.item = single_item<Rule, A>;
+        entry.head = [](std::uint64_t head, std::uint32_t tag, const Setting& setting) {
+            return rule_in<Rule>(setting).head(head, tag);
+        };
+        entry.fixed = !is_either<Result>;
+        entry.loops[0] = {Loops::usual_tag, Loops::usual};
+        entry.loops[1] = {Loops::other_tag, Loops::other};
+        if constexpr (requires { &Rule::template loop<A>; }) entry.loops[0].loop = Rule::template loop<A>;
+    }
+    return entry;
 }
 
 template <class Rule>
 constexpr MonadicVerb make_monadic() {
-    return []<std::size_t... kind>(std::index_sequence<kind...>) {
-        return MonadicVerb{kinds_of_item<Rule, KindAt<kind>>()...};
-    }
-    (std::make_index_sequence<kinds>{});
+    MonadicVerb verb{requires {Rule::by_chance;
+}
+, std::is_constructible_v<Rule, const Setting&>, {}
+};  // namespace ondrel
+[&]<std::size_t... kind>(std::index_sequence<kind...>) {
+    ((verb.kinds_of[kind] = kinds_of_item<Rule, KindAt<kind>>()), ...);
+}
+(std::make_index_sequence<kinds>{});
+return verb;
 }
 
 // Runs the verb on the record at `sp`, in place. An empty value stays as it is. Raises 27 and what the rule raises for
 // an item; the record then stands as it was.
 void monadic(const MonadicVerb& verb, DataElement* sp, DataElement* cell);
 
-// The verbs of the forms of numbers. Each takes the stack pointer and its instruction cell.
-void polar(DataElement*& sp, DataElement* cell);
-void cartesian(DataElement*& sp, DataElement* cell);
-void deg(DataElement*& sp, DataElement* cell);
-void rad(DataElement*& sp, DataElement* cell);
+template <class Rule>
+inline constexpr MonadicVerb monadic_verb = make_monadic<Rule>();
+
+// The same for the verb of a rule.
+template <class Rule>
+void monadic(DataElement* sp, DataElement* cell) {
+    monadic(monadic_verb<Rule>, sp, cell);
+}
+
+// ---- what the rules share
+
+// The rule has a case for every number, and for nothing else.
+struct OfNumbers {
+    template <class A>
+    static constexpr bool takes = !is_character<A>;
+    template <class A>
+    static constexpr int missing = 994;
+};
+
+// The form that a computed number keeps of its operand's: a cartesian or polar number stays one.
+constexpr std::uint16_t kept_form(std::uint64_t head) {
+    const std::uint16_t form = head_form(head);
+    return form == form::cartesian || form == form::polar ? form : form::number;
+}
+
+// The head of a result that is as much of a polar or cartesian number as the operand was.
+constexpr std::uint64_t kept_head(std::uint64_t head, std::uint32_t tag) {
+    return make_head(tag, tag >= tag::complex ? kept_form(head) : form::number, kept_marks(head));
+}
+
+// ---- the verbs: each takes the stack pointer and its instruction cell
+
+ScalarVerb conjugate, negative, signum, direction, reciprocal, magnitude, pitimes;
+ScalarVerb Truncate, flooring, ceiling;
+ScalarVerb exponential, naturallog, factorial;
+ScalarVerb not_, boolean, logical, probably, contradiction, isboolean, islogical;
+ScalarVerb polar, cartesian, deg, rad, binary, number, ispolar, iscartesian, isbinary, isnumber;
+ScalarVerb roll, Random;
 
 }  // namespace ondrel

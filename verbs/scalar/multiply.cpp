@@ -51,21 +51,19 @@ struct Multiply : Arithmetic {
     static constexpr bool special = (std::is_same_v<A, std::uint8_t> && std::is_same_v<B, std::int64_t>) ||
                                     (std::is_same_v<A, std::int64_t> && std::is_same_v<B, std::uint8_t>);
     template <class A, class B>
-    static DataElement special_item(const DataElement& left, const DataElement& right, Site site) {
+    static DataElement special_item(const DataElement& left, const DataElement& right, const Setting& setting) {
         const bool character_left = left.tag == tag::ascii;
         DataElement character = character_left ? left : right;
         const std::int64_t keep = (character_left ? right : left).integer;
-        if (keep != 0 && keep != 1) raise(149, site);
+        if (keep != 0 && keep != 1) raise(149, setting.site);
         if (keep == 0) character.ascii = ' ';
         return character;
     }
 };
 
-constexpr DyadicVerb multiply_verb = make_dyadic<Multiply>();
-
 }  // namespace
 
-void multiply(DataElement*& sp, DataElement* cell) { arithmetic<Multiply>(multiply_verb, sp, cell); }
+void multiply(DataElement*& sp, DataElement* cell) { arithmetic<Multiply>(sp, cell); }
 
 bool multiply_literal(DataElement& left, const DataElement& right) { return plain_literal<Multiply>(left, right); }
 

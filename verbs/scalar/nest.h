@@ -1,5 +1,8 @@
-// What both frames need around the items: records of results, nested values, and how often to look up.
+// What both frames need around the items: records of results, nested values, the loops, and how often to look up.
 #pragma once
+
+#include <algorithm>
+#include <utility>
 
 #include "data/blocks.h"
 
@@ -13,5 +16,49 @@ DataElement result_record(const DataElement& giver, void* data, std::uint32_t pr
 
 // The value that an item stands for, with references of its own: the nested one, or a scalar of it.
 DataElement value_of_item(const DataElement& item);
+
+// Runs `loop(done, out, n)`, which returns how many of the n items from `done` on it wrote to `out`, over all of them
+// and returns how many it wrote. Where the result is a block of its own an interrupt may leave in between; an operand
+// that is being overwritten is finished first.
+template <class Loop>
+std::size_t in_stretches(void* block, std::size_t width, std::size_t n, bool in_place, const Loop& loop) {
+    for (std::size_t done = 0; done < n;) {
+        const std::size_t stretch = std::min(n - done, heed_every);
+        const std::size_t wrote = loop(done, static_cast<std::byte*>(block) + done * width, stretch);
+        done += wrote;
+        if (wrote < stretch) return done;
+        if (!in_place) heed_attention();
+    }
+    return n;
+}
+
+// The data block of n results by the loops of a verb for its operands' kinds, or null if the items have to be looked at
+// one by one. `head_of(tag)` is the head of a result, or 0; `reuse(head)` gives up an operand's block to write into, or
+// null; `run(loop, done, out, n)` is as above; `rest(items)` fills the items of a result behind those that it has.
+template <class Rule, class HeadOf, class Reuse, class Run, class Rest>
+void* by_loops(const Rule& rule, std::size_t n, const HeadOf& head_of, const Reuse& reuse, const Run& run,
+               const Rest& rest) {
+    for (const auto& loop : rule.loops) {
+        const std::uint64_t head = loop.tag == 0 ? 0 : head_of(loop.tag);
+        if (head == 0) return nullptr;
+        void* const reused = rule.fixed ? reuse(head) : nullptr;
+        Owner result;  // of no rank: only its block counts
+        result.record.data_pointer = reused != nullptr ? reused : allocate_packed(head, n);
+        void* const block = result.record.data_pointer;
+        const std::size_t done =
+            in_stretches(block, item_width(head), n, reused != nullptr,
+                         [&](std::size_t from, std::byte* out, std::size_t k) { return run(loop, from, out, k); });
+        header(block).head = head;
+        if (done == n) return std::exchange(result.record.data_pointer, nullptr);
+        if (done == 0) continue;
+
+        // Items of another kind follow: what stands becomes items, and the rest is done one by one.
+        ItemsOwner items(n);
+        for (; items.filled < done; ++items.filled) items.items[items.filled] = own_item(item_at(block, items.filled));
+        rest(items);
+        return items.take();
+    }
+    return nullptr;
+}
 
 }  // namespace ondrel

@@ -2,136 +2,48 @@
 // rule: for each pair of kinds the function for one pair of items and, where the kind of the result can be told
 // beforehand, the loops over bare payloads. The frames (dyadic.h, monadic.h) do everything else.
 //
-// A dyadic rule is a struct with
+// A dyadic rule is a struct, made from a Setting if it depends on one, with
 //   takes<A, B>            whether the rule has a case for the two kinds; if not, missing<A, B> is the error
 //   apply(a, b)            for two values of one kind, and for other pairs where they are more than widened ones;
-//                          the result is a bare value, or an IntegerOrReal where its kind depends on the values
-//   exactly(a, b)          optional: a pair with an integer that must not be widened first
-//   head(left, right, tag) the head of a result of kind `tag`, from the operands' heads
+//                          the result is a bare value, or an Either where its kind depends on the values
+//   exactly(a, b)          optional: pairs that must not be widened first
+//   head(left, right, tag) the head of a result of kind `tag`, from the operands' heads; 0 where it takes more than
+//   them,
+//                          and the items must be looked at one by one
 //   polar(a, b, forms)     optional: polar complex numbers with a rule of their own. Without it the verb works on the
 //                          cartesian numbers and gives a result of form 8
+//   as_stored              optional: the verb takes the components of a polar number as they stand
 //   special<A, B>          optional: pairs whose result is more than a value; special_item makes it, and must agree
 //                          with the loops where the rule also takes the pair
+//   loop<A, B, extent>     optional: for the pairs that it takes, a loop of its own
 //   ordinary(values, n)    optional, for two of one kind: the values are such that plain(a, b), which is faster, gives
 //                          what apply gives; an integer, where that may give a real
 //   refused                type bits of an operand that raise 17
 #pragma once
 
 #include <algorithm>
-#include <array>
-#include <bit>
 #include <concepts>
-#include <cstddef>
-#include <cstring>
-#include <tuple>
-#include <type_traits>
-#include <utility>
 
-#include "data/blocks.h"
-#include "data/errors.h"
-#include "numbers/kinds.h"
-#include "numbers/polar.h"
+#include "data/system_variables.h"
 #include "verbs/scalar/clones.h"
+#include "verbs/scalar/items.h"
 
 namespace ondrel {
-
-// ---- values and items
-
-struct IntegerOrReal {
-    bool is_integer;
-    std::int64_t integer;
-    double real;
-};
-
-inline IntegerOrReal as_integer(std::int64_t value) { return {true, value, 0}; }
-inline IntegerOrReal as_real(double value) { return {false, 0, value}; }
-
-// The kinds that have rules, in the order of the tables' rows: ascii, unicode, integer, real, complex, quaternion,
-// octonion, by tag from 2 to 8.
-inline constexpr std::size_t kinds = 7;
-constexpr std::size_t kind_index(std::uint32_t tag) { return tag - tag::ascii; }
-
-struct Unicode {
-    std::uint16_t code;
-};
-using Kinds = std::tuple<std::uint8_t, Unicode, std::int64_t, double, Complex, Quaternion, Octonion>;
-template <std::size_t index>
-using KindAt = std::tuple_element_t<index, Kinds>;
-
-template <class Value>
-inline constexpr std::uint32_t tag_of = static_cast<std::uint32_t>(level_of<Value> + tag::integer);
-template <>
-inline constexpr std::uint32_t tag_of<std::uint8_t> = tag::ascii;
-
-// Where the bare value of an item lies.
-inline const void* value_of(const DataElement& item) {
-    switch (item.tag) {
-        case tag::ascii: return &item.ascii;
-        case tag::complex: return item.complex;
-        case tag::quaternion: return item.quaternion;
-        case tag::octonion: return item.octonion;
-        default: return &item.integer;
-    }
-}
-
-template <class Value>
-Value load(const DataElement& item) {
-    Value value;
-    std::memcpy(&value, value_of(item), sizeof value);
-    return value;
-}
-
-// An item of its own; an octonion takes a fresh block.
-template <class Value>
-DataElement make_item(const Value& value, std::uint64_t head) {
-    DataElement item{};
-    item.head = head;
-    if constexpr (std::is_same_v<Value, Octonion>) {
-        item.octonion = allocate_octonion(value.c);
-    } else {
-        std::memcpy(const_cast<void*>(value_of(item)), &value, sizeof value);
-    }
-    return item;
-}
-
-constexpr bool is_polar(std::uint64_t head) { return head_form(head) == form::polar && head_tag(head) >= tag::complex; }
-
-// A hypercomplex value through the conversion of its kind; a plain number is its own in either form.
-template <auto of_complex, auto of_quaternion, auto of_octonion, class Value>
-Value converted(const Value& value) {
-    if constexpr (level_of<Value> < level_of<Complex>) {
-        return value;
-    } else {
-        constexpr auto convert = std::is_same_v<Value, Complex>      ? of_complex
-                                 : std::is_same_v<Value, Quaternion> ? of_quaternion
-                                                                     : of_octonion;
-        auto components = std::bit_cast<std::array<double, sizeof(Value) / sizeof(double)>>(value);
-        convert(components.data(), components.data());
-        return std::bit_cast<Value>(components);
-    }
-}
-
-template <class Value>
-Value to_cartesian(const Value& value) {
-    return converted<cartesiancomplex, cartesianquat, cartesianocto>(value);
-}
-
-template <class Value>
-Value to_polar(const Value& value) {
-    return converted<polarcomplex, polarquat, polarocto>(value);
-}
 
 struct Forms {
     bool left_polar, right_polar;
 };
 
+using ScalarVerb = void(DataElement*& sp, DataElement* cell);
+
 // ---- tables
 
-using DyadicItem = DataElement (*)(const DataElement& left, const DataElement& right, Site site);
+using DyadicItem = DataElement (*)(const DataElement& left, const DataElement& right, const Setting& setting);
 
 // A loop over n pairs of bare values. Returns how many results it wrote: fewer than n when the next one would be of
 // another kind. The result may be the very payload of an operand.
-using DyadicLoop = std::size_t (*)(const void* left, const void* right, void* result, std::size_t n);
+using DyadicLoop = std::size_t (*)(const void* left, const void* right, void* result, std::size_t n,
+                                   const Setting& setting);
 
 // Which operand is one value that pairs with every item of the other.
 enum Extent : std::size_t { neither_single, left_single, right_single, extents };
@@ -148,6 +60,7 @@ struct DyadicKinds {
 
 struct DyadicVerb {
     std::uint32_t refused = 0;
+    bool tolerant = false;  // the rule is made from a Setting
     std::array<std::array<DyadicKinds, kinds>, kinds> pairs{};
 };
 
@@ -156,30 +69,31 @@ struct DyadicVerb {
 // One pair by the rule, the lower kind widened where the rule has no case for the two as they are. An integer meets
 // another kind as a real, unless the rule takes that pair itself.
 template <class Rule, class A, class B>
-auto combine(A a, B b) {
-    if constexpr (requires { Rule::exactly(a, b); })
-        return Rule::exactly(a, b);
+[[gnu::always_inline]] inline auto combine(const Rule& rule, const A& a, const B& b) {
+    if constexpr (requires { rule.exactly(a, b); })
+        return rule.exactly(a, b);
     else if constexpr (std::is_same_v<A, B>)
-        return Rule::apply(a, b);
+        return rule.apply(a, b);
     else if constexpr (std::is_same_v<A, std::int64_t>)
-        return combine<Rule>(static_cast<double>(a), b);
+        return combine(rule, static_cast<double>(a), b);
     else if constexpr (std::is_same_v<B, std::int64_t>)
-        return combine<Rule>(a, static_cast<double>(b));
-    else if constexpr (requires { Rule::apply(a, b); })
-        return Rule::apply(a, b);
+        return combine(rule, a, static_cast<double>(b));
+    else if constexpr (requires { rule.apply(a, b); })
+        return rule.apply(a, b);
     else if constexpr (level_of<A> < level_of<B>)
-        return Rule::apply(widen<B>(a), b);
+        return rule.apply(widen<B>(a), b);
     else
-        return Rule::apply(a, widen<A>(b));
+        return rule.apply(a, widen<A>(b));
 }
 
 template <class Rule, class A, class B>
-using Combined = decltype(combine<Rule>(std::declval<A>(), std::declval<B>()));
+using Combined = decltype(combine(std::declval<Rule>(), std::declval<A>(), std::declval<B>()));
 
 // ---- one pair
 
 template <class Rule, class A, class B>
-DataElement pair_item(const DataElement& left, const DataElement& right, Site) {
+DataElement pair_item(const DataElement& left, const DataElement& right, const Setting& setting) {
+    const Rule rule = rule_in<Rule>(setting);
     A a = load<A>(left);
     B b = load<B>(right);
     // Where polar numbers have a rule, an integer meets them as a real.
@@ -189,30 +103,25 @@ DataElement pair_item(const DataElement& left, const DataElement& right, Site) {
         else
             return value;
     };
-    if constexpr (level_of<A> >= level_of<Complex> || level_of<B> >= level_of<Complex>) {
+    const auto head = [&](std::uint32_t tag) { return rule.head(left.head, right.head, tag); };
+    if constexpr ((is_hypercomplex<A> || is_hypercomplex<B>)&&!requires { Rule::as_stored; }) {
         const Forms forms{is_polar(left.head), is_polar(right.head)};
         if (forms.left_polar || forms.right_polar) {
-            if constexpr (requires { Rule::polar(real(a), real(b), forms); }) {
-                return make_item(Rule::polar(real(a), real(b), forms), Rule::head(left.head, right.head, tag::complex));
+            if constexpr (requires { rule.polar(real(a), real(b), forms); }) {
+                return result_item(rule.polar(real(a), real(b), forms), head);
             } else {
                 if (forms.left_polar) a = to_cartesian(a);
                 if (forms.right_polar) b = to_cartesian(b);
-                const auto result = combine<Rule>(a, b);
-                return make_item(result, make_head(tag_of<std::remove_const_t<decltype(result)>>, form::number));
+                return result_item(combine(rule, a, b), [](std::uint32_t tag) { return make_head(tag, form::number); });
             }
         }
     }
-    const auto result = combine<Rule>(a, b);
-    if constexpr (std::is_same_v<Combined<Rule, A, B>, IntegerOrReal>)
-        return result.is_integer ? make_item(result.integer, Rule::head(left.head, right.head, tag::integer))
-                                 : make_item(result.real, Rule::head(left.head, right.head, tag::real));
-    else
-        return make_item(result, Rule::head(left.head, right.head, tag_of<Combined<Rule, A, B>>));
+    return result_item(combine(rule, a, b), head);
 }
 
 template <int error>
-DataElement refuse_pair(const DataElement&, const DataElement&, Site site) {
-    raise(error, site);
+DataElement refuse_pair(const DataElement&, const DataElement&, const Setting& setting) {
+    raise(error, setting.site);
 }
 
 // ---- two plain scalars: the usual case of a loop or a function, without a table or a call
@@ -244,21 +153,28 @@ inline void set_type(DataElement& record, std::uint32_t type) {
     if (record.type != type) [[unlikely]]
         record.type = type;
 }
-inline void put_plain(DataElement& item, DataElement& record, std::int64_t value) {
-    item.head = plain_integer;
-    item.integer = value;
-    set_type(record, ISSCALAR | HASINTEGER);
+// The head follows from the rule alone, as both operands are plain.
+template <class Rule, class Result>
+inline void put_plain(const Rule& rule, DataElement& item, DataElement& record, const Result& result) {
+    if constexpr (is_either<Result>) {
+        if (result.usual)
+            put_plain(rule, item, record, result.value);
+        else
+            put_plain(rule, item, record, result.other);
+    } else {
+        item.head = rule.head(plain_real, plain_real, tag_of<Result>);
+        std::memcpy(&item.integer, &result, sizeof result);
+        set_type(record, ISSCALAR | kind_bits(tag_of<Result>));
+    }
 }
-inline void put_plain(DataElement& item, DataElement& record, double value) {
-    item.head = plain_real;
-    item.real = value;
-    set_type(record, ISSCALAR | HASREAL);
-}
-inline void put_plain(DataElement& item, DataElement& record, IntegerOrReal value) {
-    if (value.is_integer)
-        put_plain(item, record, value.integer);
+
+// A rule for plain numbers that have no frame around them.
+template <class Rule>
+inline Rule bare_rule() {
+    if constexpr (std::is_constructible_v<Rule, const Setting&>)
+        return Rule(Setting{.site = {}, .tolerance = tolerance()});
     else
-        put_plain(item, record, value.real);
+        return Rule{};
 }
 
 // Runs an arithmetic rule on a plain scalar and a plain item of the same kind that stays as it is. False, with nothing
@@ -268,7 +184,8 @@ bool plain_literal(DataElement& left, const DataElement& right) {
     DataElement* const l = items_of(left);
     if (l->head != right.head) return false;
     const auto run = [&]<class Value>(Value a, Value b) {
-        const auto value = Rule::apply(a, b);
+        const Rule rule = bare_rule<Rule>();
+        const auto value = combine(rule, a, b);
         DataElement* item = l;
         if (!sole_holder(l)) {
             item = allocate_items(1);
@@ -276,7 +193,7 @@ bool plain_literal(DataElement& left, const DataElement& right) {
             release(l);
             left.data_pointer = item;
         }
-        put_plain(*item, left, value);
+        put_plain(rule, *item, left, value);
         return true;
     };
     if (l->head == plain_integer) return run(l->integer, right.integer);
@@ -293,9 +210,10 @@ inline bool plain_scalars(DataElement*& sp) {
     DataElement *const l = items_of(left), *const r = items_of(*sp);
     if (l->head != r->head || l == r) return false;
     const auto run = [&]<class Value>(Value a, Value b) {
-        const auto value = Rule::apply(a, b);
+        const Rule rule = bare_rule<Rule>();
+        const auto value = combine(rule, a, b);
         left.data_pointer = result_of(l, r);
-        put_plain(*items_of(left), left, value);
+        put_plain(rule, *items_of(left), left, value);
         --sp;
         return true;
     };
@@ -322,7 +240,8 @@ template <class Rule, Extent extent, class A>
 
 // One after the other, as vector code: the result may be an operand, item for item.
 template <class Rule, bool by_plain, Extent extent, class A, class B, class R>
-[[gnu::always_inline]] inline void each(const A* a, const B* b, R* c, std::size_t at, std::size_t end) {
+[[gnu::always_inline]] inline void each(const Rule& rule, const A* a, const B* b, R* c, std::size_t at,
+                                        std::size_t end) {
     const A one_a = a[0];
     const B one_b = b[0];
 #pragma GCC ivdep
@@ -330,14 +249,16 @@ template <class Rule, bool by_plain, Extent extent, class A, class B, class R>
         const A& left = extent == left_single ? one_a : a[i];
         const B& right = extent == right_single ? one_b : b[i];
         if constexpr (by_plain)
-            c[i] = Rule::plain(left, right);
+            c[i] = rule.plain(left, right);
         else
-            c[i] = combine<Rule>(left, right);
+            c[i] = combine(rule, left, right);
     }
 }
 
 template <class Rule, class A, class B, class R, Extent extent>
-VECTOR_CLONES std::size_t fixed_loop(const void* left, const void* right, void* result, std::size_t n) {
+VECTOR_CLONES std::size_t fixed_loop(const void* left, const void* right, void* result, std::size_t n,
+                                     const Setting& setting) {
+    const Rule rule = rule_in<Rule>(setting);
     const auto* const a = static_cast<const A*>(left);
     const auto* const b = static_cast<const B*>(right);
     auto* const c = static_cast<R*>(result);
@@ -345,42 +266,67 @@ VECTOR_CLONES std::size_t fixed_loop(const void* left, const void* right, void* 
         for (std::size_t at = 0; at < n; at += look_ahead) {
             const std::size_t end = std::min(at + look_ahead, n);
             if (ordinary<Rule, extent>(a, b, at, end - at))
-                each<Rule, true, extent>(a, b, c, at, end);
+                each<Rule, true, extent>(rule, a, b, c, at, end);
             else
-                each<Rule, false, extent>(a, b, c, at, end);
+                each<Rule, false, extent>(rule, a, b, c, at, end);
         }
     } else {
-        each<Rule, false, extent>(a, b, c, 0, n);
+        each<Rule, false, extent>(rule, a, b, c, 0, n);
     }
     return n;
 }
 
-// Results of kind R, an integer or a real, up to the first that is of the other one.
-template <class Rule, class A, class B, class R, Extent extent>
-VECTOR_CLONES std::size_t varying_loop(const void* left, const void* right, void* result, std::size_t n) {
+// Results of one of the two kinds of an Either, up to the first that is of the other one.
+template <class Rule, class A, class B, class Usual, class Other, bool usual, Extent extent>
+VECTOR_CLONES std::size_t varying_loop(const void* left, const void* right, void* result, std::size_t n,
+                                       const Setting& setting) {
+    const Rule rule = rule_in<Rule>(setting);
     const auto* const a = static_cast<const A*>(left);
     const auto* const b = static_cast<const B*>(right);
-    auto* const c = static_cast<R*>(result);
+    auto* const c = static_cast<std::conditional_t<usual, Usual, Other>*>(result);
     for (std::size_t at = 0; at < n;) {
         const std::size_t end = std::min(at + look_ahead, n);
-        if constexpr (HasPlain<Rule, A, B> && std::is_same_v<R, std::int64_t>) {
+        if constexpr (HasPlain<Rule, A, B> && usual) {
             if (ordinary<Rule, extent>(a, b, at, end - at)) {
-                each<Rule, true, extent>(a, b, c, at, end);
+                each<Rule, true, extent>(rule, a, b, c, at, end);
                 at = end;
                 continue;
             }
         }
         for (; at < end; ++at) {
-            const auto value = combine<Rule>(a[extent == left_single ? 0 : at], b[extent == right_single ? 0 : at]);
-            if (value.is_integer != std::is_same_v<R, std::int64_t>) return at;
-            if constexpr (std::is_same_v<R, std::int64_t>)
-                c[at] = value.integer;
+            const auto value = combine(rule, a[extent == left_single ? 0 : at], b[extent == right_single ? 0 : at]);
+            if (value.usual != usual) return at;
+            if constexpr (usual)
+                c[at] = value.value;
             else
-                c[at] = value.real;
+                c[at] = value.other;
         }
     }
     return n;
 }
+
+template <class Rule, class A, class B>
+concept HasLoop = requires {
+    &Rule::template loop<A, B, neither_single>;
+};
+
+// The loops of a rule for a pair of kinds whose results are of one kind, or of one of two.
+template <class Rule, class A, class B, class Result>
+struct LoopsFor {
+    static constexpr std::uint32_t usual_tag = tag_of<Result>, other_tag = 0;
+    template <Extent extent>
+    static constexpr DyadicLoop usual = fixed_loop<Rule, A, B, Result, extent>;
+    template <Extent>
+    static constexpr DyadicLoop other = nullptr;
+};
+template <class Rule, class A, class B, class Usual, class Other>
+struct LoopsFor<Rule, A, B, Either<Usual, Other>> {
+    static constexpr std::uint32_t usual_tag = tag_of<Usual>, other_tag = tag_of<Other>;
+    template <Extent extent>
+    static constexpr DyadicLoop usual = varying_loop<Rule, A, B, Usual, Other, true, extent>;
+    template <Extent extent>
+    static constexpr DyadicLoop other = varying_loop<Rule, A, B, Usual, Other, false, extent>;
+};
 
 template <class Rule, class A, class B>
 constexpr DyadicKinds kinds_of_pair() {
@@ -392,30 +338,28 @@ constexpr DyadicKinds kinds_of_pair() {
     else
         entry.item = refuse_pair<Rule::template missing<A, B>>;
     if constexpr (Rule::template takes<A, B>) {
-        using R = Combined<Rule, A, B>;
+        using Result = Combined<Rule, A, B>;
+        using Loops = LoopsFor<Rule, A, B, Result>;
         entry.head = Rule::head;
-        entry.fixed = !std::is_same_v<R, IntegerOrReal>;
-        if constexpr (!std::is_same_v<R, IntegerOrReal>) {
-            entry.loops[0] = {tag_of<R>,
-                              {fixed_loop<Rule, A, B, R, neither_single>, fixed_loop<Rule, A, B, R, left_single>,
-                               fixed_loop<Rule, A, B, R, right_single>}};
-        } else {
-            using I = std::int64_t;
-            entry.loops[0] = {tag::integer,
-                              {varying_loop<Rule, A, B, I, neither_single>, varying_loop<Rule, A, B, I, left_single>,
-                               varying_loop<Rule, A, B, I, right_single>}};
-            entry.loops[1] = {
-                tag::real,
-                {varying_loop<Rule, A, B, double, neither_single>, varying_loop<Rule, A, B, double, left_single>,
-                 varying_loop<Rule, A, B, double, right_single>}};
+        entry.fixed = !is_either<Result> && !HasLoop<Rule, A, B>;
+        auto& [usual, other] = entry.loops;
+        usual.tag = Loops::usual_tag;
+        other.tag = Loops::other_tag;
+        [&]<std::size_t... extent>(std::index_sequence<extent...>) {
+            if constexpr (HasLoop<Rule, A, B>)
+                usual.by_extent = {Rule::template loop<A, B, Extent{extent}>...};
+            else
+                usual.by_extent = {Loops::template usual<Extent{extent}>...};
+            other.by_extent = {Loops::template other<Extent{extent}>...};
         }
+        (std::make_index_sequence<extents>{});
     }
     return entry;
 }
 
 template <class Rule>
 constexpr DyadicVerb make_dyadic() {
-    DyadicVerb verb{Rule::refused, {}};
+    DyadicVerb verb{Rule::refused, std::is_constructible_v<Rule, const Setting&>, {}};
     [&]<std::size_t... cell>(std::index_sequence<cell...>) {
         ((verb.pairs[cell / kinds][cell % kinds] = kinds_of_pair<Rule, KindAt<cell / kinds>, KindAt<cell % kinds>>()),
          ...);
@@ -434,16 +378,12 @@ template <unsigned bits>
     return wide >> (bits + 1) == 0;
 }
 
-// Both are numbers on the tower.
-template <class A, class B>
-inline constexpr bool both_numbers = level_of<A> >= 0 && level_of<B> >= 0;
-
 // Computed integers, reals, quaternions and octonions are plain numbers. A complex result keeps the form and marks of
 // its complex operand, the left one if both are, without the named and hidden marks.
 constexpr std::uint64_t arithmetic_head(std::uint64_t left, std::uint64_t right, std::uint32_t tag) {
     if (tag != tag::complex) return make_head(tag, form::number);
     const std::uint64_t giver = head_tag(left) == tag::complex ? left : right;
-    return make_head(tag, head_form(giver), head_marks(giver) & 0x3fff);
+    return make_head(tag, head_form(giver), kept_marks(giver));
 }
 
 // The part of a rule that goes for numbers of any two kinds, and for them alone.
