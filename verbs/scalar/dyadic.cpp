@@ -182,6 +182,10 @@ constexpr std::array<LiteralForm*, Instructions.size()> literal_forms = [] {
              {Instruction::MULTIPLY, multiply_literal},
              {Instruction::DIVIDE, divide_literal},
              {Instruction::RESIDUE, residue_literal},
+             {Instruction::LESS, less_literal},
+             {Instruction::NOTGREATER, notgreater_literal},
+             {Instruction::NOTLESS, notless_literal},
+             {Instruction::GREATER, greater_literal},
          })
         forms[static_cast<std::size_t>(verb)] = form;
     return forms;
