@@ -97,7 +97,7 @@ inline constexpr std::uint16_t unset = 0, boolean = 1, logical = 2, binary = 4, 
 
 // Bits of `marks`.
 namespace mark {
-inline constexpr std::uint16_t degrees = 0x20, r_prefix = 0x100, named = 0x4000, hidden = 0x8000;
+inline constexpr std::uint16_t chance = 1, degrees = 0x20, r_prefix = 0x100, named = 0x4000, hidden = 0x8000;
 }
 
 constexpr std::uint64_t make_head(std::uint32_t tag, std::uint16_t form, std::uint16_t marks = 0) {

@@ -1,6 +1,5 @@
 #include "numbers/truth.h"
 
-#include <algorithm>
 #include <cmath>
 
 namespace ondrel {
@@ -8,7 +7,7 @@ namespace {
 
 double sum_clamped(std::span<const double> components) {
     double sum = 0;
-    for (const double component : components) sum += std::clamp(component, 0.0, 1.0);
+    for (const double component : components) sum += truth_degree(component);
     return sum;
 }
 

@@ -1,0 +1,126 @@
+// AND, OR, NAND and NOR take the lesser or the greater of two degrees of truth; the STRONG ones add degrees up. On
+// booleans both agree.
+//
+// Numbers meet component by component; what only the higher kind has comes out 0. Two integers or two characters that
+// are both binary meet bit by bit, in the four plain verbs.
+#include <algorithm>
+
+#include "numbers/magnitude.h"
+#include "numbers/truth.h"
+#include "verbs/scalar/dyadic.h"
+
+namespace ondrel {
+namespace {
+
+// `Verb` brings degree(x, y) for two degrees and, unless it is strong, bits(x, y) for two words.
+template <class Verb>
+struct Connective {
+    static constexpr std::uint32_t refused = ISADDRESS;
+    template <class A, class B>
+    static constexpr bool both_ascii = std::is_same_v<A, std::uint8_t>&& std::is_same_v<B, std::uint8_t>;
+    template <class A, class B>
+    static constexpr bool takes = both_numbers<A, B> || both_ascii<A, B>;
+    template <class A, class B>
+    static constexpr int missing = std::is_same_v<A, Unicode> || std::is_same_v<B, Unicode> ? 994 : 162;
+
+    static double degree_of(double value) { return truth_degree(value); }
+    template <class Whole>
+    static double degree_of(Whole value) {
+        return static_cast<double>(is_true(value));
+    }
+
+    template <class A, class B>
+    [[gnu::always_inline]] static auto exactly(const A& a, const B& b) {
+        if constexpr (is_hypercomplex<A> || is_hypercomplex<B>) {
+            using Result = std::conditional_t<(level_of<A> >= level_of<B>), A, B>;
+            Components<Result> result{};
+            const auto left = degrees(a), right = degrees(b);
+            for (std::size_t k = 0; k < std::min(left.size(), right.size()); ++k)
+                result[k] = Verb::degree(left[k], right[k]);
+            return std::bit_cast<Result>(result);
+        } else {
+            const double result = Verb::degree(degree_of(a), degree_of(b));
+            if constexpr (std::is_same_v<A, double> || std::is_same_v<B, double>)
+                return result;
+            else
+                return static_cast<std::int64_t>(result);
+        }
+    }
+
+    // A plain number takes part as its first component.
+    template <class Value>
+    static auto degrees(const Value& value) {
+        if constexpr (is_hypercomplex<Value>)
+            return components_of(map_components(value, truth_degree));
+        else
+            return std::array{degree_of(value)};
+    }
+
+    static constexpr bool both_binary(std::uint64_t left, std::uint64_t right) {
+        return head_form(left) == form::binary && head_form(right) == form::binary && head_tag(left) == head_tag(right);
+    }
+    static constexpr std::uint64_t head(std::uint64_t left, std::uint64_t right, std::uint32_t tag) {
+        if (tag == tag::integer && by_bits && both_binary(left, right)) return 0;
+        return make_head(tag, tag == tag::integer ? form::boolean : form::logical);
+    }
+
+    static constexpr bool by_bits = requires { Verb::bits(std::uint64_t{}, std::uint64_t{}); };
+    template <class A, class B>
+    static constexpr bool special =
+        by_bits&& std::is_same_v<A, B>&& takes<A, B> && !is_hypercomplex<A> && !std::is_same_v<A, double>;
+    template <class A, class B>
+    static DataElement special_item(const DataElement& left, const DataElement& right, const Setting&) {
+        const A a = load<A>(left);
+        const B b = load<B>(right);
+        if (both_binary(left.head, right.head))
+            return make_item(static_cast<A>(Verb::bits(static_cast<std::uint64_t>(a), static_cast<std::uint64_t>(b))),
+                             make_head(left.tag, form::binary));
+        return make_item(exactly(a, b), make_head(tag::integer, form::boolean));
+    }
+};
+
+double lesser(double x, double y) { return x < y || x != x ? x : y; }
+double greater_of(double x, double y) { return x > y || x != x ? x : y; }
+
+struct And : Connective<And> {
+    static double degree(double x, double y) { return lesser(x, y); }
+    static std::uint64_t bits(std::uint64_t x, std::uint64_t y) { return x & y; }
+};
+struct Or : Connective<Or> {
+    static double degree(double x, double y) { return greater_of(x, y); }
+    static std::uint64_t bits(std::uint64_t x, std::uint64_t y) { return x | y; }
+};
+struct Nand : Connective<Nand> {
+    static double degree(double x, double y) { return 1 - lesser(x, y); }
+    static std::uint64_t bits(std::uint64_t x, std::uint64_t y) { return ~(x & y); }
+};
+struct Nor : Connective<Nor> {
+    static double degree(double x, double y) { return 1 - greater_of(x, y); }
+    static std::uint64_t bits(std::uint64_t x, std::uint64_t y) { return ~(x | y); }
+};
+
+struct StrongAnd : Connective<StrongAnd> {
+    static double degree(double x, double y) { return x + y >= 1 ? x + y - 1 : 0.0; }
+};
+struct StrongOr : Connective<StrongOr> {
+    static double degree(double x, double y) { return x + y >= 1 ? 1.0 : x + y; }
+};
+struct StrongNand : Connective<StrongNand> {
+    static double degree(double x, double y) { return x + y >= 1 ? 2 - (x + y) : 1.0; }
+};
+struct StrongNor : Connective<StrongNor> {
+    static double degree(double x, double y) { return x + y >= 1 ? 0.0 : 1 - (x + y); }
+};
+
+}  // namespace
+
+void and_(DataElement*& sp, DataElement* cell) { dyadic<And>(sp, cell); }
+void or_(DataElement*& sp, DataElement* cell) { dyadic<Or>(sp, cell); }
+void nand(DataElement*& sp, DataElement* cell) { dyadic<Nand>(sp, cell); }
+void nor(DataElement*& sp, DataElement* cell) { dyadic<Nor>(sp, cell); }
+void strongand(DataElement*& sp, DataElement* cell) { dyadic<StrongAnd>(sp, cell); }
+void strongor(DataElement*& sp, DataElement* cell) { dyadic<StrongOr>(sp, cell); }
+void strongnand(DataElement*& sp, DataElement* cell) { dyadic<StrongNand>(sp, cell); }
+void strongnor(DataElement*& sp, DataElement* cell) { dyadic<StrongNor>(sp, cell); }
+
+}  // namespace ondrel
