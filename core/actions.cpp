@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <type_traits>
 
+#include "core/chance.h"
 #include "core/console.h"
 #include "core/control.h"
 #include "core/naming.h"

@@ -110,24 +110,4 @@ Outcome push_time(Activation& activation) {
     return Outcome::next;
 }
 
-// A real seeds in millionths.
-Outcome seed(Activation& activation) {
-    constexpr double millionths = 1000000;
-    const DataElement& top = *activation.sp;
-    const bool single = (top.type & SHAPE_BITS) != 0;
-    const DataElement item = single ? item_at(top.data_pointer, 0) : DataElement{};
-    if (item.tag != tag::integer && item.tag != tag::real) return fail(850, activation);
-    std::int64_t value = item.integer;
-    if (item.tag == tag::real)
-        value = fits_integer(item.real * millionths) ? static_cast<std::int64_t>(item.real * millionths) : INT64_MIN;
-    SEED_PRNGS(0, prngs_seed, static_cast<std::uint32_t>(value));
-    dereferencepoint(*activation.sp--);
-    return Outcome::next;
-}
-
-Outcome randomise(Activation&) {
-    SEED_PRNGS(0, prngs_seed, -1);
-    return Outcome::next;
-}
-
 }  // namespace ondrel

@@ -1,4 +1,4 @@
-// The verbs that deal with the user at the standard streams, with the clock, and with chance itself.
+// The verbs that deal with the user at the standard streams and with the clock.
 #pragma once
 
 #include "core/activation.h"
@@ -12,7 +12,5 @@ Outcome quoted_input(Activation& activation);
 Outcome wait_for_enter(Activation& activation);
 Outcome sleep_top(Activation& activation);
 Outcome push_time(Activation& activation);
-Outcome seed(Activation& activation);
-Outcome randomise(Activation& activation);
 
 }  // namespace ondrel

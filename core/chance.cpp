@@ -1,0 +1,137 @@
+#include "core/chance.h"
+
+#include <cmath>
+#include <unordered_set>
+#include <utility>
+#include <vector>
+
+#include "data/system_variables.h"
+#include "numbers/kinds.h"
+#include "numbers/random.h"
+
+namespace ondrel {
+namespace {
+
+// ---- DEAL
+
+// A number that an operand of DEAL stands for, or the error that it is.
+struct Whole {
+    int error = 0;
+    double value = 0;
+};
+
+// A real that the tolerance makes out to be whole counts as that.
+Whole whole_real(double value, double tolerance) {
+    const double below = std::floor(value), above = std::ceil(value);
+    if (!(value >= 0)) return {42};
+    if (below == std::ceil(value - tolerance)) return {0, below};
+    if (above == std::floor(value + tolerance)) return {0, above};
+    return {42};
+}
+
+Whole whole_number(const DataElement& operand, double tolerance) {
+    const DataElement item = item_at(operand.data_pointer, 0);
+    const auto hypercomplex = [&](const double* components, int count) {
+        for (int k = 1; k < count; ++k)
+            if (!(std::fabs(components[k]) <= tolerance)) return Whole{42};
+        return whole_real(components[0], tolerance);
+    };
+    switch (item.tag) {
+        case tag::integer: return item.integer < 0 ? Whole{144} : Whole{0, static_cast<double>(item.integer)};
+        case tag::real: return whole_real(item.real, tolerance);
+        case tag::complex: return hypercomplex(item.complex, 2);
+        case tag::quaternion: return hypercomplex(item.quaternion, 4);
+        case tag::octonion: return hypercomplex(item.octonion, 8);
+        default: return {144};
+    }
+}
+
+// The numbers dealt so far: a bit for each of the range, or where that would be far more than there are, a set.
+class Dealt {
+public:
+    Dealt(double range, double count) {
+        constexpr double bits_worth_a_number = 512;
+        if (range <= count * bits_worth_a_number) bits.resize(static_cast<std::size_t>(range));
+    }
+    // False if the number is among them already.
+    bool add(std::int64_t number) {
+        if (bits.empty()) return others.insert(number).second;
+        std::vector<bool>::reference dealt = bits[static_cast<std::size_t>(number)];
+        const bool fresh = !dealt;
+        dealt = true;
+        return fresh;
+    }
+
+private:
+    std::vector<bool> bits;
+    std::unordered_set<std::int64_t> others;
+};
+
+// `count` distinct numbers, in the order in which they are drawn. A draw that comes up again is passed over; a stream
+// that stands still, or one that does not reach so many, goes on until an interrupt.
+DataElement dealt_numbers(double range, std::uint32_t count) {
+    constexpr std::uint64_t heed_every = 65536;
+    const std::int64_t first = origin();
+    const double scale = range / (static_cast<double>(first) + static_cast<double>(prngs_modulus));
+    Owner result(make_array(vector_shape(count), 1, nullptr, count, HASINTEGER));
+    result.record.type |= ISPROBABLE;
+    ItemsOwner items(count);
+    Dealt dealt(range, count);
+    for (std::uint64_t draws = 1; items.filled < count; ++draws) {
+        if (draws % heed_every == 0) heed_attention();
+        const double number = static_cast<double>(PRNGS(prngs_seed)) * scale;
+        if (!fits_integer(number) || !dealt.add(static_cast<std::int64_t>(number))) continue;
+        DataElement& item = items.items[items.filled++] = {};
+        item.head = make_head(tag::integer, form::number);
+        item.integer =
+            static_cast<std::int64_t>(static_cast<std::uint64_t>(first) + static_cast<std::uint64_t>(number));
+    }
+    result.record.data_pointer = items.take();
+    pack(result.record);
+    return result.take();
+}
+
+}  // namespace
+
+// A real seeds in millionths.
+Outcome seed(Activation& activation) {
+    constexpr double millionths = 1000000;
+    const DataElement& top = *activation.sp;
+    const bool single = (top.type & SHAPE_BITS) != 0;
+    const DataElement item = single ? item_at(top.data_pointer, 0) : DataElement{};
+    if (item.tag != tag::integer && item.tag != tag::real) return fail(850, activation);
+    std::int64_t value = item.integer;
+    if (item.tag == tag::real)
+        value = fits_integer(item.real * millionths) ? static_cast<std::int64_t>(item.real * millionths) : INT64_MIN;
+    SEED_PRNGS(0, prngs_seed, static_cast<std::uint32_t>(value));
+    dereferencepoint(*activation.sp--);
+    return Outcome::next;
+}
+
+Outcome randomise(Activation&) {
+    SEED_PRNGS(0, prngs_seed, -1);
+    return Outcome::next;
+}
+
+// The range lies below the count; they change places, and stay so where the verb refuses them.
+Outcome deal(Activation& activation) {
+    std::swap(activation.sp[0], activation.sp[-1]);
+    DataElement &range = activation.sp[0], &count = activation.sp[-1];
+    if (!(range.type & count.type & SHAPE_BITS) && !((range.type & SHAPE_BITS) && (count.type & SHAPE_BITS)))
+        return fail(42, activation);
+    const double forgiven = tolerance();
+    const Whole of = whole_number(range, forgiven), how_many = whole_number(count, forgiven);
+    for (const Whole& operand : {of, how_many})
+        if (operand.error != 0) return fail(operand.error, activation);
+    if (how_many.value > of.value) return fail(43, activation);
+    if (how_many.value > static_cast<double>(UINT32_MAX)) return fail(146, activation);
+    DataElement result = make_empty();
+    if (how_many.value > 0) result = dealt_numbers(of.value, static_cast<std::uint32_t>(how_many.value));
+    dereferencepoint(range);
+    dereferencepoint(count);
+    --activation.sp;
+    *activation.sp = result;
+    return Outcome::next;
+}
+
+}  // namespace ondrel
