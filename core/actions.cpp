@@ -7,6 +7,7 @@
 #include "core/console.h"
 #include "core/control.h"
 #include "core/naming.h"
+#include "core/powers.h"
 #include "core/programs.h"
 #include "core/results.h"
 #include "core/soundness.h"

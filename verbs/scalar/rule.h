@@ -163,7 +163,7 @@ inline void put_plain(const Rule& rule, DataElement& item, DataElement& record, 
             put_plain(rule, item, record, result.other);
     } else {
         item.head = rule.head(plain_real, plain_real, tag_of<Result>);
-        std::memcpy(&item.integer, &result, sizeof result);
+        std::memcpy(const_cast<void*>(value_of(item)), &result, sizeof result);
         set_type(record, ISSCALAR | kind_bits(tag_of<Result>));
     }
 }
@@ -225,6 +225,13 @@ inline bool plain_scalars(DataElement*& sp) {
 
 // Items that a loop looks at ahead of computing them: few enough to be in the nearest cache still.
 inline constexpr std::size_t look_ahead = 256;
+
+// Plain numbers as reals: where they lie, or, of integers, in `room`, which may be where the results go.
+inline const double* as_reals(const double* values, double*, std::size_t) { return values; }
+inline const double* as_reals(const std::int64_t* values, double* room, std::size_t n) {
+    std::transform(values, values + n, room, [](std::int64_t value) { return static_cast<double>(value); });
+    return room;
+}
 
 template <class Rule, class A, class B>
 concept HasPlain = std::same_as<A, B> && requires(const A* values) {
