@@ -6,6 +6,7 @@
 // among themselves, and characters, are compared as they are. The components of a number count as they stand, in
 // whatever form.
 #include <cmath>
+#include <limits>
 
 #include "numbers/magnitude.h"
 #include "verbs/scalar/dyadic.h"
@@ -68,10 +69,9 @@ using Greater = Order<false, false>;
 // ---- equality in degrees
 
 double distance(double a, double b) {
-    const double apart = std::fabs(a - b);
-    const bool both_absent = a != a && b != b;
-    const bool both_infinite = std::fabs(a) == std::fabs(b) && std::fabs(a) > 1.7976931348623157e308 && a >= b;
-    return both_absent || both_infinite ? 0.0 : apart;
+    constexpr double most = std::numeric_limits<double>::max();
+    const bool both_absent = (a != a) & (b != b), both_infinite = (std::fabs(a) > most) & (std::fabs(b) > most);
+    return both_absent | (both_infinite & (a >= b)) ? 0.0 : std::fabs(a - b);
 }
 
 // A component that is no number is absent. Where both lack the same one the others are compared.

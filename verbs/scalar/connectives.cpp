@@ -79,6 +79,7 @@ struct Connective {
     }
 };
 
+// An operand that is absent makes the result absent.
 double lesser(double x, double y) { return x < y || x != x ? x : y; }
 double greater_of(double x, double y) { return x > y || x != x ? x : y; }
 
