@@ -1,12 +1,14 @@
-// Element-wise arithmetic: our sentence `a b verb`, run by the machine over literal cells, beside a plain loop over
+// Element-wise work: our sentence `a b verb`, run by the machine over literal cells, beside a plain loop over
 // vectors as the limit. The names are "ours" or "plain", the work, the number of items; NumPy's rows carry the same.
 #include <benchmark/benchmark.h>
 
+#include <cmath>
 #include <string>
 #include <vector>
 
 #include "bench/stream.h"
 #include "numbers/algebra.h"
+#include "numbers/random.h"
 
 namespace ondrel {
 namespace {
@@ -25,7 +27,7 @@ template <class Value, class Work>
 void plain(benchmark::State& state, Value left, Value right, Work work) {
     const auto n = static_cast<std::size_t>(state.range(0));
     const std::vector<Value> a(n, left), b(n, right);
-    std::vector<Value> c(n);
+    std::vector<decltype(work(left, right))> c(n);
     for (auto _ : state) {
 #pragma GCC ivdep
         for (std::size_t i = 0; i < n; ++i) c[i] = work(a[i], b[i]);
@@ -42,6 +44,19 @@ Quaternion plain_product(Quaternion l, Quaternion r) {
             l.w * r.y + l.y * r.w + l.z * r.x - l.x * r.z, l.w * r.z + l.z * r.w + l.x * r.y - l.y * r.x};
 }
 
+// The limit of a row over reals or integers. Truth values take a byte each.
+template <class Work>
+constexpr auto reals(Work) {
+    return [](benchmark::State& state) { plain(state, 1.5, 3.5, Work{}); };
+}
+template <class Work>
+constexpr auto integers(Work) {
+    return [](benchmark::State& state) { plain(state, std::int64_t{1}, std::int64_t{3}, Work{}); };
+}
+using Truth = std::uint8_t;
+
+double draw() { return static_cast<double>(PRNGS(prngs_seed)) * prngs_unit; }
+
 struct Row {
     const char* name;
     const char* left;
@@ -51,20 +66,41 @@ struct Row {
 };
 
 const Row rows[] = {
-    {"real + real", "1.5 2.25", "3.5 4.75", "+",
-     [](benchmark::State& state) { plain(state, 1.5, 3.5, [](double a, double b) { return a + b; }); }},
-    {"integer + integer", "1 2", "3 4", "+",
-     [](benchmark::State& state) {
-         plain(state, std::int64_t{1}, std::int64_t{3}, [](std::int64_t a, std::int64_t b) { return a + b; });
-     }},
-    {"integer * scalar", "1 2", "", "3 *",
-     [](benchmark::State& state) {
-         plain(state, std::int64_t{1}, std::int64_t{3}, [](std::int64_t a, std::int64_t) { return a * 3; });
-     }},
-    {"real / real", "1.5 2.25", "3.5 4.75", "/",
-     [](benchmark::State& state) { plain(state, 1.5, 3.5, [](double a, double b) { return a / b; }); }},
-    {"real maximum real", "1.5 2.25", "3.5 4.75", "MAX",
-     [](benchmark::State& state) { plain(state, 1.5, 3.5, [](double a, double b) { return a > b ? a : b; }); }},
+    {"real + real", "1.5 2.25", "3.5 4.75", "+", reals([](double a, double b) { return a + b; })},
+    {"integer + integer", "1 2", "3 4", "+", integers([](std::int64_t a, std::int64_t b) { return a + b; })},
+    {"integer * scalar", "1 2", "", "3 *", integers([](std::int64_t a, std::int64_t) { return a * 3; })},
+    {"real / real", "1.5 2.25", "3.5 4.75", "/", reals([](double a, double b) { return a / b; })},
+    {"real maximum real", "1.5 2.25", "3.5 4.75", "MAX", reals([](double a, double b) { return a > b ? a : b; })},
+    {"integer maximum integer", "1 2", "3 4", "MAX",
+     integers([](std::int64_t a, std::int64_t b) { return a > b ? a : b; })},
+    {"real < real", "1.5 2.25", "3.5 4.75", "<", reals([](double a, double b) { return Truth{a < b}; })},
+    {"integer < integer", "1 2", "3 4", "<", integers([](std::int64_t a, std::int64_t b) { return Truth{a < b}; })},
+    {"real = real", "1.5 2.25", "3.5 4.75", "=",
+     reals([](double a, double b) { return std::fabs(a - b) < 1e-15 ? 1 - std::fabs(a - b) : 0.0; })},
+    {"integer = integer", "1 2", "3 4", "=", integers([](std::int64_t a, std::int64_t b) { return Truth{a == b}; })},
+    {"real and real", "0.5 0.25", "0.3 0.4", "AND", reals([](double a, double b) { return a < b ? a : b; })},
+    {"integer and integer", "1 0", "1 1", "AND",
+     integers([](std::int64_t a, std::int64_t b) { return static_cast<Truth>((a > 0) & (b > 0)); })},
+    {"not real", "0.5 0.25", "", "NOT", reals([](double a, double) { return 1 - a; })},
+    {"not integer", "1 0", "", "NOT", integers([](std::int64_t a, std::int64_t) { return Truth{a <= 0}; })},
+    {"floor of real", "1.5 -2.25", "", "FLOOR", reals([](double a, double) { return std::floor(a); })},
+    {"absolute real", "1.5 -2.25", "", "ABS", reals([](double a, double) { return std::fabs(a); })},
+    {"absolute integer", "1 -2", "", "ABS", integers([](std::int64_t a, std::int64_t) { return a < 0 ? -a : a; })},
+    {"root of real", "1.5 2.25", "", "SQRT", reals([](double a, double) { return std::sqrt(a); })},
+    {"root of integer", "1 2", "", "SQRT",
+     integers([](std::int64_t a, std::int64_t) { return std::sqrt(static_cast<double>(a)); })},
+    {"sine of real", "0.3 1.7 -2.5 11.25", "", "SIN", reals([](double a, double) { return std::sin(a); })},
+    {"exponential of real", "0.3 1.7 -2.5 11.25", "", "EXP", reals([](double a, double) { return std::exp(a); })},
+    {"logarithm of real", "0.3 1.7 2.5 11.25", "", "LN", reals([](double a, double) { return std::log(a); })},
+    {"real to the power real", "0.3 1.7 2.5 11.25", "3.5 -4.75", "POWER",
+     reals([](double a, double b) { return std::pow(a, b); })},
+    {"(x * x + x) / 2 - 1", "1.5 2.25", "", "DUP DUP * + 2 / 1 -",
+     reals([](double a, double) { return (a * a + a) / 2 - 1; })},
+    {"random real", "1.0 1.0", "", "RANDOM", reals([](double a, double) { return a * draw(); })},
+    {"roll of a die", "6 6", "", "ROLL",
+     integers([](std::int64_t a, std::int64_t) {
+         return static_cast<std::int64_t>(static_cast<double>(a) * draw()) + 1;
+     })},
     {"complex * complex", "#1i2 #3i4", "#5i6 #7i8", "*",
      [](benchmark::State& state) {
          plain(state, Complex{1, 2}, Complex{5, 6}, [](Complex a, Complex b) { return plain_product(a, b); });

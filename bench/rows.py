@@ -1,10 +1,12 @@
 """Times the work of the benchmark's rows in NumPy, starts the program, and prints one table.
 
-Usage: rows.py BENCHMARK PROGRAM. BENCHMARK is the benchmark executable, whose rows are named owner/work or
-owner/work/items; PROGRAM is the interpreter. All times are nanoseconds an item, the best of several runs.
+Usage: rows.py BENCHMARK PROGRAM [WORK ...]. BENCHMARK is the benchmark executable, whose rows are named owner/work or
+owner/work/items; PROGRAM is the interpreter. With WORKs, only the rows whose names hold one of them. All times are
+nanoseconds an item, the best of several runs.
 """
 
 import json
+import re
 import subprocess
 import sys
 import time
@@ -14,15 +16,44 @@ import numpy
 import peers
 
 REPEATS = 7
+SPECIAL = re.compile(r"[*+()]")  # characters that the benchmark's filter would take for patterns
 SLICE_SECONDS = 0.05
 
+GENERATOR = numpy.random.default_rng(7)
+
+REAL, INTEGER = ([1.5, 2.25], [3.5, 4.75]), ([1, 2], [3, 4])
+DEGREES, TRUTHS = ([0.5, 0.25], [0.3, 0.4]), ([1, 0], [1, 1])
+ANGLES, POSITIVE = ([0.3, 1.7, -2.5, 11.25], [0]), ([0.3, 1.7, 2.5, 11.25], [3.5, -4.75])
+
+# The same work in NumPy: the kind of item, what the two operands repeat, and the function of them.
 WORK = {
-    "real + real": (numpy.float64, lambda a, b: a + b),
-    "integer + integer": (numpy.int64, lambda a, b: a + b),
-    "integer * scalar": (numpy.int64, lambda a, b: a * 3),
-    "real / real": (numpy.float64, lambda a, b: a / b),
-    "real maximum real": (numpy.float64, lambda a, b: numpy.maximum(a, b)),
-    "complex * complex": (numpy.complex128, lambda a, b: a * b),
+    "real + real": (numpy.float64, REAL, lambda a, b: a + b),
+    "integer + integer": (numpy.int64, INTEGER, lambda a, b: a + b),
+    "integer * scalar": (numpy.int64, INTEGER, lambda a, b: a * 3),
+    "real / real": (numpy.float64, REAL, lambda a, b: a / b),
+    "real maximum real": (numpy.float64, REAL, numpy.maximum),
+    "integer maximum integer": (numpy.int64, INTEGER, numpy.maximum),
+    "real < real": (numpy.float64, REAL, numpy.less),
+    "integer < integer": (numpy.int64, INTEGER, numpy.less),
+    "real = real": (numpy.float64, REAL, numpy.equal),
+    "integer = integer": (numpy.int64, INTEGER, numpy.equal),
+    "real and real": (numpy.float64, DEGREES, numpy.minimum),
+    "integer and integer": (numpy.int64, TRUTHS, numpy.logical_and),
+    "not real": (numpy.float64, DEGREES, lambda a, b: 1 - a),
+    "not integer": (numpy.int64, TRUTHS, lambda a, b: numpy.logical_not(a)),
+    "floor of real": (numpy.float64, REAL, lambda a, b: numpy.floor(a)),
+    "absolute real": (numpy.float64, REAL, lambda a, b: numpy.abs(a)),
+    "absolute integer": (numpy.int64, INTEGER, lambda a, b: numpy.abs(a)),
+    "root of real": (numpy.float64, REAL, lambda a, b: numpy.sqrt(a)),
+    "root of integer": (numpy.int64, INTEGER, lambda a, b: numpy.sqrt(a)),
+    "sine of real": (numpy.float64, ANGLES, lambda a, b: numpy.sin(a)),
+    "exponential of real": (numpy.float64, ANGLES, lambda a, b: numpy.exp(a)),
+    "logarithm of real": (numpy.float64, POSITIVE, lambda a, b: numpy.log(a)),
+    "real to the power real": (numpy.float64, POSITIVE, numpy.power),
+    "(x * x + x) / 2 - 1": (numpy.float64, REAL, lambda a, b: ((a * a) + a) / 2 - 1),
+    "random real": (numpy.float64, REAL, lambda a, b: GENERATOR.random(a.size)),
+    "roll of a die": (numpy.int64, INTEGER, lambda a, b: GENERATOR.integers(1, 7, a.size)),
+    "complex * complex": (numpy.complex128, REAL, lambda a, b: a * b),
 }
 
 
@@ -45,9 +76,8 @@ def best_seconds(work):
 def numpy_nanoseconds(name, items):
     if name not in WORK:
         return None
-    kind, work = WORK[name]
-    a = numpy.resize(numpy.array([1.5, 2.25]).astype(kind), items)
-    b = numpy.resize(numpy.array([3.5, 4.75]).astype(kind), items)
+    kind, operands, work = WORK[name]
+    a, b = (numpy.resize(numpy.array(values).astype(kind), items) for values in operands)
     return best_seconds(lambda: work(a, b)) / items * 1e9
 
 
@@ -79,7 +109,8 @@ def print_arithmetic(executable, names):
         if owner != "ours":
             continue
         # The three stand side by side in time too, as a shared machine changes its pace.
-        pattern = "^(ours|plain)/" + work.replace("*", "\\*").replace("+", "\\+") + f"/{items}(/|$)"
+        escaped = SPECIAL.sub(lambda found: "\\" + found[0], work)
+        pattern = f"^(ours|plain)/{escaped}/{items}(/|$)"
         rows = run_benchmark(executable, pattern)
         other = numpy_nanoseconds(work, int(items))
         ours, plain = rows[f"ours/{work}/{items}"], rows[f"plain/{work}/{items}"]
@@ -114,13 +145,15 @@ def print_start(program):
 
 
 def main():
-    executable, program = sys.argv[1:]
+    executable, program, *wanted = sys.argv[1:]
     listed = subprocess.run([executable, "--benchmark_list_tests"], check=True, stdout=subprocess.PIPE,
                             text=True).stdout.splitlines()
     names = [line.split("/min_warmup_time")[0] for line in listed]
-    print_arithmetic(executable, [name for name in names if name.rsplit("/", 1)[-1].isdigit()])
-    print_interpreter(executable)
-    print_start(program)
+    arithmetic = [name for name in names if name.rsplit("/", 1)[-1].isdigit()]
+    print_arithmetic(executable, [name for name in arithmetic if not wanted or any(word in name for word in wanted)])
+    if not wanted:
+        print_interpreter(executable)
+        print_start(program)
 
 
 if __name__ == "__main__":
