@@ -101,16 +101,22 @@ Lower narrowed(const Higher& value) {
     return lower;
 }
 
+// Of two kinds, left and right as they stand: infinities tell the sides apart.
 template <class A, class B>
 double distance(const A& a, const B& b) {
-    if constexpr (level_of < A >> level_of<B>) {
-        return distance(b, a);
-    } else if constexpr (std::is_same_v<A, std::int64_t> && std::is_same_v<B, double>) {
-        return std::fabs(static_cast<double>(a) - b);
-    } else if constexpr (std::is_same_v<A, std::int64_t>) {
+    constexpr bool left_whole = std::is_same_v<A, std::int64_t>, right_whole = std::is_same_v<B, std::int64_t>;
+    if constexpr ((left_whole && std::is_same_v<B, double>) || (right_whole && std::is_same_v<A, double>)) {
+        return std::fabs(static_cast<double>(a) - static_cast<double>(b));
+    } else if constexpr (left_whole) {
         return distance(static_cast<double>(a), b);
+    } else if constexpr (right_whole) {
+        return distance(a, static_cast<double>(b));
     } else {
-        if (is_within<A>(b)) return distance(a, narrowed<A>(b));
+        if constexpr (level_of<A> < level_of<B>) {
+            if (is_within<A>(b)) return distance(a, narrowed<A>(b));
+        } else {
+            if (is_within<B>(a)) return distance(narrowed<B>(a), b);
+        }
         return std::fabs(signed_magnitude(a) - signed_magnitude(b));
     }
 }
