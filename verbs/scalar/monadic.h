@@ -10,7 +10,8 @@
 //   ordinary(values, n), plain(value)
 //                      optional, for kinds that have both: the values are such that `plain`, which is faster, gives
 //                      what `apply` gives, and of an Either the usual kind
-//   loop<A>            optional: for the kinds that it takes, a loop of its own
+//   loop<A>            optional: for the kinds that it takes, a loop of its own, for the usual kind of an Either alone:
+//                      trying the other one would cost a draw of chance
 #pragma once
 
 #include "verbs/scalar/rule.h"
@@ -135,8 +136,10 @@ constexpr MonadicKinds kinds_of_item() {
         };
         entry.fixed = !is_either<Result>;
         entry.loops[0] = {Loops::usual_tag, Loops::usual};
-        entry.loops[1] = {Loops::other_tag, Loops::other};
-        if constexpr (requires { &Rule::template loop<A>; }) entry.loops[0].loop = Rule::template loop<A>;
+        if constexpr (requires { &Rule::template loop<A>; })
+            entry.loops[0].loop = Rule::template loop<A>;
+        else
+            entry.loops[1] = {Loops::other_tag, Loops::other};
     }
     return entry;
 }
