@@ -21,6 +21,20 @@ struct NaturalLogarithm {
     static void of(const double* x, double* results, std::size_t n);
 };
 
+// Of radians. Angles up to 2^30 are reduced by half turns of 160 bits, greater ones by the general library.
+struct Sine {
+    static double of(double radians);
+    static void of(const double* radians, double* results, std::size_t n);
+};
+struct Cosine {
+    static double of(double radians);
+    static void of(const double* radians, double* results, std::size_t n);
+};
+struct Tangent {
+    static double of(double radians);
+    static void of(const double* radians, double* results, std::size_t n);
+};
+
 // An operand of a dyadic function: n values, or a single one that pairs with every value of the other operand.
 struct Reals {
     const double* values;
@@ -39,10 +53,6 @@ struct Logarithm {
     static double of(double x, double base);
     static void of(Reals x, Reals base, double* results, std::size_t n);
 };
-
-double sine(double radians);
-double cosine(double radians);
-double tangent(double radians);
 
 double cube_root(double x);
 

@@ -64,6 +64,23 @@ TEST(Elementary, FunctionsAreRoundedOnceAndAlikeForOneAndForMany) {
     check<NaturalLogarithm>("logarithm", 0, 1e6, [](long double x) { return std::log(x); });
 }
 
+TEST(Elementary, SinesAreRoundedOnceHoweverFarAroundTheCircle) {
+    for (const double turns : {0.002, 1.0, 50.0, 3e8}) {
+        check<Sine>("sine", -turns, turns, [](long double x) { return std::sin(x); });
+        check<Cosine>("cosine", -turns, turns, [](long double x) { return std::cos(x); });
+        check<Tangent>("tangent", -turns, turns, [](long double x) { return std::tan(x); });
+    }
+    // The doubles nearest to multiples of a right angle leave the least, which the cosine and the tangent show.
+    for (double k = 1; k < 0x1p29; k = std::floor(k * 1.37) + 1) {
+        const auto near = static_cast<double>(k * 0x1.921fb54442d18469898cc51701b8p+0L);
+        for (const double angle : {near, -near}) {
+            EXPECT_LE(error_of(Sine::of(angle), std::sin(static_cast<long double>(angle))), 0.502) << angle;
+            EXPECT_LE(error_of(Cosine::of(angle), std::cos(static_cast<long double>(angle))), 0.502) << angle;
+            EXPECT_LE(error_of(Tangent::of(angle), std::tan(static_cast<long double>(angle))), 0.502) << angle;
+        }
+    }
+}
+
 TEST(Elementary, PowersAreRoundedOnceAndAlikeForOneAndForMany) {
     const std::vector<double> x = arguments(0, 100);
     std::vector<double> y = arguments(-150, 150), many(x.size());
@@ -88,8 +105,8 @@ TEST(Elementary, SpecialValuesAndDomains) {
     EXPECT_EQ(Exponential::of(-745), 5e-324);
     EXPECT_EQ(NaturalLogarithm::of(0), -inf);
     EXPECT_TRUE(std::isnan(NaturalLogarithm::of(-1)));
-    EXPECT_TRUE(std::signbit(sine(-0.0)) && std::isnan(sine(inf)));
-    EXPECT_EQ(sine(0x1.921fb54442d18p+1), 1.2246467991473532e-16);
+    EXPECT_TRUE(std::signbit(Sine::of(-0.0)) && std::isnan(Sine::of(inf)));
+    EXPECT_EQ(Sine::of(0x1.921fb54442d18p+1), 1.2246467991473532e-16);
     EXPECT_EQ(Power::of(0, 0), 1);
     EXPECT_EQ(Power::of(-2, 3), -8);
     EXPECT_EQ(Power::of(2, 63), 0x1p63);
