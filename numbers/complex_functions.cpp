@@ -45,26 +45,34 @@ Extended root(long double re, long double im) {
     return re >= 0 ? Extended(std::sqrt(re), 0) : re < 0 ? Extended(0, std::sqrt(-re)) : Extended(re, 0);
 }
 
-// 1 + a * b + c * d for two factors next to each other; two infinities that fight leave the positive one.
-long double sum_of_products(long double a, long double b, long double c, long double d, bool finite_operands) {
-    const long double sum = a * b + c * d;
-    return std::isnan(sum) && !finite_operands ? std::numeric_limits<long double>::infinity() : sum;
+// sqrt(1 + sign * z^2), with no digits lost where that is near 0. What has no value in the square of an infinite number
+// counts as a positive infinity.
+Extended root_of_one_and_square(int sign, const Extended& z) {
+    if (const long double x = z.real(); z.imag() == 0) return root(sign < 0 ? (1 - x) * (1 + x) : 1 + x * x, 0);
+    const Extended w = sign < 0 ? z : Extended(-z.imag(), z.real());  // the sum is 1 - w^2
+    const long double x = w.real(), y = w.imag(), infinite = std::numeric_limits<long double>::infinity();
+    const auto settled = [&](long double part, long double instead) {
+        return std::isnan(part) && !std::isnan(x) && !std::isnan(y) ? instead : part;
+    };
+    return root(settled((1 - x) * (1 + x) + y * y, infinite), settled(-2 * x * y, sign * infinite));
 }
 
-// sqrt(1 - z^2), with no digits lost where z is near 1 or -1.
-Extended root_of_one_minus_square(const Extended& z) {
-    const long double x = z.real(), y = z.imag();
-    if (y == 0) return root((1 - x) * (1 + x), 0);
-    const bool finite = std::isfinite(x) && std::isfinite(y);
-    return root(sum_of_products(1 - x, 1 + x, y, y, finite || std::isnan(x) || std::isnan(y)), -2 * x * y);
-}
-
-// (z + 1) sqrt((z - 1) / (z + 1))
+// (z + 1) sqrt((z - 1) / (z + 1)), the root of z^2 - 1 that lies on the same side of the real axis as z.
 Extended root_of_square_minus_one(const Extended& z) {
-    if (z.imag() != 0) return std::sqrt(z - 1.0L) * std::sqrt(z + 1.0L);
-    const long double x = z.real();
+    const long double x = z.real(), y = z.imag();
+    if (y != 0) {
+        const Extended found = root_of_one_and_square(-1, z);
+        return y > 0 ? Extended(0 - found.imag(), found.real()) : Extended(found.imag(), -found.real());
+    }
     const Extended found = root((x - 1) * (x + 1), 0);
     return x < -1 ? -found : found;
+}
+
+// The components of a root that is seen as a magnitude and an angle.
+Extended with_angle_zero(const Extended& z) {
+    const long double least = 1e-15L * std::abs(z);
+    const auto part = [least](long double value) { return std::fabs(value) < least ? 0.0L : value; };
+    return {part(z.real()), part(z.imag())};
 }
 
 // The number moved to the side of a cut that counts: the zero of its i part, or of its real part, takes this sign.
@@ -83,12 +91,11 @@ Extended cosine(const Extended& z) {
 }
 
 Extended by_selector(int selector, const Extended& z) {
-    constexpr Extended i(0, 1);
     switch (selector) {
         case 1: return sine(z);
         case 2: return cosine(z);
         case 3: return std::tan(z);
-        case 4: return root_of_one_minus_square(i * z);
+        case 4: return with_angle_zero(root_of_one_and_square(1, z));
         case 5: {
             const Extended turned = sine({-z.imag(), z.real()});  // sinh z = -i sin iz
             return {turned.imag(), -turned.real()};
@@ -102,7 +109,7 @@ Extended by_selector(int selector, const Extended& z) {
         case -5: return std::asinh(with_re_zero(z, z.imag()));
         case -6: return std::acosh(with_im_zero(z, z.real() < -1 ? -1 : 1));
         case -7: return std::atanh(with_im_zero(z, -z.real()));
-        default: return root_of_one_minus_square(z);
+        default: return with_angle_zero(root_of_one_and_square(-1, z));
     }
 }
 
