@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <complex>
 #include <numbers>
 
 #include "numbers/complex_functions.h"
@@ -30,15 +31,19 @@ struct UpToComplex : Arithmetic {
 using RealOrComplex = Either<double, Complex>;
 constexpr double third = 0.3333333333333333, half = 0.5;  // stand for the cube root and the square root
 
-// A negative base: e to the y ln|x|, turned by y half turns. Whole turns are left out first, so that no digit of a
-// large exponent is lost.
+// A negative base: the power of its magnitude, turned by y half turns. Whole turns are left out first, so that no digit
+// of a large exponent is lost, and then quarter turns, so that none of a small component is.
 Complex turned_power(double x, double y) {
-    const long double angle = std::numbers::pi_v<long double> * std::remainder(static_cast<long double>(y), 2.0L);
-    const long double size = std::exp(y * std::log(-static_cast<long double>(x)));
+    constexpr std::array<std::complex<long double>, 4> quarter_turns = {{{1, 0}, {0, 1}, {-1, 0}, {0, -1}}};
+    const double half_turns = std::remainder(y, 2.0), quarters = std::nearbyint(2 * half_turns);
+    const long double angle = std::numbers::pi_v<long double> * (half_turns - quarters / 2);
+    const std::complex<long double> direction =
+        std::complex(std::cos(angle), std::sin(angle)) * quarter_turns[static_cast<std::size_t>(quarters + 4) % 4];
+    const long double size = std::pow(-static_cast<long double>(x), static_cast<long double>(y));
     const auto part = [size](long double value) {
         return std::fabs(value) < 1e-15L ? 0.0 : static_cast<double>(size * value);
     };
-    return {part(std::cos(angle)), part(std::sin(angle))};
+    return {part(direction.real()), part(direction.imag())};
 }
 
 struct ToPower : UpToComplex {
