@@ -68,11 +68,11 @@ private:
 };
 
 // `count` distinct numbers, in the order in which they are drawn. A draw that comes up again is passed over; a stream
-// that stands still, or one that does not reach so many, goes on until an interrupt.
-DataElement dealt_numbers(double range, std::uint32_t count) {
+// that stands still, or one that does not reach so many, goes on until an interrupt. `scale` takes a draw into the
+// range.
+DataElement dealt_numbers(double range, double scale, std::uint32_t count) {
     constexpr std::uint64_t heed_every = 65536;
     const std::int64_t first = origin();
-    const double scale = range / (static_cast<double>(first) + static_cast<double>(prngs_modulus));
     Owner result(make_array(vector_shape(count), 1, nullptr, count, HASINTEGER));
     result.record.type |= ISPROBABLE;
     ItemsOwner items(count);
@@ -117,16 +117,17 @@ Outcome randomise(Activation&) {
 Outcome deal(Activation& activation) {
     std::swap(activation.sp[0], activation.sp[-1]);
     DataElement &range = activation.sp[0], &count = activation.sp[-1];
-    if (!(range.type & count.type & SHAPE_BITS) && !((range.type & SHAPE_BITS) && (count.type & SHAPE_BITS)))
-        return fail(42, activation);
+    if (!(range.type & SHAPE_BITS) || !(count.type & SHAPE_BITS)) return fail(42, activation);
     const double forgiven = tolerance();
     const Whole of = whole_number(range, forgiven), how_many = whole_number(count, forgiven);
     for (const Whole& operand : {of, how_many})
         if (operand.error != 0) return fail(operand.error, activation);
     if (how_many.value > of.value) return fail(43, activation);
     if (how_many.value > static_cast<double>(UINT32_MAX)) return fail(146, activation);
+    const double scale = of.value / (static_cast<double>(origin()) + static_cast<double>(prngs_modulus));
+    if (!fits_integer(scale)) return fail(42, activation);  // no draw would give an integer
     DataElement result = make_empty();
-    if (how_many.value > 0) result = dealt_numbers(of.value, static_cast<std::uint32_t>(how_many.value));
+    if (how_many.value > 0) result = dealt_numbers(of.value, scale, static_cast<std::uint32_t>(how_many.value));
     dereferencepoint(range);
     dereferencepoint(count);
     --activation.sp;
