@@ -8,9 +8,11 @@
 #include "core/calls.h"
 #include "core/stack.h"
 #include "data/texts.h"
+#include "numbers/magnitude.h"
 #include "numbers/random.h"
 #include "numbers/truth.h"
 #include "translator/emission.h"
+#include "verbs/scalar/items.h"
 
 namespace ondrel {
 namespace {
@@ -21,14 +23,21 @@ bool is_instruction(std::uint16_t number, Instruction instruction) {
 
 void drop_top(Activation& activation) { dereferencepoint(*activation.sp--); }
 
+// The components of a number, a polar one as the cartesian one that it is.
+template <class Value>
+auto cartesian_components(const DataElement& item) {
+    const Value value = load<Value>(item);
+    return components_of(is_polar(item.head) ? to_cartesian(value) : value);
+}
+
 // The probability that a number stands for; negative for an item that stands for none.
 double probability_of(const DataElement& item) {
     constexpr double none = -1;
     switch (item.tag) {
         case tag::real: return std::clamp(item.real, 0.0, 1.0);
-        case tag::complex: return 1 - contradict_c(item.complex);
-        case tag::quaternion: return 1 - contradict_q(item.quaternion);
-        case tag::octonion: return 1 - contradict_o(std::span<const double, 8>(item.octonion, 8));
+        case tag::complex: return 1 - contradict_c(cartesian_components<Complex>(item));
+        case tag::quaternion: return 1 - contradict_q(cartesian_components<Quaternion>(item));
+        case tag::octonion: return 1 - contradict_o(cartesian_components<Octonion>(item));
         default: return none;
     }
 }

@@ -13,7 +13,7 @@ namespace ondrel {
 namespace {
 
 struct Chance {
-    static constexpr bool by_chance = true;
+    static constexpr bool by_chance = true, of_cartesian = true;
     template <class A>
     static constexpr bool takes = !std::is_same_v<A, Unicode>;
     template <class A>

@@ -5,7 +5,8 @@
 //   apply(value, head) what one bare value gives, an Either where its kind depends on the value; the head tells the
 //                      form that it is in
 //   head(head, tag)    the head of a result of kind `tag`, from the operand's
-//   by_cartesian       optional: a polar number is computed as a cartesian one, and the result brought back
+//   of_cartesian       optional: a polar number is taken as the cartesian one that it is
+//   by_cartesian       optional: likewise, and the result is brought back to polar form
 //   special<A>         optional: kinds whose result is more than a value; special_item makes it, and there is no loop
 //   ordinary(values, n), plain(value)
 //                      optional, for kinds that have both: the values are such that `plain`, which is faster, gives
@@ -46,8 +47,11 @@ struct MonadicVerb {
 // One value by the rule.
 template <class Rule, class A>
 [[gnu::always_inline]] inline auto applied(const Rule& rule, const A& value, std::uint64_t head) {
-    if constexpr (is_hypercomplex<A> && requires { Rule::by_cartesian; })
+    if constexpr (is_hypercomplex<A> && requires { Rule::by_cartesian; }) {
         if (is_polar(head)) return to_polar(rule.apply(to_cartesian(value), head));
+    } else if constexpr (is_hypercomplex<A> && requires { Rule::of_cartesian; }) {
+        if (is_polar(head)) return rule.apply(to_cartesian(value), head);
+    }
     return rule.apply(value, head);
 }
 

@@ -8,10 +8,9 @@
 //                          the result is a bare value, or an Either where its kind depends on the values
 //   exactly(a, b)          optional: pairs that must not be widened first
 //   head(left, right, tag) the head of a result of kind `tag`, from the operands' heads; 0 where it takes more than
-//   them,
-//                          and the items must be looked at one by one
+//                          them, and the items must be looked at one by one
 //   polar(a, b, forms)     optional: polar complex numbers with a rule of their own. Without it the verb works on the
-//                          cartesian numbers and gives a result of form 8
+//                          cartesian numbers, which have no marks
 //   as_stored              optional: the verb takes the components of a polar number as they stand
 //   special<A, B>          optional: pairs whose result is more than a value; special_item makes it, and must agree
 //                          with the loops where the rule also takes the pair
@@ -112,7 +111,10 @@ DataElement pair_item(const DataElement& left, const DataElement& right, const S
             } else {
                 if (forms.left_polar) a = to_cartesian(a);
                 if (forms.right_polar) b = to_cartesian(b);
-                return result_item(combine(rule, a, b), [](std::uint32_t tag) { return make_head(tag, form::number); });
+                const auto cartesian = [](std::uint64_t of) { return make_head(head_tag(of), form::number); };
+                return result_item(combine(rule, a, b), [&](std::uint32_t tag) {
+                    return rule.head(cartesian(left.head), cartesian(right.head), tag);
+                });
             }
         }
     }

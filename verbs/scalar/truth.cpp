@@ -20,6 +20,7 @@ constexpr std::uint16_t unprefixed_marks(std::uint64_t head) {
 }
 
 struct OfTruth {
+    static constexpr bool of_cartesian = true;
     template <class A>
     static constexpr bool takes = !std::is_same_v<A, Unicode>;
     template <class A>
