@@ -29,6 +29,17 @@ Group numbers(std::initializer_list<Components> values, std::uint16_t form = for
     return group(values, [=](Components parts) { return hypercomplex(parts, form, marks); });
 }
 
+constexpr std::uint16_t every_mark = 1 | mark::degrees | mark::r_prefix;  // but those of a name
+
+Item marked(Item item, std::uint16_t marks) {
+    item.marks = marks;
+    return item;
+}
+Item in_form(Item item, std::uint16_t form) {
+    item.form = form;
+    return item;
+}
+
 Item wide_character(std::int64_t code) {
     Item item{.tag = tag::unicode, .form = form::unset};
     item.integer = code;
@@ -65,9 +76,12 @@ const std::vector<Group>& palette() {
                   greatest - 600,
                   least,
                   least + 1}),
+        integers({-6, -5, -4, -2, 4, 5, 6, 20, 21, 62, 63, 171}),
         integers({0, 1}, form::boolean),
         integers({0, 5, -1}, form::binary),
-        {named(integer(1, form::selector), "#SIN"), named(integer(-7, form::selector), "#ATANH")},
+        {marked(integer(0), every_mark), marked(integer(3), every_mark), marked(integer(-2), every_mark)},
+        {named(integer(1, form::selector), "#SIN"), named(integer(-7, form::selector), "#ATANH"),
+         marked(named(integer(2, form::selector), "#COS"), mark::named | mark::hidden)},
         group({0.0,
                -0.0,
                inf,
@@ -94,9 +108,50 @@ const std::vector<Group>& palette() {
                1e19},
               real),
         {named(real(pi), "#PI"), named(real(-2.718281828459045), "-#E")},
+        group({0.25,
+               0.75,
+               0.50000001,
+               0.3333333333333333,
+               1.0000000000000002,
+               -0.5,
+               -1.5,
+               -2.7,
+               2.9999999999999996,
+               2.0,
+               4.0,
+               -8.0,
+               20.0,
+               170.5,
+               200.25,
+               -170.5,
+               pi / 2,
+               100.0,
+               10.0,
+               -2.0},
+              real),
+        {marked(real(0), every_mark), marked(real(0.75), every_mark), marked(real(-8), every_mark)},
+        {in_form(real(0.25), form::logical), in_form(real(1), form::logical), in_form(real(0.5), form::logical)},
+        {in_form(real(0), form::boolean), in_form(real(1), form::boolean)},
+        {in_form(real(2.5), form::binary), in_form(real(-0.0), form::binary)},
         numbers({{0, 0},         {1, 0},           {0, 1},    {3, 4},      {-3, 4},        {0.5, -0.25}, {-0.0, 0},
                  {0, -0.0},      {inf, 0},         {0, -inf}, {inf, -inf}, {nan, 1},       {1, nan},     {0, nan},
                  {1e200, 1e200}, {1e-200, 1e-200}, {2, -3},   {-2.5, 0},   {1e308, 1e308}, {7.25, 2.5}}),
+        numbers({{0.6, 0.6},
+                 {0.5, 0.5},
+                 {-0.5, 0.25},
+                 {0.6, 0.8},
+                 {1, 1},
+                 {-1, 0},
+                 {2, 0},
+                 {0.5, 0},
+                 {0, -1},
+                 {pi, 0},
+                 {-2, 1e-10},
+                 {-2.5, -0.5},
+                 {2.5, 12},
+                 {20, 3}}),
+        numbers({{0, 0}, {1, 0}, {1, 1}}, form::boolean, 1),
+        numbers({{0.5, 0.5}, {0.25, 1}, {0.75, nan}}, form::logical),
         numbers({{0, 0}, {2, -3}, {-1, 0}, {0, 2}, {0.1, 0.2}}, form::cartesian),
         numbers({{1, -1}, {6, 8}}, form::cartesian, mark::r_prefix),
         numbers({{1, -1}, {0, 8}}, form::computed_cartesian),
@@ -119,6 +174,9 @@ const std::vector<Group>& palette() {
                  {1, -inf, 2, 3},
                  {1e200, 1, 1, 1e200},
                  {1e-200, 0, 0, 1e-200}}),
+        numbers({{0.6, 0.7, 0.1, 0.2}, {-0.5, 0.5, 0.75, -0.25}, {0.25, 0.5, 1, nan}, {-3, 0, 0, 0}, {3, 0, 0, 0}}),
+        numbers({{1, 0, 0, 1}, {0, 1, 1, nan}}, form::boolean),
+        numbers({{0.25, 0.5, 0.75, 1}, {0.25, 0.5, 0.75, nan}}, form::logical, every_mark),
         numbers({{4, 3, 2, 1}, {-1, 1, -1, 1}}, form::cartesian, mark::r_prefix),
         numbers({{2, 0.3, 0.4, 0.5}, {1, pi / 2, 0, 0}, {3, 1, -1, 0}}, form::polar),
         numbers({{0, 0, 0, 0, 0, 0, 0, 0},
@@ -132,6 +190,12 @@ const std::vector<Group>& palette() {
                  {inf, 0, 0, 0, 0, 0, 0, 0},
                  {0, 0, 0, 0, 0, nan, 0, 0},
                  {1e200, 0, 0, 0, 0, 0, 0, 1e200}}),
+        numbers({{0.5, 0.25, 0, 1, 2, -1, 0.75, nan},
+                 {0.5, 0.25, 0, 1, 2, -1, nan, nan},
+                 {0.5, 0.25, 0, 1, 2, nan, nan, nan},
+                 {0.1, 0.2, 0.3, 0.4, 0, 0, 0, 0.5}}),
+        numbers({{0, 1, 0, 1, 0, 1, 1, 1}, {1, 1, 1, 1, 1, nan, nan, nan}}, form::boolean),
+        numbers({{0, 1, 0.5, 1, 0.25, 1, 1, 0.75}, {1, 0.5, 1, 1, 1, 0.5, nan, nan}}, form::logical),
         numbers({{8, 7, 6, 5, 4, 3, 2, 1}, {0, 0, 1, 0, 0, 1, 0, 0}}, form::cartesian),
         numbers({{2, 0.1, 0.2, 0.3, 0.4, 0.5, 0.6, 0.7}, {1, 1, 0, 0, 0, 0, 0, 0}}, form::polar, mark::degrees),
     };
