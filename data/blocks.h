@@ -8,9 +8,10 @@
 //
 // The second header word says how the payload is laid out. 0: an item block, items of 40 bytes each with its own tag,
 // form and marks. Else a packed block: the word is the head that all items share, and the payload holds their bare
-// values, one byte for a character, a word for an integer or a real, two, four and eight doubles for the
-// hypercomplex kinds. A uniform unnamed array of two or more items is packed; all else is an item block, and so are
-// scalars. Shapes are packed integers. Code outside this layer reads items by value and never asks, loops apart.
+// values, one byte for a character or a boolean, a word for another integer or a real, two, four and eight doubles for
+// the hypercomplex kinds. A uniform unnamed array of two or more items is packed, but no booleans other than 0 and 1;
+// all else is an item block, and so are scalars. Shapes are packed integers. Code outside this layer reads items by
+// value and never asks, loops apart.
 #pragma once
 
 #include <cstddef>
@@ -45,6 +46,7 @@ constexpr std::size_t item_width(std::uint64_t head) {
     switch (head_tag(head)) {
         case 0: return sizeof(DataElement);
         case tag::ascii: return 1;
+        case tag::integer: return head_form(head) == form::boolean ? 1 : 8;
         case tag::complex: return 16;
         case tag::quaternion: return 32;
         case tag::octonion: return 64;

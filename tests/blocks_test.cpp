@@ -37,7 +37,10 @@ DataElement sample(std::uint64_t head, std::size_t i) {
     for (std::size_t k = 0; k < 8; ++k) components[k] = static_cast<double>(i) * 10.25 + static_cast<double>(k) - 3;
     switch (item.tag) {
         case tag::ascii: item.ascii = static_cast<std::uint8_t>(200 + i); break;
-        case tag::integer: item.integer = static_cast<std::int64_t>(i) - (std::int64_t{1} << 60); break;
+        case tag::integer:
+            item.integer = item.form == form::boolean ? static_cast<std::int64_t>(i % 3 == 1)
+                                                      : static_cast<std::int64_t>(i) - (std::int64_t{1} << 60);
+            break;
         case tag::real: item.real = components[0]; break;
         case tag::complex: std::copy_n(components.begin(), 2, item.complex); break;
         case tag::quaternion: std::copy_n(components.begin(), 4, item.quaternion); break;
@@ -154,6 +157,10 @@ TEST_F(Blocks, PackOnlyWhatIsUniformAndPlain) {
         return packed != nullptr;
     };
     EXPECT_EQ(packs({sample(integer, 1), sample(integer, 2)}), packing);
+    DataElement boolean = sample(make_head(tag::integer, form::boolean), 1);
+    EXPECT_EQ(packs({boolean, boolean}), packing);
+    boolean.integer = 257;  // fits no byte that is true or false
+    EXPECT_FALSE(packs({boolean, boolean}));
     EXPECT_FALSE(packs({sample(integer, 1), sample(make_head(tag::real, form::number), 2)}));
     EXPECT_FALSE(packs({sample(integer, 1), sample(make_head(tag::integer, form::binary), 2)}));
     EXPECT_FALSE(packs({sample(make_head(tag::complex, form::number), 1),

@@ -43,11 +43,11 @@ struct Order : Comparison {
     explicit Order(const Setting& setting) : tolerance(setting.tolerance) {}
 
     template <class Value>
-    static std::int64_t compare(const Value& low, const Value& high) {
+    static bool compare(const Value& low, const Value& high) {
         return reached ? low <= high : low < high;
     }
     template <class A, class B>
-    [[gnu::always_inline]] std::int64_t exactly(const A& a, const B& b) const {
+    [[gnu::always_inline]] bool exactly(const A& a, const B& b) const {
         if constexpr (Discrete<A, B>) {
             return below ? compare(a, b) : compare(b, a);
         } else {
@@ -129,7 +129,7 @@ struct Equivalence : Comparison {
     template <class A, class B>
     [[gnu::always_inline]] auto exactly(const A& a, const B& b) const {
         if constexpr (Discrete<A, B>) {
-            return std::int64_t{(a == b) == equal};
+            return (a == b) == equal;
         } else {
             const double apart = distance(a, b);
             if constexpr (equal)
@@ -151,7 +151,7 @@ bool isident(double a, double b) {
 template <bool same>
 struct Identity : Comparison {
     template <class A, class B>
-    static std::int64_t exactly(const A& a, const B& b) {
+    static bool exactly(const A& a, const B& b) {
         return is_identical(a, b) == same;
     }
 

@@ -12,7 +12,7 @@
 namespace ondrel {
 namespace {
 
-// `Verb` brings degree(x, y) for two degrees and, unless it is strong, bits(x, y) for two words.
+// `Verb` brings of(x, y) for two degrees from 0 to 1 and, unless it is strong, bits(x, y) for two words.
 template <class Verb>
 struct Connective {
     static constexpr std::uint32_t refused = ISADDRESS;
@@ -23,38 +23,49 @@ struct Connective {
     template <class A, class B>
     static constexpr int missing = std::is_same_v<A, Unicode> || std::is_same_v<B, Unicode> ? 994 : 162;
 
-    static double degree_of(double value) { return truth_degree(value); }
-    template <class Whole>
-    static double degree_of(Whole value) {
-        return static_cast<double>(is_true(value));
-    }
-
     template <class A, class B>
     [[gnu::always_inline]] static auto exactly(const A& a, const B& b) {
         if constexpr (is_hypercomplex<A> || is_hypercomplex<B>) {
             using Result = std::conditional_t<(level_of<A> >= level_of<B>), A, B>;
             Components<Result> result{};
-            const auto left = degrees(a), right = degrees(b);
-            for (std::size_t k = 0; k < std::min(left.size(), right.size()); ++k)
-                result[k] = Verb::degree(left[k], right[k]);
+            const auto left = reals(a), right = reals(b);
+            for (std::size_t k = 0; k < std::min(left.size(), right.size()); ++k) result[k] = degree(left[k], right[k]);
             return std::bit_cast<Result>(result);
+        } else if constexpr (std::is_same_v<A, double> || std::is_same_v<B, double>) {
+            return degree(reals(a)[0], reals(b)[0]);
         } else {
-            const double result = Verb::degree(degree_of(a), degree_of(b));
-            if constexpr (std::is_same_v<A, double> || std::is_same_v<B, double>)
-                return result;
-            else
-                return static_cast<std::int64_t>(result);
+            return of_truths(is_true(a) != 0, is_true(b) != 0);
         }
     }
 
-    // A plain number takes part as its first component.
+    // A whole number takes part as its truth, and a plain number as its first component.
     template <class Value>
-    static auto degrees(const Value& value) {
+    static auto reals(const Value& value) {
         if constexpr (is_hypercomplex<Value>)
-            return components_of(map_components(value, truth_degree));
+            return components_of(value);
+        else if constexpr (std::is_same_v<Value, double>)
+            return std::array{value};
         else
-            return std::array{degree_of(value)};
+            return std::array{static_cast<double>(is_true(value))};
     }
+
+    // Of the plain verbs an operand that is absent makes the result absent.
+    [[gnu::always_inline]] static double degree(double x, double y) {
+        const double result = Verb::of(truth_degree(x), truth_degree(y));
+        return by_bits && ((x != x) | (y != y)) ? x + y : result;
+    }
+
+    // What the degrees come to where both are 0 or 1, as bits.
+    [[gnu::always_inline]] static bool of_truths(bool x, bool y) {
+        constexpr bool neither = Verb::of(0, 0) != 0, right = Verb::of(0, 1) != 0, left = Verb::of(1, 0) != 0,
+                       both = Verb::of(1, 1) != 0;
+        return (neither & !x & !y) | (right & !x & y) | (left & x & !y) | (both & x & y);
+    }
+
+    [[gnu::always_inline]] static bool ordinary(const double* values, std::size_t n) {
+        return none_of(values, n, [](double value) { return !(value >= 0) | !(value <= 1); });
+    }
+    static double plain(double x, double y) { return Verb::of(x, y); }
 
     static constexpr bool both_binary(std::uint64_t left, std::uint64_t right) {
         return head_form(left) == form::binary && head_form(right) == form::binary && head_tag(left) == head_tag(right);
@@ -79,38 +90,34 @@ struct Connective {
     }
 };
 
-// An operand that is absent makes the result absent.
-double lesser(double x, double y) { return x < y || x != x ? x : y; }
-double greater_of(double x, double y) { return x > y || x != x ? x : y; }
-
 struct And : Connective<And> {
-    static double degree(double x, double y) { return lesser(x, y); }
+    static constexpr double of(double x, double y) { return x < y ? x : y; }
     static std::uint64_t bits(std::uint64_t x, std::uint64_t y) { return x & y; }
 };
 struct Or : Connective<Or> {
-    static double degree(double x, double y) { return greater_of(x, y); }
+    static constexpr double of(double x, double y) { return x > y ? x : y; }
     static std::uint64_t bits(std::uint64_t x, std::uint64_t y) { return x | y; }
 };
 struct Nand : Connective<Nand> {
-    static double degree(double x, double y) { return 1 - lesser(x, y); }
+    static constexpr double of(double x, double y) { return 1 - And::of(x, y); }
     static std::uint64_t bits(std::uint64_t x, std::uint64_t y) { return ~(x & y); }
 };
 struct Nor : Connective<Nor> {
-    static double degree(double x, double y) { return 1 - greater_of(x, y); }
+    static constexpr double of(double x, double y) { return 1 - Or::of(x, y); }
     static std::uint64_t bits(std::uint64_t x, std::uint64_t y) { return ~(x | y); }
 };
 
 struct StrongAnd : Connective<StrongAnd> {
-    static double degree(double x, double y) { return x + y >= 1 ? x + y - 1 : 0.0; }
+    static constexpr double of(double x, double y) { return x + y >= 1 ? x + y - 1 : 0.0; }
 };
 struct StrongOr : Connective<StrongOr> {
-    static double degree(double x, double y) { return x + y >= 1 ? 1.0 : x + y; }
+    static constexpr double of(double x, double y) { return x + y >= 1 ? 1.0 : x + y; }
 };
 struct StrongNand : Connective<StrongNand> {
-    static double degree(double x, double y) { return x + y >= 1 ? 2 - (x + y) : 1.0; }
+    static constexpr double of(double x, double y) { return x + y >= 1 ? 2 - (x + y) : 1.0; }
 };
 struct StrongNor : Connective<StrongNor> {
-    static double degree(double x, double y) { return x + y >= 1 ? 0.0 : 1 - (x + y); }
+    static constexpr double of(double x, double y) { return x + y >= 1 ? 0.0 : 1 - (x + y); }
 };
 
 }  // namespace

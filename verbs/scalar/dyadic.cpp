@@ -74,6 +74,11 @@ struct Payload {
     std::uint64_t head = 0;  // 0: the items must be looked at one by one
     const std::byte* values = nullptr;
     std::size_t width = 0;  // bytes from one value to the next; 0 for a single one
+
+    bool in_bytes() const { return width == 1 && is_boolean(head); }
+    const std::byte* at(std::size_t i, std::size_t n, Words* words, std::size_t side) const {
+        return in_bytes() ? widen(values + i, words->operands[side], n) : values + i * width;
+    }
 };
 
 Payload payload_of(const DataElement& record, bool single) {
@@ -108,11 +113,13 @@ void* by_loop(const DyadicVerb& verb, Operands& operands, bool may_reuse) {
     if (left.head == 0 || right.head == 0 || is_polar(left.head) || is_polar(right.head)) return nullptr;
     const DyadicKinds& rule = verb.pairs[kind_index(head_tag(left.head))][kind_index(head_tag(right.head))];
     return by_loops(
-        rule, operands.n, [&](std::uint32_t tag) { return rule.head(left.head, right.head, tag); },
+        rule, operands.n, left.in_bytes() || right.in_bytes(),
+        [&](std::uint32_t tag) { return rule.head(left.head, right.head, tag); },
         [&](std::uint64_t head) { return may_reuse ? reusable(operands, head) : nullptr; },
-        [&](const auto& loop, std::size_t from, std::byte* out, std::size_t n) {
-            return loop.by_extent[operands.extent](left.values + from * left.width, right.values + from * right.width,
-                                                   out, n, operands.setting);
+        [&](const auto& loop, std::size_t from, std::byte* out, std::size_t n, Words* words) {
+            const std::byte* const l = left.at(from, n, words, 0);
+            const std::byte* const r = right.at(from, n, words, 1);
+            return loop.by_extent[operands.extent](l, r, out, n, operands.setting);
         },
         [&](ItemsOwner& rest) { by_item(verb, operands, rest); });
 }

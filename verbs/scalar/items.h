@@ -35,6 +35,8 @@ template <class Value>
 inline constexpr std::uint32_t tag_of = static_cast<std::uint32_t>(level_of<Value> + tag::integer);
 template <>
 inline constexpr std::uint32_t tag_of<std::uint8_t> = tag::ascii;
+template <>
+inline constexpr std::uint32_t tag_of<bool> = tag::integer;  // of form boolean: a result, and no kind of its own
 
 template <class Value>
 inline constexpr bool is_character = level_of<Value> < 0;
@@ -103,16 +105,24 @@ Value load(const DataElement& item) {
     return value;
 }
 
+// Puts the bare value into an item that has its head; a boolean fills the whole word.
+template <class Value>
+void put_value(DataElement& item, const Value& value) {
+    if constexpr (std::is_same_v<Value, bool>)
+        item.integer = value;
+    else
+        std::memcpy(const_cast<void*>(value_of(item)), &value, sizeof value);
+}
+
 // An item of its own; an octonion takes a fresh block.
 template <class Value>
 DataElement make_item(const Value& value, std::uint64_t head) {
     DataElement item{};
     item.head = head;
-    if constexpr (std::is_same_v<Value, Octonion>) {
+    if constexpr (std::is_same_v<Value, Octonion>)
         item.octonion = allocate_octonion(value.c);
-    } else {
-        std::memcpy(const_cast<void*>(value_of(item)), &value, sizeof value);
-    }
+    else
+        put_value(item, value);
     return item;
 }
 

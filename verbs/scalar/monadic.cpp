@@ -31,14 +31,16 @@ void* by_loop(const MonadicVerb& verb, DataElement& value, bool may_reuse, const
     const std::uint64_t head = header(data).head;
     const MonadicKinds& rule = verb.kinds_of[kind_index(head_tag(head))];
     const std::size_t width = item_width(head);
+    const bool in_bytes = is_boolean(head);
     return by_loops(
-        rule, value.elements, [&](std::uint32_t tag) { return rule.head(head, tag, setting); },
+        rule, value.elements, in_bytes, [&](std::uint32_t tag) { return rule.head(head, tag, setting); },
         [&](std::uint64_t result_head) -> void* {
             if (!may_reuse || !sole_holder(data) || item_width(result_head) != width) return nullptr;
             return std::exchange(value.data_pointer, nullptr);
         },
-        [&](const auto& loop, std::size_t from, std::byte* out, std::size_t n) {
-            return loop.loop(static_cast<const std::byte*>(data) + from * width, out, n, head, setting);
+        [&](const auto& loop, std::size_t from, std::byte* out, std::size_t n, Words* words) {
+            const auto* const values = static_cast<const std::byte*>(data) + from * width;
+            return loop.loop(in_bytes ? widen(values, words->operands[0], n) : values, out, n, head, setting);
         },
         [&](ItemsOwner& rest) { by_item(verb, value, setting, rest); });
 }

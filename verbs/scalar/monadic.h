@@ -32,6 +32,7 @@ struct MonadicKinds {
     bool fixed = false;  // the kind of the result does not depend on the values
     struct {
         std::uint32_t tag = 0;  // the kind of the result; 0: no loop
+        std::size_t width = 0;  // of a result
         MonadicLoop loop = nullptr;
     } loops[2];
 };
@@ -112,18 +113,6 @@ VECTOR_CLONES std::size_t monadic_loop(const void* values, void* result, std::si
     return n;
 }
 
-template <class Rule, class A, class Result>
-struct MonadicLoops {
-    static constexpr std::uint32_t usual_tag = tag_of<Result>, other_tag = 0;
-    static constexpr MonadicLoop usual = monadic_loop<Rule, A, Result, true>, other = nullptr;
-};
-template <class Rule, class A, class Usual, class Other>
-struct MonadicLoops<Rule, A, Either<Usual, Other>> {
-    static constexpr std::uint32_t usual_tag = tag_of<Usual>, other_tag = tag_of<Other>;
-    static constexpr MonadicLoop usual = monadic_loop<Rule, A, Usual, true>,
-                                 other = monadic_loop<Rule, A, Other, false>;
-};
-
 template <class Rule, class A>
 constexpr MonadicKinds kinds_of_item() {
     MonadicKinds entry;
@@ -133,17 +122,21 @@ constexpr MonadicKinds kinds_of_item() {
         entry.item = refuse_item<Rule::template missing<A>>;
     } else {
         using Result = Applied<Rule, A>;
-        using Loops = MonadicLoops<Rule, A, Result>;
         entry.item = single_item<Rule, A>;
         entry.head = [](std::uint64_t head, std::uint32_t tag, const Setting& setting) {
             return rule_in<Rule>(setting).head(head, tag);
         };
         entry.fixed = !is_either<Result>;
-        entry.loops[0] = {Loops::usual_tag, Loops::usual};
-        if constexpr (requires { &Rule::template loop<A>; })
-            entry.loops[0].loop = Rule::template loop<A>;
-        else
-            entry.loops[1] = {Loops::other_tag, Loops::other};
+        constexpr bool has_own = requires { &Rule::template loop<A>; };
+        if constexpr (is_either<Result>) {
+            using Usual = decltype(Result::value);
+            using Other = decltype(Result::other);
+            entry.loops[0] = {tag_of<Usual>, sizeof(Usual), monadic_loop<Rule, A, Usual, true>};
+            if (!has_own) entry.loops[1] = {tag_of<Other>, sizeof(Other), monadic_loop<Rule, A, Other, false>};
+        } else {
+            entry.loops[0] = {tag_of<Result>, sizeof(Result), monadic_loop<Rule, A, Result, true>};
+        }
+        if constexpr (has_own) entry.loops[0].loop = Rule::template loop<A>;
     }
     return entry;
 }

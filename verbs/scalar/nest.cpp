@@ -1,6 +1,17 @@
 #include "verbs/scalar/nest.h"
 
+#include "verbs/scalar/clones.h"
+
 namespace ondrel {
+
+VECTOR_CLONES const std::byte* widen(const std::byte* bytes, std::int64_t* words, std::size_t n) {
+    for (std::size_t i = 0; i < n; ++i) words[i] = static_cast<std::int64_t>(bytes[i]);
+    return reinterpret_cast<const std::byte*>(words);
+}
+
+VECTOR_CLONES void narrow(const std::int64_t* words, std::byte* bytes, std::size_t n) {
+    for (std::size_t i = 0; i < n; ++i) bytes[i] = static_cast<std::byte>(words[i]);
+}
 
 DataElement result_record(const DataElement& giver, void* data, std::uint32_t probable) {
     DataElement record = giver;

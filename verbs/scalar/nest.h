@@ -32,12 +32,42 @@ std::size_t in_stretches(void* block, std::size_t width, std::size_t n, bool in_
     return n;
 }
 
+// The loops work on words, but booleans lie in bytes: such operands and results go through these words, so many items
+// at a time.
+struct Words {
+    static constexpr std::size_t capacity = 2048;
+    std::int64_t operands[2][capacity], results[capacity];
+};
+const std::byte* widen(const std::byte* bytes, std::int64_t* words, std::size_t n);  // gives the words
+void narrow(const std::int64_t* words, std::byte* bytes, std::size_t n);
+
+// Whether the values of a packed block with this head lie in bytes that are to be words.
+constexpr bool is_boolean(std::uint64_t head) { return head_tag(head) == tag::integer && item_width(head) == 1; }
+
+// Runs `run(done, out, n, words)` on stretches that fit the words, with narrowed results where `narrowed`. Not inlined,
+// since the words must not lie on the native stack while nested values are computed.
+template <class Run>
+[[gnu::noinline]] std::size_t in_words(std::byte* out, std::size_t width, bool narrowed, std::size_t n,
+                                       const Run& run) {
+    Words words;
+    for (std::size_t done = 0; done < n;) {
+        const std::size_t k = std::min(Words::capacity, n - done);
+        std::byte* const to = out + done * width;
+        const std::size_t wrote = run(done, narrowed ? reinterpret_cast<std::byte*>(words.results) : to, k, &words);
+        if (narrowed) narrow(words.results, to, wrote);
+        done += wrote;
+        if (wrote < k) return done;
+    }
+    return n;
+}
+
 // The data block of n results by the loops of a verb for its operands' kinds, or null if the items have to be looked at
 // one by one. `head_of(tag)` is the head of a result, or 0; `reuse(head)` gives up an operand's block to write into, or
-// null; `run(loop, done, out, n)` is as above; `rest(items)` fills the items of a result behind those that it has.
+// null; `run(loop, done, out, n, words)` is as above, with words where operands are `in_bytes`; `rest(items)` fills the
+// items of a result behind those that it has.
 template <class Rule, class HeadOf, class Reuse, class Run, class Rest>
-void* by_loops(const Rule& rule, std::size_t n, const HeadOf& head_of, const Reuse& reuse, const Run& run,
-               const Rest& rest) {
+void* by_loops(const Rule& rule, std::size_t n, bool in_bytes, const HeadOf& head_of, const Reuse& reuse,
+               const Run& run, const Rest& rest) {
     for (const auto& loop : rule.loops) {
         const std::uint64_t head = loop.tag == 0 ? 0 : head_of(loop.tag);
         if (head == 0) return nullptr;
@@ -45,9 +75,16 @@ void* by_loops(const Rule& rule, std::size_t n, const HeadOf& head_of, const Reu
         Owner result;  // of no rank: only its block counts
         result.record.data_pointer = reused != nullptr ? reused : allocate_packed(head, n);
         void* const block = result.record.data_pointer;
-        const std::size_t done =
-            in_stretches(block, item_width(head), n, reused != nullptr,
-                         [&](std::size_t from, std::byte* out, std::size_t k) { return run(loop, from, out, k); });
+        const std::size_t width = item_width(head);
+        const bool narrowed = width < loop.width;
+        const std::size_t done = in_stretches(
+            block, width, n, reused != nullptr, [&](std::size_t from, std::byte* out, std::size_t k) -> std::size_t {
+                if (!narrowed && !in_bytes) return run(loop, from, out, k, nullptr);
+                return in_words(out, width, narrowed, k,
+                                [&](std::size_t at, std::byte* to, std::size_t m, Words* words) {
+                                    return run(loop, from + at, to, m, words);
+                                });
+            });
         header(block).head = head;
         if (done == n) return std::exchange(result.record.data_pointer, nullptr);
         if (done == 0) continue;

@@ -53,6 +53,7 @@ struct DyadicKinds {
     bool fixed = false;  // the kind of the result does not depend on the values
     struct {
         std::uint32_t tag = 0;  // the kind of the result; 0: no loop
+        std::size_t width = 0;  // of a result
         std::array<DyadicLoop, extents> by_extent{};
     } loops[2];
 };
@@ -165,7 +166,7 @@ inline void put_plain(const Rule& rule, DataElement& item, DataElement& record, 
             put_plain(rule, item, record, result.other);
     } else {
         item.head = rule.head(plain_real, plain_real, tag_of<Result>);
-        std::memcpy(const_cast<void*>(value_of(item)), &result, sizeof result);
+        put_value(item, result);
         set_type(record, ISSCALAR | kind_bits(tag_of<Result>));
     }
 }
@@ -319,24 +320,6 @@ concept HasLoop = requires {
     &Rule::template loop<A, B, neither_single>;
 };
 
-// The loops of a rule for a pair of kinds whose results are of one kind, or of one of two.
-template <class Rule, class A, class B, class Result>
-struct LoopsFor {
-    static constexpr std::uint32_t usual_tag = tag_of<Result>, other_tag = 0;
-    template <Extent extent>
-    static constexpr DyadicLoop usual = fixed_loop<Rule, A, B, Result, extent>;
-    template <Extent>
-    static constexpr DyadicLoop other = nullptr;
-};
-template <class Rule, class A, class B, class Usual, class Other>
-struct LoopsFor<Rule, A, B, Either<Usual, Other>> {
-    static constexpr std::uint32_t usual_tag = tag_of<Usual>, other_tag = tag_of<Other>;
-    template <Extent extent>
-    static constexpr DyadicLoop usual = varying_loop<Rule, A, B, Usual, Other, true, extent>;
-    template <Extent extent>
-    static constexpr DyadicLoop other = varying_loop<Rule, A, B, Usual, Other, false, extent>;
-};
-
 template <class Rule, class A, class B>
 constexpr DyadicKinds kinds_of_pair() {
     DyadicKinds entry;
@@ -348,18 +331,21 @@ constexpr DyadicKinds kinds_of_pair() {
         entry.item = refuse_pair<Rule::template missing<A, B>>;
     if constexpr (Rule::template takes<A, B>) {
         using Result = Combined<Rule, A, B>;
-        using Loops = LoopsFor<Rule, A, B, Result>;
         entry.head = Rule::head;
         entry.fixed = !is_either<Result> && !HasLoop<Rule, A, B>;
         auto& [usual, other] = entry.loops;
-        usual.tag = Loops::usual_tag;
-        other.tag = Loops::other_tag;
         [&]<std::size_t... extent>(std::index_sequence<extent...>) {
-            if constexpr (HasLoop<Rule, A, B>)
-                usual.by_extent = {Rule::template loop<A, B, Extent{extent}>...};
-            else
-                usual.by_extent = {Loops::template usual<Extent{extent}>...};
-            other.by_extent = {Loops::template other<Extent{extent}>...};
+            if constexpr (is_either<Result>) {
+                using Usual = decltype(Result::value);
+                using Other = decltype(Result::other);
+                usual = {
+                    tag_of<Usual>, sizeof(Usual), {varying_loop<Rule, A, B, Usual, Other, true, Extent{extent}>...}};
+                other = {
+                    tag_of<Other>, sizeof(Other), {varying_loop<Rule, A, B, Usual, Other, false, Extent{extent}>...}};
+            } else {
+                usual = {tag_of<Result>, sizeof(Result), {fixed_loop<Rule, A, B, Result, Extent{extent}>...}};
+            }
+            if constexpr (HasLoop<Rule, A, B>) usual.by_extent = {Rule::template loop<A, B, Extent{extent}>...};
         }
         (std::make_index_sequence<extents>{});
     }
@@ -378,6 +364,16 @@ constexpr DyadicVerb make_dyadic() {
 }
 
 // ---- what the arithmetic verbs share
+
+// Whether the test holds for none of n values of eight bytes. What it says is gathered in words that are as wide, so
+// that it is vector code; it should have no branch.
+template <class Value, class Test>
+[[gnu::always_inline]] inline bool none_of(const Value* values, std::size_t n, const Test& test) {
+    static_assert(sizeof(Value) == sizeof(std::uint64_t));
+    std::uint64_t any = 0;
+    for (std::size_t i = 0; i < n; ++i) any |= static_cast<std::uint64_t>(test(values[i]));
+    return any == 0;
+}
 
 // Whether all n integers lie within so many bits. One pass that ORs, so that it is vector code.
 template <unsigned bits>

@@ -145,7 +145,7 @@ struct IsOfForm : OfTruth {
     static bool lies_in(double value) { return degrees ? value >= 0 && value <= 1 : value == 0 || value == 1; }
 
     template <class A>
-    static std::int64_t apply(const A& value, std::uint64_t head) {
+    static bool apply(const A& value, std::uint64_t head) {
         const std::uint16_t form = head_form(head);
         if constexpr (is_character<A>) {
             return !degrees && form == form::binary && value <= 1;
