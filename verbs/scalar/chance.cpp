@@ -113,12 +113,10 @@ struct Roll : Drawn<Roll> {
 
     template <class A>
     [[gnu::always_inline]] static bool all_draw(const A* values, std::size_t n) {
-        bool all = true;
-        for (std::size_t i = 0; i < n; ++i) {
-            const double faces = static_cast<double>(values[i]);
-            all &= draws(faces) & (std::fabs(faces) < two_to_51);
-        }
-        return all;
+        return none_of(values, n, [](A value) {
+            const double faces = static_cast<double>(value);
+            return !(std::fabs(faces) > 0) | !(std::fabs(faces) < two_to_51);
+        });
     }
     static std::int64_t plain(std::int64_t faces, double draw) {
         return integer_of_whole(drawn(static_cast<double>(faces), draw));

@@ -68,24 +68,23 @@ struct ToPower : UpToComplex {
     static Complex apply(double x, Complex w) { return power_of(x, w); }
     static Complex apply(Complex z, Complex w) { return power_of(z, w); }
 
-    static bool is_fraction(double y) { return y == y && y != std::floor(y); }
+    static bool is_fraction(double y) { return (y == y) & (y != std::floor(y)); }
 
     // Whether the n pairs are all roots, or all powers that nothing else is to be looked at for.
     template <Extent extent>
     VECTOR_CLONES static bool all_powers(const double* x, const double* y, std::size_t n) {
-        bool all = true;
+        std::uint64_t others = 0;
         for (std::size_t i = 0; i < n; ++i) {
             const double base = x[extent == left_single ? 0 : i], exponent = y[extent == right_single ? 0 : i];
-            all &= !(base < 0 && is_fraction(exponent)) & (exponent != third) & (exponent != half);
+            const bool turned = (base < 0) & is_fraction(exponent);
+            others |= static_cast<std::uint64_t>(turned | (exponent == third) | (exponent == half));
         }
-        return all;
+        return others == 0;
     }
     VECTOR_CLONES static bool all_rooted(const double* x, double* roots, std::size_t n) {
-        bool all = true;
-        for (std::size_t i = 0; i < n; ++i) all &= !(x[i] < 0);
-        if (all)
-            for (std::size_t i = 0; i < n; ++i) roots[i] = std::sqrt(x[i]);
-        return all;
+        if (!none_of(x, n, [](double value) { return value < 0; })) return false;
+        for (std::size_t i = 0; i < n; ++i) roots[i] = std::sqrt(x[i]);
+        return true;
     }
 
     // Plain numbers, with short ways for a whole stretch of roots or powers. The results are written where no operand

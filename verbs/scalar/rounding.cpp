@@ -23,11 +23,8 @@ struct Whole : OfNumbers {
     }
     static std::int64_t apply(std::int64_t value, std::uint64_t) { return value; }
 
-    // Compared as words, magnitudes keep their order, and infinities and NaN stand above all.
     [[gnu::always_inline]] static bool ordinary(const double* values, std::size_t n) {
-        std::uint64_t widest = 0;
-        for (std::size_t i = 0; i < n; ++i) widest = std::max(widest, std::bit_cast<std::uint64_t>(values[i]) << 1);
-        return widest < std::bit_cast<std::uint64_t>(two_to_51) << 1;
+        return none_of(values, n, [](double value) { return !(std::fabs(value) < two_to_51); });
     }
 };
 
