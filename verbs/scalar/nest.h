@@ -71,11 +71,12 @@ void* by_loops(const Rule& rule, std::size_t n, bool in_bytes, const HeadOf& hea
     for (const auto& loop : rule.loops) {
         const std::uint64_t head = loop.tag == 0 ? 0 : head_of(loop.tag);
         if (head == 0) return nullptr;
+        const std::size_t width = item_width(head);
+        if (loop.width < width) continue;  // for results of another form
         void* const reused = rule.fixed ? reuse(head) : nullptr;
         Owner result;  // of no rank: only its block counts
         result.record.data_pointer = reused != nullptr ? reused : allocate_packed(head, n);
         void* const block = result.record.data_pointer;
-        const std::size_t width = item_width(head);
         const bool narrowed = width < loop.width;
         const std::size_t done = in_stretches(
             block, width, n, reused != nullptr, [&](std::size_t from, std::byte* out, std::size_t k) -> std::size_t {

@@ -86,9 +86,12 @@ struct Boolean : OfTruth {
 // Of bits the complement, of truth values what is left to 1.
 struct Not : OfTruth {
     static auto apply(std::uint8_t byte, std::uint64_t) { return std::int64_t{1} - is_true(byte); }
-    static std::int64_t apply(std::int64_t value, std::uint64_t head) {
-        return head_form(head) == form::binary ? ~value : 1 - is_true(value);
+    // Truths and bits are integers of different widths in a packed block.
+    static Either<bool, std::int64_t> apply(std::int64_t value, std::uint64_t head) {
+        return {head_form(head) != form::binary, value <= 0, ~value};
     }
+    static bool ordinary(const std::int64_t*, std::size_t) { return true; }
+    static bool plain(std::int64_t value) { return value <= 0; }
     static double apply(double value, std::uint64_t head) {
         if (head_form(head) == form::binary) return std::bit_cast<double>(~std::bit_cast<std::uint64_t>(value));
         return 1 - truth_degree(value);
