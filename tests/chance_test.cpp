@@ -24,8 +24,7 @@ using Numbers = std::vector<double>;
 
 // All numbers on the stack after the sentence, the lowest first, and of a hypercomplex number the components.
 Numbers numbers_of(const std::string& sentence) {
-    static Evaluator evaluator;
-    evaluator.clear();
+    Evaluator evaluator;
     evaluator.run(sentence + " 'shown' .");  // a number that is shown is lowered to the kind that shows as much
     Numbers numbers;
     for (const DataElement* slot = evaluator.sp - evaluator.height() + 1; slot < evaluator.sp; ++slot)
