@@ -11,6 +11,7 @@
 #include "data/errors.h"
 #include "data/instructions.h"
 #include "translator/symbols.h"
+#include "verbs/scalar/dyadic.h"
 
 namespace ondrel {
 
@@ -64,6 +65,17 @@ Outcome full_stack(const Activation& activation);
 // Makes room for one more value, or reports 806.
 inline bool is_full(const Activation& activation) { return activation.sp > stacktop; }
 Outcome push(Activation& activation, const DataElement& owned);
+
+// A plain number with a verb of arithmetic behind it goes straight into the verb, if that finds another one on the
+// stack. Then the verb's cell is the one that has been run. False, with nothing done, if `literal` is not that.
+inline bool goes_into_verb(Activation& activation, DataElement* literal) {
+    if (activation.sp < activation.argument_floor || literal->rank != 0 || activation.sp->type != literal->type)
+        return false;
+    LiteralForm* const form = literal_form_of(literal[1]);
+    if (form == nullptr || !form(*activation.sp, *items_of(*literal))) return false;
+    activation.cell = literal + 1;
+    return true;
+}
 
 // ---- defined above, in the machine, which actions enter again
 

@@ -7,7 +7,6 @@
 #include "translator/scanner.h"
 
 namespace ondrel {
-namespace {}  // namespace
 
 void settle(Activation& caller, Activation& callee) {
     leave_frame(callee);

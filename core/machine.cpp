@@ -115,25 +115,11 @@ bool is_skipped(const Activation& activation) {
     return yes != (activation.decision != 0);
 }
 
-// A plain number with a verb of arithmetic behind it goes straight into the verb, if that finds another one on the
-// stack.
-bool goes_into_verb(Activation& activation) {
-    const DataElement& literal = activation.cell[0];
-    const DataElement& verb = activation.cell[1];
-    if (verb.rank != kind::OPERATOR || activation.sp < activation.argument_floor || activation.sp->type != literal.type)
-        return false;
-    const auto number = static_cast<std::size_t>(verb.depth);
-    LiteralForm* const form = number < literal_forms.size() ? literal_forms[number] : nullptr;
-    if (form == nullptr || !form(*activation.sp, *items_of(literal))) return false;
-    ++activation.cell;
-    return true;
-}
-
 Outcome run_cell(Activation& activation) {
-    const DataElement& cell = *activation.cell;
+    DataElement& cell = *activation.cell;
     if (cell.rank == kind::OPERATOR) return run_operator(activation);
     if (cell.rank == 0 && !(cell.type & CONDITIONAL) && !is_full(activation)) [[likely]] {
-        if (goes_into_verb(activation)) return Outcome::next;
+        if (goes_into_verb(activation, &cell)) return Outcome::next;
         *++activation.sp = cell;
         reference(cell.data_pointer);
         return Outcome::next;

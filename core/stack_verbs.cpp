@@ -10,9 +10,10 @@ constexpr std::int16_t deepest_nest = 32767;
 
 std::ptrdiff_t height(const Activation& activation) { return activation.sp - activation.argument_floor + 1; }
 
-bool is_mark(const DataElement& element) {
-    return element.rank == kind::OPERATOR && element.depth == static_cast<std::int16_t>(Instruction::MARK);
+bool is_instruction(const DataElement& cell, Instruction instruction) {
+    return cell.rank == kind::OPERATOR && cell.depth == static_cast<std::int16_t>(instruction);
 }
+bool is_mark(const DataElement& element) { return is_instruction(element, Instruction::MARK); }
 
 // The nearest mark, or the slot below the floor.
 DataElement* find_mark(const Activation& activation) {
@@ -56,6 +57,31 @@ DataElement vector_of(const DataElement* first, const DataElement* last) {
     return vector.take();
 }
 
+// DUP, a number, a verb and CHECK: the usual way of deciding by a value that is still needed. The verb works on a copy
+// of the item that lies here, so that there is no block to make and to give back. False, with nothing done, if it is
+// not that, or no integer comes out.
+bool decides_by_copy(Activation& activation) {
+    const DataElement& top = *activation.sp;
+    const DataElement* const literal = activation.cell + 1;
+    if (literal->rank != 0 || literal->type != top.type) return false;
+    LiteralForm* const form = literal_form_of(literal[1]);
+    if (form == nullptr || !is_instruction(literal[2], Instruction::CHECK)) return false;
+    struct {
+        BlockHeader header;
+        DataElement item;
+    } copy;  // of what a plain number has
+    copy.header = {1, 0};
+    copy.item.head = items_of(top)->head;
+    copy.item.integer = items_of(top)->integer;
+    DataElement record;
+    record.type = top.type;
+    record.data_pointer = &copy.item;
+    if (!form(record, *items_of(*literal)) || record.type != (ISSCALAR | HASINTEGER)) return false;
+    activation.decision = copy.item.integer > 0;
+    activation.cell += 3;
+    return true;
+}
+
 bool can_be_item(const DataElement& element) {
     return element.rank >= 0 && (element.rank == 0 || element.depth < deepest_nest);
 }
@@ -87,8 +113,10 @@ Outcome swap_top(Activation& activation) {
 
 Outcome duplicate(Activation& activation) {
     if (is_full(activation)) return full_stack(activation);
+    if (decides_by_copy(activation)) return Outcome::next;
     activation.sp[1] = activation.sp[0];
     referencepoint(*++activation.sp);
+    goes_into_verb(activation, activation.cell + 1);
     return Outcome::next;
 }
 

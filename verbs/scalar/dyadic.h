@@ -38,6 +38,10 @@ ScalarVerb less, notgreater, equivalent, notless, greater, notequivalent, identi
 // such short way. False, with nothing done, where the verb itself must look.
 using LiteralForm = bool(DataElement& left, const DataElement& right);
 extern const std::array<LiteralForm*, Instructions.size()> literal_forms;
+inline LiteralForm* literal_form_of(const DataElement& verb) {
+    const auto number = static_cast<std::size_t>(verb.depth);
+    return verb.rank == kind::OPERATOR && number < literal_forms.size() ? literal_forms[number] : nullptr;
+}
 LiteralForm add_literal, subtract_literal, multiply_literal, divide_literal, residue_literal;
 LiteralForm less_literal, notgreater_literal, notless_literal, greater_literal;
 
