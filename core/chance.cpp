@@ -68,9 +68,9 @@ private:
 };
 
 // `count` distinct numbers, in the order in which they are drawn. A draw that comes up again is passed over; a stream
-// that stands still, or one that does not reach so many, goes on until an interrupt. `scale` takes a draw into the
-// range.
-DataElement dealt_numbers(double range, double scale, std::uint32_t count) {
+// that stands still, or one that does not reach so many, goes on until an interrupt. The divisor takes a draw
+// times the range into it.
+DataElement dealt_numbers(double range, double divisor, std::uint32_t count) {
     constexpr std::uint64_t heed_every = 65536;
     const std::int64_t first = origin();
     Owner result(make_array(vector_shape(count), 1, nullptr, count, HASINTEGER));
@@ -79,8 +79,9 @@ DataElement dealt_numbers(double range, double scale, std::uint32_t count) {
     Dealt dealt(range, count);
     for (std::uint64_t draws = 1; items.filled < count; ++draws) {
         if (draws % heed_every == 0) heed_attention();
-        const double number = static_cast<double>(PRNGS(prngs_seed)) * scale;
-        if (!fits_integer(number) || !dealt.add(static_cast<std::int64_t>(number))) continue;
+        const double number = std::trunc(static_cast<double>(PRNGS(prngs_seed)) * range / divisor);
+        if (!(number >= 0 && number < range && fits_integer(number))) continue;
+        if (!dealt.add(static_cast<std::int64_t>(number))) continue;
         DataElement& item = items.items[items.filled++] = {};
         item.head = make_head(tag::integer, form::number);
         item.integer =
@@ -124,10 +125,14 @@ Outcome deal(Activation& activation) {
         if (operand.error != 0) return fail(operand.error, activation);
     if (how_many.value > of.value) return fail(43, activation);
     if (how_many.value > static_cast<double>(UINT32_MAX)) return fail(146, activation);
-    const double scale = of.value / (static_cast<double>(origin()) + static_cast<double>(prngs_modulus));
-    if (!fits_integer(scale)) return fail(42, activation);  // no draw would give an integer
+    const double divisor = static_cast<double>(origin()) + static_cast<double>(prngs_modulus);
     DataElement result = make_empty();
-    if (how_many.value > 0) result = dealt_numbers(of.value, scale, static_cast<std::uint32_t>(how_many.value));
+    if (how_many.value > 0) {
+        // What the least and the greatest draw come to: there must be enough integers in between.
+        const double least = of.value / divisor, greatest = std::trunc(least * static_cast<double>(prngs_modulus));
+        if (!(least > 0 && fits_integer(least) && greatest + 1 >= how_many.value)) return fail(42, activation);
+        result = dealt_numbers(of.value, divisor, static_cast<std::uint32_t>(how_many.value));
+    }
     dereferencepoint(range);
     dereferencepoint(count);
     --activation.sp;
