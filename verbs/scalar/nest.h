@@ -33,13 +33,14 @@ std::size_t in_stretches(void* block, std::size_t width, std::size_t n, bool in_
 }
 
 // The loops work on words, but booleans lie in bytes: such operands and results go through these words, so many items
-// at a time.
+// at a time. A result that has the form of a boolean, but is none, ends a loop as one of another kind does.
 struct Words {
     static constexpr std::size_t capacity = 2048;
     std::int64_t operands[2][capacity], results[capacity];
 };
 const std::byte* widen(const std::byte* bytes, std::int64_t* words, std::size_t n);  // gives the words
-void narrow(const std::int64_t* words, std::byte* bytes, std::size_t n);
+std::size_t narrow(const std::int64_t* words, std::byte* bytes,
+                   std::size_t n);  // how many, up to one that is no 0 or 1
 
 // Whether the values of a packed block with this head lie in bytes that are to be words.
 constexpr bool is_boolean(std::uint64_t head) { return head_tag(head) == tag::integer && item_width(head) == 1; }
@@ -53,8 +54,8 @@ template <class Run>
     for (std::size_t done = 0; done < n;) {
         const std::size_t k = std::min(Words::capacity, n - done);
         std::byte* const to = out + done * width;
-        const std::size_t wrote = run(done, narrowed ? reinterpret_cast<std::byte*>(words.results) : to, k, &words);
-        if (narrowed) narrow(words.results, to, wrote);
+        std::size_t wrote = run(done, narrowed ? reinterpret_cast<std::byte*>(words.results) : to, k, &words);
+        if (narrowed) wrote = narrow(words.results, to, wrote);
         done += wrote;
         if (wrote < k) return done;
     }
@@ -73,11 +74,11 @@ void* by_loops(const Rule& rule, std::size_t n, bool in_bytes, const HeadOf& hea
         if (head == 0) return nullptr;
         const std::size_t width = item_width(head);
         if (loop.width < width) continue;  // for results of another form
-        void* const reused = rule.fixed ? reuse(head) : nullptr;
+        const bool narrowed = width < loop.width;
+        void* const reused = rule.fixed && !narrowed ? reuse(head) : nullptr;
         Owner result;  // of no rank: only its block counts
         result.record.data_pointer = reused != nullptr ? reused : allocate_packed(head, n);
         void* const block = result.record.data_pointer;
-        const bool narrowed = width < loop.width;
         const std::size_t done = in_stretches(
             block, width, n, reused != nullptr, [&](std::size_t from, std::byte* out, std::size_t k) -> std::size_t {
                 if (!narrowed && !in_bytes) return run(loop, from, out, k, nullptr);
