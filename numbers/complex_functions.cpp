@@ -5,6 +5,8 @@
 #include <limits>
 #include <numbers>
 
+#include "numbers/polar.h"
+
 namespace ondrel {
 namespace {
 
@@ -14,8 +16,6 @@ Extended extended(Complex z) { return {z.re, z.im}; }
 Complex rounded(const Extended& z) { return {static_cast<double>(z.real()), static_cast<double>(z.imag())}; }
 
 // ---- by magnitude and angle
-
-long double angle_zero(long double value) { return std::fabs(value) < 1e-15L ? 0.0L : value; }
 
 Extended from_logarithm(long double log_magnitude, long double angle) {
     const long double magnitude = std::exp(log_magnitude);
@@ -70,7 +70,7 @@ Extended root_of_square_minus_one(const Extended& z) {
 
 // The components of a root that is seen as a magnitude and an angle.
 Extended with_angle_zero(const Extended& z) {
-    const long double least = 1e-15L * std::abs(z);
+    const long double least = least_of_angle * std::abs(z);
     const auto part = [least](long double value) { return std::fabs(value) < least ? 0.0L : value; };
     return {part(z.real()), part(z.imag())};
 }

@@ -301,7 +301,6 @@ double arc_cosine(double x) {
     return rounded(std::atan2(std::sqrt((1 - extended(x)) * (1 + extended(x))), extended(x)));
 }
 double arc_tangent(double x) { return rounded(std::atan(extended(x))); }
-double arc_tangent(double y, double x) { return rounded(std::atan2(extended(y), extended(x))); }
 
 double area_hyperbolic_sine(double x) { return rounded(std::asinh(extended(x))); }
 double area_hyperbolic_cosine(double x) { return rounded(std::acosh(extended(x))); }

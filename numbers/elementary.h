@@ -67,7 +67,6 @@ double hyperbolic_tangent(double x);
 double arc_sine(double x);
 double arc_cosine(double x);
 double arc_tangent(double x);
-double arc_tangent(double y, double x);  // the angle of the point (x, y)
 
 double area_hyperbolic_sine(double x);
 double area_hyperbolic_cosine(double x);

@@ -8,7 +8,6 @@
 namespace ondrel {
 namespace {
 
-double angle_zero(double value) { return std::fabs(value) < 1e-15 ? 0.0 : value; }
 double cs(double angle) { return angle_zero(std::cos(angle)); }
 double sn(double angle) { return angle_zero(std::sin(angle)); }
 

@@ -5,7 +5,15 @@
 // Sines and cosines of a magnitude below 1e-15 count as zero, so that right angles give true zeros.
 #pragma once
 
+#include <cmath>
+
 namespace ondrel {
+
+inline constexpr long double least_of_angle = 1e-15L;
+template <class Real>
+Real angle_zero(Real value) {
+    return std::fabs(value) < static_cast<Real>(least_of_angle) ? Real{0} : value;
+}
 
 inline constexpr double radians_per_degree = 0.017453292519943295, degrees_per_radian = 57.29577951308232;
 

@@ -14,10 +14,10 @@ inline std::int64_t is_true(std::int64_t value) { return value > 0; }
 inline std::int64_t is_true(std::uint8_t character) { return character > ' '; }
 
 // How far the truth values agree: 1 when all are 0 or all are 1, 0 when they split evenly. Components outside the range
-// count as its nearest end. The last component of a quaternion, and the last three of an octonion, are absent when they
-// are NaN.
-double contradict_c(std::span<const double, 2> components);
-double contradict_q(std::span<const double, 4> components);
-double contradict_o(std::span<const double, 8> components);
+// count as its nearest end, unless all are said to be in it. The last component of a quaternion, and the last three of
+// an octonion, are absent when they are NaN.
+double contradict_c(std::span<const double, 2> components, bool in_range = false);
+double contradict_q(std::span<const double, 4> components, bool in_range = false);
+double contradict_o(std::span<const double, 8> components, bool in_range = false);
 
 }  // namespace ondrel

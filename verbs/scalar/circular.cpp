@@ -7,7 +7,6 @@
 
 #include "numbers/complex_functions.h"
 #include "numbers/elementary.h"
-#include "numbers/magnitude.h"
 #include "verbs/scalar/dyadic.h"
 
 namespace ondrel {
@@ -32,13 +31,12 @@ constexpr Function fast() {
 }
 
 // Sines and cosines next to nothing are nothing.
-constexpr double angle_zero(double value) { return std::fabs(value) < 1e-15 ? 0.0 : value; }
 template <class Fast>
 constexpr Function zeroed() {
     return {[](double x) { return angle_zero(Fast::of(x)); },
             [](const double* x, double* results, std::size_t n) {
                 Fast::of(x, results, n);
-                std::transform(results, results + n, results, angle_zero);
+                std::transform(results, results + n, results, angle_zero<double>);
             }};
 }
 

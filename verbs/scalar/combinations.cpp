@@ -42,15 +42,10 @@ struct Factorial {
 };
 
 // Where a coefficient has no value it is what the functions give for it, and no error.
-struct Binomial : Arithmetic {
+struct Binomial : UpToComplex {
     double tolerance;
     explicit Binomial(const Setting& setting) : tolerance(setting.tolerance) {}
 
-    template <class A, class B>
-    static constexpr bool takes =
-        both_numbers<A, B>&& level_of<A> <= level_of<Complex>&& level_of<B> <= level_of<Complex>;
-    template <class A, class B>
-    static constexpr int missing = both_numbers<A, B> ? 994 : 162;
     static std::uint64_t head(std::uint64_t, std::uint64_t, std::uint32_t tag) { return make_head(tag, form::number); }
 
     static double apply(std::int64_t a, std::int64_t b) {

@@ -14,15 +14,8 @@
 namespace ondrel {
 namespace {
 
-struct Comparison {
+struct Comparison : Comparable {
     static constexpr bool as_stored = true;
-    static constexpr std::uint32_t refused = ISADDRESS;
-    template <class A, class B>
-    static constexpr bool both_ascii = std::is_same_v<A, std::uint8_t>&& std::is_same_v<B, std::uint8_t>;
-    template <class A, class B>
-    static constexpr bool takes = both_numbers<A, B> || both_ascii<A, B>;
-    template <class A, class B>
-    static constexpr int missing = std::is_same_v<A, Unicode> || std::is_same_v<B, Unicode> ? 994 : 162;
 
     static std::uint64_t head(std::uint64_t, std::uint64_t, std::uint32_t tag) {
         return make_head(tag, tag == tag::integer ? form::boolean : form::logical);

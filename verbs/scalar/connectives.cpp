@@ -14,15 +14,7 @@ namespace {
 
 // `Verb` brings of(x, y) for two degrees from 0 to 1 and, unless it is strong, bits(x, y) for two words.
 template <class Verb>
-struct Connective {
-    static constexpr std::uint32_t refused = ISADDRESS;
-    template <class A, class B>
-    static constexpr bool both_ascii = std::is_same_v<A, std::uint8_t>&& std::is_same_v<B, std::uint8_t>;
-    template <class A, class B>
-    static constexpr bool takes = both_numbers<A, B> || both_ascii<A, B>;
-    template <class A, class B>
-    static constexpr int missing = std::is_same_v<A, Unicode> || std::is_same_v<B, Unicode> ? 994 : 162;
-
+struct Connective : Comparable {
     template <class A, class B>
     [[gnu::always_inline]] static auto exactly(const A& a, const B& b) {
         if constexpr (is_hypercomplex<A> || is_hypercomplex<B>) {

@@ -27,13 +27,7 @@ struct Divide : Arithmetic {
     static Complex polar(Complex a, double b, Forms) { return {a.re / b, a.im}; }
 };
 
-struct Residue : Arithmetic {
-    template <class A, class B>
-    static constexpr bool takes =
-        both_numbers<A, B>&& level_of<A> <= level_of<Complex>&& level_of<B> <= level_of<Complex>;
-    template <class A, class B>
-    static constexpr int missing = both_numbers<A, B> ? 994 : 162;
-
+struct Residue : UpToComplex {
     // A positive divisor leaves the sign of the dividend, a negative one its own; zero leaves the dividend. The
     // multiple of a negative divisor is taken in unsigned words, as its quotient may round up to 2 to the 63.
     static std::int64_t apply(std::int64_t a, std::int64_t b) {

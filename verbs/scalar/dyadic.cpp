@@ -199,7 +199,7 @@ constexpr std::array<LiteralForm*, Instructions.size()> literal_forms = [] {
 }();
 
 void dyadic(const DyadicVerb& verb, DataElement*& sp, DataElement* cell) {
-    const Setting setting{.site = {sp, cell}, .tolerance = verb.tolerant ? tolerance() : 0};
+    const Setting setting{.site = {sp, cell}, .tolerance = verb.takes_setting ? tolerance() : 0};
     if (scalar_pair(verb, sp, setting)) return;
     DataElement& left = sp[-1];
     DataElement& right = sp[0];

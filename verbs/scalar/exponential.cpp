@@ -67,10 +67,9 @@ struct PowerOfE : Transcendental<PowerOfE> {
     static DataElement of_vector(const Value& value, long double length, std::uint64_t head) {
         const double first = components_of(value)[0];
         if (length == 0) return make_item(Exponential::of(first), make_head(tag::real, form::number));
-        const auto zeroed = [](long double part) { return std::fabs(part) < 1e-15L ? 0.0L : part; };
         const long double size = std::exp(static_cast<long double>(first));
-        return around(value, static_cast<double>(size * zeroed(std::cos(length))),
-                      size * zeroed(std::sin(length)) / length, head);
+        return around(value, static_cast<double>(size * angle_zero(std::cos(length))),
+                      size * angle_zero(std::sin(length)) / length, head);
     }
 };
 
@@ -83,7 +82,10 @@ struct NaturalLog : Transcendental<NaturalLog> {
         const long double first = components_of(value)[0];
         const auto log = static_cast<double>(std::log(std::hypot(first, length)));
         if (length != 0) return around(value, log, std::atan2(length, first) / length, head);
-        if (first < 0) return make_item(Complex{log, std::numbers::pi}, kept_head(head, tag::complex));
+        if (first < 0) {
+            const Complex result{log, std::numbers::pi};
+            return make_item(is_polar(head) ? to_polar(result) : result, kept_head(head, tag::complex));
+        }
         return make_item(log, kept_head(head, tag::real));
     }
 };

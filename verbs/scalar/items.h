@@ -8,7 +8,6 @@
 #include <cstring>
 #include <tuple>
 #include <type_traits>
-#include <utility>
 
 #include "data/blocks.h"
 #include "data/errors.h"
@@ -140,6 +139,10 @@ DataElement result_item(const Result& result, const Head& head) {
 // Marks that a result may take over from an operand: a name stays behind, and what hides an item.
 constexpr std::uint16_t kept_marks(std::uint64_t head) {
     return head_marks(head) & static_cast<std::uint16_t>(~(mark::named | mark::hidden));
+}
+
+constexpr std::uint16_t unprefixed_marks(std::uint64_t head) {
+    return kept_marks(head) & static_cast<std::uint16_t>(~mark::r_prefix);
 }
 
 constexpr bool is_polar(std::uint64_t head) { return head_form(head) == form::polar && head_tag(head) >= tag::complex; }

@@ -61,6 +61,7 @@ DataElement compute(const MonadicVerb& verb, DataElement& value, bool may_reuse,
         by_item(verb, value, setting, items);
         block = items.take();
     }
+    if (drew && outer.drew != nullptr) *outer.drew = true;  // what holds a value that depends on chance does too
     const bool chance = verb.by_chance || setting.probable || drew;
     Owner result(result_record(value, block, chance ? ISPROBABLE : 0));
     pack(result.record);
@@ -85,7 +86,7 @@ bool scalar(const MonadicVerb& verb, DataElement& value, const Setting& setting)
 }  // namespace
 
 void monadic(const MonadicVerb& verb, DataElement* sp, DataElement* cell) {
-    const Setting setting{.site = {sp, cell}, .tolerance = verb.tolerant ? tolerance() : 0, .stream = &prngs_seed};
+    const Setting setting{.site = {sp, cell}, .tolerance = verb.takes_setting ? tolerance() : 0, .stream = &prngs_seed};
     if (scalar(verb, *sp, setting)) return;
     const DataElement result = compute(verb, *sp, true, setting);
     dereferencepoint(*sp);

@@ -38,8 +38,8 @@ struct MonadicKinds {
 };
 
 struct MonadicVerb {
-    bool by_chance = false;  // whatever comes out depends on chance
-    bool tolerant = false;   // the rule is made from a Setting
+    bool by_chance = false;      // whatever comes out depends on chance
+    bool takes_setting = false;  // the rule is made from a Setting
     std::array<MonadicKinds, kinds> kinds_of{};
 };
 
@@ -104,6 +104,8 @@ VECTOR_CLONES std::size_t monadic_loop(const void* values, void* result, std::si
                 else
                     c[at] = value.other;
             }
+        } else if constexpr (requires { rule.stream; }) {
+            for (; at < end; ++at) c[at] = applied(rule, a[at], head);  // one draw waits for the other
         } else {
 #pragma GCC ivdep
             for (std::size_t i = at; i < end; ++i) c[i] = applied(rule, a[i], head);
@@ -143,15 +145,13 @@ constexpr MonadicKinds kinds_of_item() {
 
 template <class Rule>
 constexpr MonadicVerb make_monadic() {
-    MonadicVerb verb{requires {Rule::by_chance;
-}
-, std::is_constructible_v<Rule, const Setting&>, {}
-};  // namespace ondrel
-[&]<std::size_t... kind>(std::index_sequence<kind...>) {
-    ((verb.kinds_of[kind] = kinds_of_item<Rule, KindAt<kind>>()), ...);
-}
-(std::make_index_sequence<kinds>{});
-return verb;
+    constexpr bool by_chance = requires { Rule::by_chance; };
+    MonadicVerb verb{by_chance, std::is_constructible_v<Rule, const Setting&>, {}};
+    [&]<std::size_t... kind>(std::index_sequence<kind...>) {
+        ((verb.kinds_of[kind] = kinds_of_item<Rule, KindAt<kind>>()), ...);
+    }
+    (std::make_index_sequence<kinds>{});
+    return verb;
 }
 
 // Runs the verb on the record at `sp`, in place. An empty value stays as it is. Raises 27 and what the rule raises for

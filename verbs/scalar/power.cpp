@@ -16,15 +16,8 @@
 namespace ondrel {
 namespace {
 
-struct UpToComplex : Arithmetic {
-    template <class A, class B>
-    static constexpr bool takes =
-        both_numbers<A, B>&& level_of<A> <= level_of<Complex>&& level_of<B> <= level_of<Complex>;
-    template <class A, class B>
-    static constexpr int missing = both_numbers<A, B> ? 994 : 162;
-    template <class A>
-    static constexpr bool plain_number = std::is_same_v<A, std::int64_t> || std::is_same_v<A, double>;
-};
+template <class A>
+constexpr bool plain_number = std::is_same_v<A, std::int64_t> || std::is_same_v<A, double>;
 
 // ---- POWER
 
@@ -41,16 +34,14 @@ Complex turned_power(double x, double y) {
         std::complex(std::cos(angle), std::sin(angle)) * quarter_turns[static_cast<std::size_t>(quarters + 4) % 4];
     const long double size = std::pow(-static_cast<long double>(x), static_cast<long double>(y));
     const auto part = [size](long double value) {
-        return std::fabs(value) < 1e-15L ? 0.0 : static_cast<double>(size * value);
+        return angle_zero(value) == 0 ? 0.0 : static_cast<double>(size * value);
     };
     return {part(direction.real()), part(direction.imag())};
 }
 
 struct ToPower : UpToComplex {
     static std::uint64_t head(std::uint64_t left, std::uint64_t, std::uint32_t tag) {
-        const std::uint16_t marks =
-            tag == tag::real ? kept_marks(left) & static_cast<std::uint16_t>(~mark::r_prefix) : 0;
-        return make_head(tag, form::number, marks);
+        return make_head(tag, form::number, tag == tag::real ? unprefixed_marks(left) : std::uint16_t{0});
     }
 
     template <class A>

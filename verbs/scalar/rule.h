@@ -60,7 +60,7 @@ struct DyadicKinds {
 
 struct DyadicVerb {
     std::uint32_t refused = 0;
-    bool tolerant = false;  // the rule is made from a Setting
+    bool takes_setting = false;  // the rule is made from a Setting
     std::array<std::array<DyadicKinds, kinds>, kinds> pairs{};
 };
 
@@ -391,7 +391,8 @@ constexpr std::uint64_t arithmetic_head(std::uint64_t left, std::uint64_t right,
     return make_head(tag, head_form(giver), kept_marks(giver));
 }
 
-// The part of a rule that goes for numbers of any two kinds, and for them alone.
+// The parts of a rule that say which pairs it goes for: numbers of any two kinds, and them alone; such up to the
+// complex ones; numbers, or two characters.
 struct Arithmetic {
     static constexpr std::uint32_t refused = HASASCII | HASUNICODE | ISADDRESS;
     template <class A, class B>
@@ -399,6 +400,22 @@ struct Arithmetic {
     template <class A, class B>
     static constexpr int missing = 162;
     static constexpr auto head = arithmetic_head;
+};
+struct UpToComplex : Arithmetic {
+    template <class A, class B>
+    static constexpr bool takes =
+        both_numbers<A, B>&& level_of<A> <= level_of<Complex>&& level_of<B> <= level_of<Complex>;
+    template <class A, class B>
+    static constexpr int missing = both_numbers<A, B> ? 994 : 162;
+};
+struct Comparable {
+    static constexpr std::uint32_t refused = ISADDRESS;
+    template <class A, class B>
+    static constexpr bool both_ascii = std::is_same_v<A, std::uint8_t>&& std::is_same_v<B, std::uint8_t>;
+    template <class A, class B>
+    static constexpr bool takes = both_numbers<A, B> || both_ascii<A, B>;
+    template <class A, class B>
+    static constexpr int missing = std::is_same_v<A, Unicode> || std::is_same_v<B, Unicode> ? 994 : 162;
 };
 
 }  // namespace ondrel

@@ -11,12 +11,9 @@ namespace {
 std::int64_t sign_of(std::int64_t value) { return (value > 0) - (value < 0); }
 std::int64_t sign_of(double value) { return (value > 0) - (value < 0); }
 
-// As kept_head, but a plain number has the form that it had, or the binary form at least.
+// As kept_head, but a plain number has the form that it had.
 constexpr std::uint64_t same_form(std::uint64_t head, std::uint32_t tag) {
     return tag < tag::complex ? make_head(tag, head_form(head), kept_marks(head)) : kept_head(head, tag);
-}
-constexpr std::uint16_t cleared_marks(std::uint64_t head) {
-    return kept_marks(head) & static_cast<std::uint16_t>(~mark::r_prefix);
 }
 
 // All components but the first, or all angles, change sign.
@@ -47,7 +44,7 @@ struct Negative : OfNumbers {
     }
     static std::uint64_t head(std::uint64_t head, std::uint32_t tag) {
         if (tag >= tag::complex) return kept_head(head, tag);
-        return make_head(tag, head_form(head) == form::binary ? form::binary : form::number, cleared_marks(head));
+        return make_head(tag, head_form(head) == form::binary ? form::binary : form::number, unprefixed_marks(head));
     }
 
     template <class A>
@@ -108,7 +105,7 @@ struct Reciprocal : OfNumbers {
             return is_polar(head) ? to_polar(inverse(to_cartesian(value))) : inverse(value);
     }
     static std::uint64_t head(std::uint64_t head, std::uint32_t tag) {
-        if (tag == tag::real) return make_head(tag, head_form(head), cleared_marks(head));
+        if (tag == tag::real) return make_head(tag, head_form(head), unprefixed_marks(head));
         return tag == tag::complex ? make_head(tag, head_form(head), kept_marks(head)) : kept_head(head, tag);
     }
 };

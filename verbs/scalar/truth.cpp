@@ -15,10 +15,6 @@
 namespace ondrel {
 namespace {
 
-constexpr std::uint16_t unprefixed_marks(std::uint64_t head) {
-    return kept_marks(head) & static_cast<std::uint16_t>(~mark::r_prefix);
-}
-
 struct OfTruth {
     static constexpr bool of_cartesian = true;
     template <class A>
@@ -122,17 +118,17 @@ struct Not : OfTruth {
 
 struct Contradiction : OfTruth {
     template <class A>
-    static auto apply(const A& value, std::uint64_t) {
+    static auto apply(const A& value, std::uint64_t head) {
         if constexpr (!is_hypercomplex<A>) {
-            return std::int64_t{0};
+            return false;
         } else {
             const auto components = components_of(value);
             if constexpr (std::is_same_v<A, Complex>)
-                return contradict_c(components);
+                return contradict_c(components, is_graded(head));
             else if constexpr (std::is_same_v<A, Quaternion>)
-                return contradict_q(components);
+                return contradict_q(components, is_graded(head));
             else
-                return contradict_o(components);
+                return contradict_o(components, is_graded(head));
         }
     }
     static std::uint64_t head(std::uint64_t head, std::uint32_t tag) {
@@ -155,7 +151,7 @@ struct IsOfForm : OfTruth {
         } else if constexpr (std::is_same_v<A, std::int64_t>) {
             return form == form::boolean || value == 0 || value == 1;
         } else {
-            if (degrees ? (form & (form::boolean | form::logical)) != 0 : form == form::boolean) return 1;
+            if (degrees ? (form & (form::boolean | form::logical)) != 0 : form == form::boolean) return true;
             return std::ranges::all_of(components_of(value), lies_in);
         }
     }
