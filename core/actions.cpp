@@ -83,7 +83,9 @@ consteval Class class_of(std::uint16_t type) {
 template <auto function, std::uint16_t type>
 consteval Action operation() {
     constexpr Class row = class_of(type);
-    if constexpr (std::is_convertible_v<decltype(function), Action>)
+    if constexpr (std::is_convertible_v<decltype(function), Action> && row.arguments <= 0 && !row.refuses_operators)
+        return function;  // nothing to check
+    else if constexpr (std::is_convertible_v<decltype(function), Action>)
         return checked<function, row.arguments, row.refuses_operators>;
     else
         return checked<run_verb<function>, row.arguments, row.refuses_operators>;
