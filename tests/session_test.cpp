@@ -3,7 +3,9 @@
 // A session (sessions/NAME.session) reads like a transcript. Lines that begin with "> " are typed; consecutive ones are
 // one block. What follows, up to the next such line or a comment line ("## "), is what must come back on both standard
 // streams, newlines at its beginning and end left out. "[n]" alone on a line is a prompt with n values on the stack: a
-// block runs as many sentences as it has such lines, and one if it has none. \xNN is that byte.
+// block runs as many sentences as it has such lines, and one if it has none. \xNN is that byte. "17 ..." with a cell
+// behind it is the report of error 17 there, as it stands at length in the first session that has one; "..." at its end
+// too, that an exception was processed.
 //
 // An example (examples/NAME.ond) runs with -q, and its output must be NAME.out byte for byte, the time left out.
 #include <gtest/gtest.h>
@@ -13,6 +15,7 @@
 #include <fstream>
 #include <iterator>
 
+#include "data/messages.h"
 #include "tests/process.h"
 
 namespace ondrel {
@@ -54,6 +57,15 @@ bool is_height(const std::string& line) {
            std::all_of(line.begin() + 1, line.end() - 1, [](char c) { return c >= '0' && c <= '9'; });
 }
 
+std::string at_length(std::string line) {
+    constexpr std::string_view dots = " ...";
+    const std::size_t gap = line.find(dots);
+    if (gap == 0 || gap == line.npos || line.find_first_not_of("0123456789") != gap) return line;
+    const bool exception = line.ends_with(dots) && line.size() > gap + dots.size();
+    if (exception) line.replace(line.size() - dots.size(), dots.size(), "\nException processing:...");
+    return errors(std::stoi(line)) + std::string("\n\nInstruction:\n") + line.substr(gap + dots.size());
+}
+
 std::vector<Block> read_session(const fs::path& path) {
     std::vector<Block> blocks;
     std::ifstream file(path, std::ios::binary);
@@ -83,7 +95,7 @@ std::vector<Block> read_session(const fs::path& path) {
         else if (is_height(line))
             end_reply(line.substr(1, line.size() - 2));
         else
-            words += line + '\n';
+            words += at_length(line) + '\n';
     }
     end_block();
     return blocks;
