@@ -95,8 +95,8 @@ TEST(ValueKeys, TellDifferentValuesApart) {
     Evaluator interpreter;
     interpreter.run(
         "1 2 -1 1.5 1e300 1i2 1i3 1k2 #1o2 (1) (1 2) (2 1) ((1) 2) (1 2 3 4) (1 2 3 4)[2 2] (1 2 3 4)[1 4] `(1 2)` T F "
-        "'a' "
-        "'ab' ('ab' 'c') ('a' 'bc') #NIL '' 1p2 d1p2 0#1 0#000000001 inf -inf nan : 1 + ; : 1 - ; MONADIC 1 + ; "
+        "0.1 0.10000000000000002 'a' 'ab' ('ab' 'c') ('a' 'bc') #NIL '' 1p2 d1p2 0#1 0#000000001 inf -inf nan : 1 + ; "
+        ": 1 - ; MONADIC 1 + ; "
         "VARS 1 MONADIC 1 + ; : SUM ; : PRODUCT ; : x ; : _x ; : @x ; : \"c\" ; : 1 ?Y ; : 1 ?N ; @x [. .");
     std::set<std::string> keys;
     const long height = interpreter.height();
