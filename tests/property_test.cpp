@@ -279,6 +279,7 @@ TEST(Property, OnlyUniformUnnamedArraysArePacked) {
         EXPECT_FALSE(packs(vector_value({group[0], subarray(vector_value({group[0]}))})));
     }
     EXPECT_FALSE(packs(vector_value({integer(1), integer(1, form::boolean)})));
+    EXPECT_FALSE(packs(vector_value({integer(257, form::boolean), integer(257, form::boolean)}))) << "no byte holds it";
     EXPECT_FALSE(packs(vector_value({integer(1), real(1)})));
 }
 
