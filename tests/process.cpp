@@ -241,4 +241,12 @@ std::string unescaped(std::string_view text) {
     return bytes;
 }
 
+std::size_t count(std::string_view text, std::string_view part) {
+    std::size_t n = 0;
+    for (std::size_t at = 0; (at = text.find(part, at)) != std::string_view::npos; at += part.size()) ++n;
+    return n;
+}
+
+bool contains(std::string_view text, std::string_view part) { return text.find(part) != std::string_view::npos; }
+
 }  // namespace ondrel

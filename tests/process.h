@@ -87,4 +87,8 @@ Result run_program(std::string_view input, const Launch& launch = {}, double sec
 std::string escaped(std::string_view bytes);
 std::string unescaped(std::string_view text);
 
+// How often the text holds the part, and whether it does at all.
+std::size_t count(std::string_view text, std::string_view part);
+bool contains(std::string_view text, std::string_view part);
+
 }  // namespace ondrel

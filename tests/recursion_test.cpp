@@ -17,12 +17,6 @@ struct Case {
     const char* top;  // what the last sentence shows
 };
 
-std::size_t count(const std::string& text, std::string_view word) {
-    std::size_t n = 0;
-    for (std::size_t at = 0; (at = text.find(word, at)) != std::string::npos; at += word.size()) ++n;
-    return n;
-}
-
 // The address sanitizer has larger frames, and stays on the stack that it was given.
 class Recursion : public testing::TestWithParam<const char*> {
 protected:

@@ -10,8 +10,6 @@
 namespace ondrel {
 namespace {
 
-bool contains(const std::string& text, std::string_view part) { return text.find(part) != std::string::npos; }
-
 std::string tail(const std::string& text) {
     return escaped(text.substr(text.size() - std::min<std::size_t>(text.size(), 800)));
 }
