@@ -59,7 +59,8 @@ std::vector<Outcome> single(Monadic verb, const Item& item, Setting& setting) {
 
 bool Outcome::admits(const Item& actual) const {
     const auto fixed = static_cast<std::uint16_t>(~free_marks);
-    if (error != 0 || actual.tag != item.tag || (actual.marks & mark::named) != (item.marks & mark::named)) return false;
+    if (error != 0 || actual.tag != item.tag || (actual.marks & mark::named) != (item.marks & mark::named))
+        return false;
     if (!any_form && (actual.form != item.form || (actual.marks & fixed) != (item.marks & fixed))) return false;
     if (any_parts) return true;
     if (actual.integer != item.integer) return false;

@@ -353,6 +353,10 @@ TEST_F(Large, IntegerSumsLeaveTheirRangeOnce) {
     hold(Verb::add, numbers, numbers);
     hold(Verb::add, numbers, with(sawtooth(777), turn, integer(half_range)));
     hold(Verb::add, scalar_value(integer(half_range)), numbers);
+    // From 2 to the 53 on a sum has the digits of a real.
+    const Value wide =
+        large([](std::size_t i) { return integer((std::int64_t{1} << 53) - 9 + static_cast<std::int64_t>(i % 5)); });
+    hold(Verb::add, wide, with(wide, turn, integer(3)), {{packed, packed}});
 }
 
 TEST_F(Large, IntegerSumsLeaveTheirRangeAtEveryPlaceOfAStretch) {
