@@ -1,8 +1,7 @@
 // The sine, cosine and tangent of reals.
-#include "numbers/elementary.h"
-
 #include <array>
 
+#include "numbers/elementary.h"
 #include "numbers/elementary_parts.h"
 #include "verbs/scalar/clones.h"
 
