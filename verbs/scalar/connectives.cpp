@@ -4,6 +4,7 @@
 // Numbers meet component by component; what only the higher kind has comes out 0. Two integers or two characters that
 // are both binary meet bit by bit, in the four plain verbs.
 #include <algorithm>
+#include <bit>
 
 #include "numbers/magnitude.h"
 #include "numbers/truth.h"
@@ -55,7 +56,14 @@ struct Connective : Comparable {
     }
 
     [[gnu::always_inline]] static bool ordinary(const double* values, std::size_t n) {
-        return none_of(values, n, [](double value) { return !(value >= 0) | !(value <= 1); });
+        // As words, degrees lie between 0 and that of 1: the first bit tells of all else.
+        constexpr auto one = std::bit_cast<std::uint64_t>(1.0);
+        std::uint64_t outside = 0;
+        for (std::size_t i = 0; i < n; ++i) {
+            const auto word = std::bit_cast<std::uint64_t>(values[i]);
+            outside |= word | (one - word);
+        }
+        return outside >> 63 == 0;
     }
     static double plain(double x, double y) { return Verb::of(x, y); }
 
