@@ -113,10 +113,11 @@ Outcome swap_top(Activation& activation) {
 
 Outcome duplicate(Activation& activation) {
     if (is_full(activation)) return full_stack(activation);
-    if (decides_by_copy(activation)) return Outcome::next;
+    const bool alone = activation.pending_condition != nullptr;  // in a cell of its own: no cell stands behind it
+    if (!alone && decides_by_copy(activation)) return Outcome::next;
     activation.sp[1] = activation.sp[0];
     referencepoint(*++activation.sp);
-    goes_into_verb(activation, activation.cell + 1);
+    if (!alone) goes_into_verb(activation, activation.cell + 1);
     return Outcome::next;
 }
 
