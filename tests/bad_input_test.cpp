@@ -172,7 +172,7 @@ TEST(BadInput, EveryByteAlone) {
 
 TEST(BadInput, Nesting) {
     const auto nest = [](std::size_t depth) { return repeated("(", depth) + "5" + repeated(")", depth) + " ."; };
-    EXPECT_FALSE(contains(expect_alive(nest(255), "255").output, "807"));
+    EXPECT_FALSE(contains(expect_alive(nest(255), "255").output, "807 - "));
     expect_alive(nest(256), "256");
     for (const std::size_t depth : {std::size_t{258}, std::size_t{300}, std::size_t{70'000}})
         expect_message(expect_alive(nest(depth), "deeper"), "807 - programme storage full.", "deeper");
