@@ -66,12 +66,16 @@ Outcome full_stack(const Activation& activation);
 inline bool is_full(const Activation& activation) { return activation.sp > stacktop; }
 Outcome push(Activation& activation, const DataElement& owned);
 
+// The verb of arithmetic behind a number in the stream that may take both without looking further, if a value like the
+// number is below it. Null if `literal` is not that.
+inline LiteralForm* literal_form_behind(const DataElement& below, const DataElement* literal) {
+    return literal->rank == 0 && below.type == literal->type ? literal_form_of(literal[1]) : nullptr;
+}
 // A plain number with a verb of arithmetic behind it goes straight into the verb, if that finds another one on the
 // stack. Then the verb's cell is the one that has been run. False, with nothing done, if `literal` is not that.
 inline bool goes_into_verb(Activation& activation, DataElement* literal) {
-    if (activation.sp < activation.argument_floor || literal->rank != 0 || activation.sp->type != literal->type)
-        return false;
-    LiteralForm* const form = literal_form_of(literal[1]);
+    if (activation.sp < activation.argument_floor) return false;
+    LiteralForm* const form = literal_form_behind(*activation.sp, literal);
     if (form == nullptr || !form(*activation.sp, *items_of(*literal))) return false;
     activation.cell = literal + 1;
     return true;

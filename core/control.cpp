@@ -64,29 +64,47 @@ Outcome run_embedded(Activation& activation) {
     return outcome;
 }
 
+// A function on top of the stack, run or dropped.
+Outcome decide_function(Activation& activation, bool runs) {
+    if (activation.sp < activation.argument_floor) return runs ? fail(800, activation) : Outcome::next;
+    if (runs) return execute(activation);
+    drop_top(activation);
+    return Outcome::next;
+}
+
 bool is_single(const DataElement& value) { return value.rank >= 0 && (value.type & SHAPE_BITS) != 0; }
 
 }  // namespace
 
+Outcome decide(Activation& activation, bool yes) {
+    activation.decision = yes;
+    if (activation.pending_condition != nullptr) return Outcome::next;  // in a cell of its own
+    const DataElement& behind = activation.cell[1];
+    if (behind.rank != kind::OPERATOR || !(behind.type & CONDITIONAL) ||
+        !is_instruction(behind.modifier, Instruction::RETURN))
+        return Outcome::next;
+    ++activation.cell;
+    return is_met(behind, yes) ? end_function(activation) : Outcome::next;
+}
+
 Outcome check(Activation& activation) {
     const DataElement& top = *activation.sp;
+    bool yes = top.type != ISEMPTY;
     if (top.type == (ISSCALAR | HASINTEGER)) {
-        activation.decision = items_of(top)->integer > 0;
-    } else if (!is_single(top)) {
-        activation.decision = top.type != ISEMPTY;
-    } else {
+        yes = items_of(top)->integer > 0;
+    } else if (is_single(top)) {
         const DataElement item = item_at(top.data_pointer, 0);
         if (item.tag == tag::integer) {
-            activation.decision = item.integer > 0;
+            yes = item.integer > 0;
         } else {
             const double probability = probability_of(item);
             if (probability < 0) return fail(804, activation);
             note_chance(activation);
-            activation.decision = draw_apart_from(probability, prngs_seed) < probability;
+            yes = draw_apart_from(probability, prngs_seed) < probability;
         }
     }
     drop_top(activation);
-    return Outcome::next;
+    return decide(activation, yes);
 }
 
 Outcome conditional(Activation& activation) {
@@ -94,11 +112,8 @@ Outcome conditional(Activation& activation) {
     const bool yes = is_instruction(static_cast<std::uint16_t>(cell.depth), Instruction::IF_YES);
     if (activation.decision < 0) return fail(yes ? 147 : 148, activation);
     const bool runs = is_met(cell, activation.decision);
-    if (cell.modifier != function_below) return runs ? run_embedded(activation) : Outcome::next;
-    if (activation.sp < activation.argument_floor) return runs ? fail(800, activation) : Outcome::next;
-    if (runs) return execute(activation);
-    drop_top(activation);
-    return Outcome::next;
+    if (cell.modifier == function_below) return decide_function(activation, runs);
+    return runs ? run_embedded(activation) : Outcome::next;
 }
 
 Outcome if_value(Activation& activation) {

@@ -6,6 +6,8 @@
 namespace ondrel {
 
 Outcome check(Activation& activation);
+// Notes a decision. A RETURN under a condition behind it, the usual end of a recursion, is carried out at once.
+Outcome decide(Activation& activation, bool yes);
 Outcome conditional(Activation& activation);  // IF_YES, IF_NO
 // Whether the condition of an IF_YES or IF_NO cell is met by a decision.
 inline bool is_met(const DataElement& cell, std::int32_t decision) {

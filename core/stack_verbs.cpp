@@ -1,7 +1,10 @@
 #include "core/stack_verbs.h"
 
 #include <algorithm>
+#include <optional>
 #include <utility>
+
+#include "core/control.h"
 
 namespace ondrel {
 namespace {
@@ -57,15 +60,9 @@ DataElement vector_of(const DataElement* first, const DataElement* last) {
     return vector.take();
 }
 
-// DUP, a number, a verb and CHECK: the usual way of deciding by a value that is still needed. The verb works on a copy
-// of the item that lies here, so that there is no block to make and to give back. False, with nothing done, if it is
-// not that, or no integer comes out.
-bool decides_by_copy(Activation& activation) {
-    const DataElement& top = *activation.sp;
-    const DataElement* const literal = activation.cell + 1;
-    if (literal->rank != 0 || literal->type != top.type) return false;
-    LiteralForm* const form = literal_form_of(literal[1]);
-    if (form == nullptr || !is_instruction(literal[2], Instruction::CHECK)) return false;
+// What CHECK decides on, when the verb has the top of the stack and the literal: it works on a copy of the item that
+// lies here, so that there is no block to make and to give back. Nothing if no integer comes out.
+std::optional<bool> decision_by_copy(const DataElement& top, LiteralForm* form, const DataElement& literal) {
     struct {
         BlockHeader header;
         DataElement item;
@@ -76,10 +73,8 @@ bool decides_by_copy(Activation& activation) {
     DataElement record;
     record.type = top.type;
     record.data_pointer = &copy.item;
-    if (!form(record, *items_of(*literal)) || record.type != (ISSCALAR | HASINTEGER)) return false;
-    activation.decision = copy.item.integer > 0;
-    activation.cell += 3;
-    return true;
+    if (!form(record, *items_of(literal)) || record.type != (ISSCALAR | HASINTEGER)) return {};
+    return copy.item.integer > 0;
 }
 
 bool can_be_item(const DataElement& element) {
@@ -113,11 +108,20 @@ Outcome swap_top(Activation& activation) {
 
 Outcome duplicate(Activation& activation) {
     if (is_full(activation)) return full_stack(activation);
+    DataElement* const literal = activation.cell + 1;
     const bool alone = activation.pending_condition != nullptr;  // in a cell of its own: no cell stands behind it
-    if (!alone && decides_by_copy(activation)) return Outcome::next;
+    LiteralForm* const form = alone ? nullptr : literal_form_behind(*activation.sp, literal);
+    if (form != nullptr && is_instruction(literal[2], Instruction::CHECK)) {
+        // the usual way of deciding by a value that is still needed
+        if (const std::optional<bool> yes = decision_by_copy(*activation.sp, form, *literal)) {
+            activation.cell += 3;
+            return decide(activation, *yes);
+        }
+    }
     activation.sp[1] = activation.sp[0];
     referencepoint(*++activation.sp);
-    if (!alone) goes_into_verb(activation, activation.cell + 1);
+    if (form == nullptr || !form(*activation.sp, *items_of(*literal))) return Outcome::next;
+    activation.cell += 2;
     return Outcome::next;
 }
 

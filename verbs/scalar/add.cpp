@@ -37,6 +37,8 @@ struct Add : Componentwise<Add> {
     }
     static std::int64_t plain(std::int64_t a, std::int64_t b) { return a + b; }
     static IntegerOrReal apply(std::int64_t a, std::int64_t b) {
+        const std::int64_t values[]{a, b};
+        if (ordinary(values, 2)) return as_integer(plain(a, b));  // the same, without the way through doubles
         const double sum = static_cast<double>(a) + static_cast<double>(b);
         return fits_integer(sum) ? as_integer(static_cast<std::int64_t>(sum)) : as_real(sum);
     }

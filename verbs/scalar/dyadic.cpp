@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "verbs/scalar/nest.h"
+#include "verbs/scalar/rule.h"
 
 namespace ondrel {
 namespace {
@@ -180,6 +181,17 @@ bool scalar_pair(const DyadicVerb& verb, DataElement*& sp, const Setting& settin
 }
 
 }  // namespace
+
+DataElement* separate_item(DataElement& scalar) {
+    const DataElement& shared = *items_of(scalar);
+    DataElement* const item = allocate_items(1);
+    item->head = shared.head;
+    item->name = nullptr;
+    item->integer = shared.integer;
+    release(scalar.data_pointer);
+    scalar.data_pointer = item;
+    return item;
+}
 
 constexpr std::array<LiteralForm*, Instructions.size()> literal_forms = [] {
     std::array<LiteralForm*, Instructions.size()> forms{};
