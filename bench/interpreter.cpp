@@ -32,7 +32,7 @@ void translate(benchmark::State& state, const std::string& sentence, std::int64_
     for (auto _ : state) {
         const char* position = sentence.c_str();
         while (*position != '\0')
-            if (fill(buffer, &variables, nullptr, &position, false) > 0) cleanup(buffer);
+            if (fill(buffer, &variables, nullptr, &position) > 0) cleanup(buffer);
     }
     state.SetItemsProcessed(state.iterations() * items);
 }

@@ -19,7 +19,7 @@ Stream::Stream(std::string_view text) {
     start_interpreter();
     const std::string copy(text);
     const char* position = copy.c_str();
-    count = fill(cells, &variables, nullptr, &position, false);
+    count = fill(cells, &variables, nullptr, &position);
     if (count == 0) std::abort();
 }
 

@@ -6,6 +6,7 @@
 #include "core/chance.h"
 #include "core/console.h"
 #include "core/control.h"
+#include "core/debugger.h"
 #include "core/naming.h"
 #include "core/powers.h"
 #include "core/programs.h"
@@ -93,7 +94,7 @@ consteval Action operation() {
 
 }  // namespace
 
-constexpr std::array<Action, Instructions.size()> operations{
+constexpr std::array<Action, Instructions.size()> actions{
 #define INSTRUCTION(number, name, code, type, action) operation<action, type>(),
 #include "data/instructions.def"
 #undef INSTRUCTION

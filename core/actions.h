@@ -13,6 +13,6 @@ namespace ondrel {
 using Action = Outcome (*)(Activation&);
 
 // By instruction: the check of its class, and what it does.
-extern const std::array<Action, Instructions.size()> operations;
+extern const std::array<Action, Instructions.size()> actions;
 
 }  // namespace ondrel

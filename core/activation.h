@@ -28,12 +28,15 @@ struct Context {
 struct Activation {
     DataElement* cell;  // the one that is run
     DataElement* sp;
-    DataElement* argument_floor;    // the lowest slot that counts as an argument
-    DataElement* frame_base;        // LOCAL cells count from here
-    const Chain* tables;            // in which names are looked up
-    DataElement* code;              // the first cell; JUMP counts from it, as 1
-    std::uint32_t cells;            // of the stream, without the one that ends it
-    std::uint16_t locals = 0;       // slots below the floor that this run gives back at its end
+    DataElement* argument_floor;  // the lowest slot that counts as an argument
+    DataElement* frame_base;      // LOCAL cells count from here
+    const Chain* tables;          // in which names are looked up
+    DataElement* code;            // the first cell; JUMP counts from it, as 1
+    std::uint32_t cells;          // of the stream, without the one that ends it
+    std::uint16_t locals = 0;     // slots below the floor that this run gives back at its end
+    bool local_trace = false, local_step = false;
+    bool fuses = true;              // usual sequences of cells may run as one
+    bool is_watched = false;        // each cell is looked at
     std::int32_t decision = -1;     // of the last CHECK in this run: 0 or 1; before one, -1
     int level = 0;                  // 0: a sentence at the prompt
     DataElement* header = nullptr;  // of the function that runs, whose effects are noted there; null outside
@@ -42,6 +45,8 @@ struct Activation {
     Context* contexts = nullptr;
 
     Site site() const { return {sp, cell}; }
+    // Elements in the frame.
+    std::ptrdiff_t height() const { return sp - argument_floor + 1; }
 };
 
 // A run in the frame of another one, of a stream of `cells` cells and the one that ends it.
@@ -85,7 +90,10 @@ inline bool goes_into_verb(Activation& activation, DataElement* literal) {
 
 // Walks the stream to its end or to an error.
 Outcome run(Activation& activation);
-// Runs the instruction of the OPERATOR cell at `activation.cell`, checks of its class first.
+// Runs the instruction of the OPERATOR cell at `activation.cell`, checks of its class first; where each cell is looked
+// at, as a cell like others.
 Outcome run_operator(Activation& activation);
+// Runs a sentence in the frame of `activation` as the prompt does: errors end here, and the top of the stack is shown.
+void run_sentence(Activation& activation);
 
 }  // namespace ondrel

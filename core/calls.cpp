@@ -4,7 +4,6 @@
 #include <utility>
 
 #include "core/stack.h"
-#include "translator/scanner.h"
 
 namespace ondrel {
 
@@ -67,10 +66,10 @@ Outcome call_top(Activation& caller, CallOptions options) {
 
 // ---- sentences
 
-Sentence::Sentence(const Chain* tables, std::FILE* source, const char** text, bool line)
+Sentence::Sentence(const Chain* tables, std::FILE* source, const char** text, Newline newline, std::uint16_t locals)
     : stream(allocate_items(sentence_cells)) {
     *stream = {};
-    const int filled = fill(stream.get(), tables, source, text, line);
+    const int filled = fill(stream.get(), tables, source, text, newline, locals);
     if (filled == 0) return;
     translated = true;
     count = static_cast<std::uint32_t>(filled) - 1;
@@ -79,9 +78,31 @@ Sentence::Sentence(const Chain* tables, std::FILE* source, const char** text, bo
     stream.reset(static_cast<DataElement*>(cut));
 }
 
+bool Sentence::ends_input() const {
+    const DataElement& first = *stream;
+    return translated && first.rank == kind::OPERATOR &&
+           first.depth == static_cast<std::int16_t>(Instruction::ENDPROCESS);
+}
+
 void Sentence::Cleanup::operator()(DataElement* cells) const {
     cleanup(cells);
     release(cells);
+}
+
+namespace {
+
+struct Waiting {
+    Waiting() { running = 0; }
+    Waiting(const Waiting&) = delete;
+    Waiting& operator=(const Waiting&) = delete;
+    ~Waiting() { running = 1; }
+};
+
+}  // namespace
+
+Sentence typed_sentence(const Activation& activation, Newline newline, std::uint16_t locals) {
+    const Waiting waiting;
+    return {activation.tables, stdin, nullptr, newline, locals};
 }
 
 namespace {
@@ -115,9 +136,17 @@ void run_text(Activation& caller, const std::string& text) {
     const char* const end = position + text.size();
     while (position < end) {
         const char* const before = position;
-        Sentence sentence(caller.tables, nullptr, &position, false);
+        Sentence sentence(caller.tables, nullptr, &position);
         if (sentence.runs()) run_inside(caller, sentence);
         if (position == before) return;  // a byte that ends every text
+    }
+}
+
+void run_stream(Activation& caller, std::FILE* stream) {
+    for (;;) {
+        Sentence sentence(caller.tables, stream, nullptr);
+        if (sentence.ends_input()) return;
+        if (sentence.runs()) run_inside(caller, sentence);
     }
 }
 

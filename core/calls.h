@@ -8,6 +8,7 @@
 
 #include "core/activation.h"
 #include "core/native_stack.h"
+#include "translator/scanner.h"
 
 namespace ondrel {
 
@@ -89,6 +90,7 @@ public:
         callee.cell = callee.code;
         callee.decision = -1;
         callee.locals = 0;
+        callee.local_trace = callee.local_step = false;
     }
     bool complete() const { return ended; }
 
@@ -113,10 +115,12 @@ Outcome call_top(Activation& caller, CallOptions options = {});
 class Sentence {
 public:
     // As `fill`, in the names that are in force.
-    Sentence(const Chain* tables, std::FILE* stream, const char** text, bool line);
+    Sentence(const Chain* tables, std::FILE* stream, const char** text, Newline newline = Newline::blank,
+             std::uint16_t locals = 0);
 
     bool was_translated() const { return translated; }  // else there were mistakes that leave nothing to run
     bool runs() const { return count != 0; }
+    bool ends_input() const;                       // there was nothing left to translate
     std::uint32_t cells() const { return count; }  // without the one that ends it
     DataElement* first() { return stream.get(); }
     DataElement* take() { return stream.release(); }
@@ -130,10 +134,14 @@ private:
     bool translated = false;
 };
 
+// A sentence that is typed while a run waits for it, in its names. An interrupt meanwhile asks for nothing.
+Sentence typed_sentence(const Activation& activation, Newline newline, std::uint16_t locals = 0);
+
 // Runs the sentence in the frame of the caller, or in an empty one above its stack.
 void run_inside(Activation& caller, Sentence& sentence, bool own_frame = false);
 
-// Runs a text sentence by sentence, in the caller's frame.
+// Runs a text, or what is left of a stream, sentence by sentence, in the caller's frame.
 void run_text(Activation& caller, const std::string& text);
+void run_stream(Activation& caller, std::FILE* stream);
 
 }  // namespace ondrel

@@ -32,14 +32,11 @@ Outcome print_top(Activation& activation) {
     return Outcome::next;
 }
 
-// An interrupt while a line is awaited asks for nothing, as at the prompt.
 Outcome input(Activation& activation) {
     if (is_full(activation)) return full_stack(activation);
     std::fflush(stdout);
     const DataElement* const before = activation.sp;
-    running = 0;
-    Sentence sentence(activation.tables, stdin, nullptr, true);
-    running = 1;
+    Sentence sentence = typed_sentence(activation, Newline::ends);
     if (sentence.runs()) run_inside(activation, sentence, true);
     return activation.sp == before ? push(activation, make_empty()) : Outcome::next;
 }

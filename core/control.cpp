@@ -7,6 +7,7 @@
 
 #include "core/calls.h"
 #include "core/stack.h"
+#include "core/timing.h"
 #include "data/texts.h"
 #include "numbers/magnitude.h"
 #include "numbers/random.h"
@@ -58,8 +59,10 @@ Outcome run_embedded(Activation& activation) {
     embedded.elements = 0;
     activation.cell = &embedded;
     DataElement* const outer = std::exchange(activation.pending_condition, conditional_cell);
+    const bool fused = std::exchange(activation.fuses, false);  // nothing stands behind this cell
     const Outcome outcome = run_operator(activation);
     activation.pending_condition = outer;
+    activation.fuses = fused;
     if (activation.cell == &embedded) activation.cell = conditional_cell;
     return outcome;
 }
@@ -78,7 +81,7 @@ bool is_single(const DataElement& value) { return value.rank >= 0 && (value.type
 
 Outcome decide(Activation& activation, bool yes) {
     activation.decision = yes;
-    if (activation.pending_condition != nullptr) return Outcome::next;  // in a cell of its own
+    if (!activation.fuses) return Outcome::next;
     const DataElement& behind = activation.cell[1];
     if (behind.rank != kind::OPERATOR || !(behind.type & CONDITIONAL) ||
         !is_instruction(behind.modifier, Instruction::RETURN))
@@ -308,6 +311,7 @@ Outcome loop(Activation& activation) {
         if (outcome != Outcome::next) return outcome;
         heed_attention();  // a body of no cells does not
     }
+    operations += static_cast<double>(passes);
     return Outcome::next;
 }
 

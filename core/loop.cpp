@@ -3,8 +3,10 @@
 #include <cerrno>
 #include <cstdio>
 
+#include "core/debugger.h"
 #include "core/machine.h"
 #include "core/stack.h"
+#include "core/timing.h"
 #include "data/blocks.h"
 #include "translator/scanner.h"
 
@@ -27,13 +29,16 @@ DataElement* sp = stack;
 void run_one_sentence(bool quiet) {
     if (!quiet) std::printf("\n\nOndrel [%ld]> ", static_cast<long>(sp - stack));
     flush_results();
-    if (endprocess || fill(instructions, &variables, stdin, nullptr, false) == 0) return;
-    attention = 0;
+    if (endprocess || fill(instructions, &variables, stdin, nullptr) == 0) return;
+    forget_interrupt();
+    decide_watching();
+    operators = operations = 0;
     running = 1;
     sp = machine(instructions, sp);
     running = 0;
     cleanup(instructions);
     flush_results();
+    verbs += operators;
 }
 
 }  // namespace

@@ -7,9 +7,11 @@
 #include "core/actions.h"
 #include "core/calls.h"
 #include "core/control.h"
+#include "core/debugger.h"
 #include "core/naming.h"
 #include "core/soundness.h"
 #include "core/stack.h"
+#include "core/timing.h"
 #include "translator/emission.h"
 #include "translator/printing.h"
 #include "verbs/scalar/dyadic.h"
@@ -44,7 +46,7 @@ Outcome push_value(Activation& activation) {
 }
 
 // The kind of a function is that of its stream's header.
-Outcome push_function(Activation& activation, const DataElement& function) {
+[[gnu::always_inline]] inline Outcome push_function(Activation& activation, const DataElement& function) {
     auto* const stream = static_cast<DataElement*>(function.data_pointer);
     if (stream->type & ISOPERATOR) return call(activation, stream);
     const Outcome outcome = push_copy(activation, function);
@@ -57,14 +59,14 @@ Outcome push_literal_function(Activation& activation) {
     DataElement& function = *activation.cell;
     const DataElement& behind = activation.cell[1];
     if (behind.rank != kind::OPERATOR || behind.modifier != function_below || activation.decision < 0 ||
-        is_full(activation))
+        !activation.fuses || is_full(activation))
         return push_function(activation, function);
     ++activation.cell;
     return is_met(behind, activation.decision) ? call(activation, static_cast<DataElement*>(function.data_pointer))
                                                : Outcome::next;
 }
 
-Outcome push_named(Activation& activation) {
+[[gnu::always_inline]] inline Outcome push_named(Activation& activation) {
     const DataElement* const value = resolve(activation.tables, *activation.cell);
     if (value == nullptr || !has_value(*value)) [[unlikely]]
         return fail(23, activation);
@@ -115,11 +117,16 @@ bool is_skipped(const Activation& activation) {
     return yes != (activation.decision != 0);
 }
 
-Outcome run_cell(Activation& activation) {
+Outcome run_instruction(Activation& activation) {
+    const auto number = static_cast<std::size_t>(activation.cell->depth);
+    return actions[number < actions.size() ? number : 0](activation);
+}
+
+[[gnu::always_inline]] inline Outcome run_cell(Activation& activation, bool fuses) {
     DataElement& cell = *activation.cell;
-    if (cell.rank == kind::OPERATOR) return run_operator(activation);
+    if (cell.rank == kind::OPERATOR) return run_instruction(activation);
     if (cell.rank == 0 && !(cell.type & CONDITIONAL) && !is_full(activation)) [[likely]] {
-        if (goes_into_verb(activation, &cell)) return Outcome::next;
+        if (fuses && goes_into_verb(activation, &cell)) return Outcome::next;
         *++activation.sp = cell;
         reference(cell.data_pointer);
         return Outcome::next;
@@ -139,6 +146,40 @@ Outcome run_cell(Activation& activation) {
         case kind::INVALID: return stop_with(" Unusable symbol:");
         default: return push_value(activation);
     }
+}
+
+// A cell that is looked at: traced, stepped, counted and timed. A conditional cell that runs its instruction is none of
+// the account, as that is a cell of its own; nor are the verbs that turn the looking on and off.
+Outcome run_watched_cell(Activation& activation) {
+    if (activation.cell->type == 0) return Outcome::stop;
+    heed_attention();
+    show_cell(activation);
+    ++operators;
+    const DataElement& cell = *activation.cell;
+    if (cell.rank != kind::OPERATOR) {
+        const Outcome outcome = run_cell(activation, false);
+        pass_time();
+        return outcome;
+    }
+    const bool counts = !runs_embedded(cell, activation.decision) && !turns_watching(cell);
+    AccountedInstruction account(activation);
+    const Outcome outcome = run_instruction(activation);
+    if (counts && outcome == Outcome::next) account.finish(activation.sp);
+    return outcome;
+}
+
+[[gnu::cold]] Outcome run_watched(Activation& activation) {
+    activation.is_watched = true;
+    activation.fuses = false;
+    const AccountedRun account;
+    Outcome outcome = Outcome::next;
+    while ((outcome = run_watched_cell(activation)) == Outcome::next) {
+        check_soundness(activation);
+        ++activation.cell;
+    }
+    activation.is_watched = false;
+    activation.fuses = true;
+    return outcome;
 }
 
 void show_result(const Activation& activation) {
@@ -165,8 +206,11 @@ void recover(Activation& activation) {
     abandon(activation);
 }
 
+}  // namespace
+
 // Whatever unwinds from below ends here, with the stack as high as this run last left it.
 void run_sentence(Activation& activation) {
+    start_sentence();
     sigjmp_buf fault;
     sigjmp_buf* const outer = std::exchange(fault_jump, &fault);
     try {
@@ -175,6 +219,7 @@ void run_sentence(Activation& activation) {
         } else if (run(activation) == Outcome::abandon) {
             abandon(activation);
         } else {
+            report_sentence();
             show_result(activation);
         }
     } catch (const Unwind&) {
@@ -186,14 +231,15 @@ void run_sentence(Activation& activation) {
     fault_jump = outer;
 }
 
-}  // namespace
-
 // The cell that ends the stream is told by its type alone.
 Outcome run(Activation& activation) {
     for (;; ++activation.cell) {
         if (activation.cell->type == 0) return Outcome::stop;
-        heed_attention();
-        const Outcome outcome = run_cell(activation);
+        if (attention) [[unlikely]] {
+            heed_interrupt();
+            if (cycle_watched) return run_watched(activation);
+        }
+        const Outcome outcome = run_cell(activation, true);
         check_soundness(activation);
         if (outcome != Outcome::next) [[unlikely]]
             return outcome;
@@ -201,8 +247,7 @@ Outcome run(Activation& activation) {
 }
 
 Outcome run_operator(Activation& activation) {
-    const auto number = static_cast<std::size_t>(activation.cell->depth);
-    return operations[number < operations.size() ? number : 0](activation);
+    return activation.is_watched ? run_watched_cell(activation) : run_instruction(activation);
 }
 
 DataElement* machine(DataElement* sentence, DataElement* top) {

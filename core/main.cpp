@@ -3,13 +3,16 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <chrono>
+#include <cmath>
 #include <cstdio>
 #include <cstring>
 
+#include "core/clock.h"
 #include "core/loop.h"
 #include "core/native_stack.h"
 #include "core/options.h"
+#include "core/report.h"
+#include "core/timing.h"
 #include "data/allocator.h"
 #include "data/errors.h"
 #include "numbers/random.h"
@@ -19,7 +22,6 @@
 namespace {
 
 using namespace ondrel;
-using Clock = std::chrono::steady_clock;
 
 constexpr double unknown_memory = 16777216.0, mebibyte = 1048576.0;
 constexpr double share_of_memory = 0.9;  // what values may take; the rest is the system's
@@ -44,18 +46,26 @@ double physical_memory() {
 }
 
 void print_machine(double memory) {
-    std::fputs("Single processor\n\n", stdout);
+    const bool single = processors == 1;
+    if (single)
+        std::fputs("Single processor", stdout);
+    else
+        std::printf("Processors: %d, Threads: %d", static_cast<int>(processors - 1) / thrds,
+                    static_cast<int>(processors));
+    if (processor_performance)
+        std::printf("%s: %ld MHz", single ? ", Clock" : "\nCumulative clock", static_cast<long>(MHz));
+    std::fputs("\n\n", stdout);
     if (memory != unknown_memory) std::printf("Available memory: %lg MiB\n", memory / mebibyte);
     std::fputs("\n", stdout);
 }
 
-void print_time_spent(Clock::time_point start) {
-    using namespace std::chrono;
-    const auto spent = duration_cast<microseconds>(Clock::now() - start);
-    const hh_mm_ss parts(spent);
-    std::printf("--- Spent: %.2d:%.2d:%.2d.%.06d ---\n\n", static_cast<int>(parts.hours().count()),
-                static_cast<int>(parts.minutes().count()), static_cast<int>(parts.seconds().count()),
-                static_cast<int>(parts.subseconds().count()));
+void print_time_spent() {
+    tval = read_clock();
+    constexpr long second = 1000000, minute = 60 * second, hour = 60 * minute;
+    const long spent = std::lround((tval - starttime) * second);
+    std::printf("--- Spent: %.2d:%.2d:%.2d.%.06d ---\n\n", static_cast<int>(spent / hour),
+                static_cast<int>(spent % hour / minute), static_cast<int>(spent % minute / second),
+                static_cast<int>(spent % second));
 }
 
 }  // namespace
@@ -63,11 +73,12 @@ void print_time_spent(Clock::time_point start) {
 int main(int count, char** arguments) {
     const Options options = read_options(count, arguments);
     if (!options.quiet) print_version();
+    size_pool();
     raise_limits();
     const double memory = physical_memory();
     if (memory != unknown_memory) most_memory = static_cast<std::size_t>(memory * share_of_memory);
     if (!options.quiet) print_machine(memory);
-    const auto start = Clock::now();
+    tval = starttime = read_clock();
     make_token_tables();
     arm_signals();
     if (!options.quiet) exception(0);
@@ -84,12 +95,15 @@ int main(int count, char** arguments) {
         run_on_large_stack([] { interactive_loop(false); });
     wipe_all_tables();
 
-    if (!options.quiet) std::printf("\n%s\n", errors(FAREWELL));
+    if (!options.quiet) {
+        report_instructions();
+        std::printf("\n%s\n", errors(FAREWELL));
+    }
     std::fputs("\n", stdout);
 #ifdef ONDREL_CHECKS
     if (live_blocks != blocks_at_start)
         std::fprintf(stderr, "%ld blocks were not given back\n", static_cast<long>(live_blocks - blocks_at_start));
 #endif
-    print_time_spent(start);
+    print_time_spent();
     return 0;
 }

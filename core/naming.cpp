@@ -172,6 +172,11 @@ Outcome forget(Activation& activation) {
     return Outcome::next;
 }
 
+Outcome wipe(Activation& activation) {
+    hashwipe(activation.tables->table);
+    return Outcome::next;
+}
+
 Outcome move_context(Activation& activation) {
     switch (static_cast<Instruction>(activation.cell->modifier)) {
         case Instruction::SMALL: return push_context(activation, makesmallhashtab());

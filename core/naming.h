@@ -26,6 +26,7 @@ Outcome make_address(Activation& activation);
 Outcome get(Activation& activation);
 Outcome do_name(Activation& activation);
 Outcome forget(Activation& activation);
+Outcome wipe(Activation& activation);
 Outcome move_context(Activation& activation);
 Outcome list_variables(Activation& activation);
 Outcome list_functions(Activation& activation);

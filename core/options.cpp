@@ -1,5 +1,8 @@
 #include "core/options.h"
 
+#include <unistd.h>
+
+#include <algorithm>
 #include <cfloat>
 #include <cstdio>
 #include <cstdlib>
@@ -18,6 +21,11 @@
 namespace ondrel {
 
 bool constraindirectories = true;
+std::uint32_t processors = 0, cpus = 0;
+std::int32_t thrds = 1;
+bool timing = false, performance = false, processor_performance = false;
+std::uint64_t MHz = 0;
+bool opstime = false, flops = false, terse_ops = false, just_summary = false;
 
 namespace {
 
@@ -95,15 +103,83 @@ void print_internals() {
     std::fputs("\n\n", stdout);
 }
 
-[[noreturn]] void end() {
+[[noreturn]] void end(int code = 0) {
     std::fflush(stdout);
-    std::exit(0);
+    std::exit(code);
 }
 
 [[noreturn]] void report_version(bool internals) {
     print_version();
     if (internals) print_internals();
     end();
+}
+
+// The arguments as the scan sees them: bytes, and a dash that has been read and waits for its letter.
+struct Scan {
+    const char* program;
+    const char* rest = "";
+    bool dash = false;
+
+    bool ended() const { return *rest == '\0'; }
+    // The number that stands next, not above `most`; 0 for none, and for what is no count.
+    long take_number(long most = std::numeric_limits<long>::max()) {
+        char* behind = nullptr;
+        const long number = std::strtol(rest, &behind, 10);
+        rest = behind;
+        return std::clamp(number, 0L, most);
+    }
+    long need_number(const char* what, const char* option, long most = std::numeric_limits<long>::max()) {
+        const long number = take_number(most);
+        if (number > 0) return number;
+        std::printf("%s must be given for -%s option\n", what, option);
+        end(1);
+    }
+    // The letter that says more of an option; the end of the argument is none.
+    char take_letter(std::string_view letters) {
+        if (ended()) return '\0';
+        const char letter = *rest++;
+        if (letters.find(letter) != letters.npos) return letter;
+        std::printf("Unrecognised option: -%c\n\n", letter);
+        print_usage(program);
+        end();
+    }
+};
+
+// More threads than any machine has use for.
+constexpr long most_threads = 1024;
+
+// Without a number all processors of the machine; then the dash is not used up.
+bool read_processors(Scan& scan) {
+    if (const long number = scan.take_number(most_threads)) {
+        processors = cpus = static_cast<std::uint32_t>(number);
+        return true;
+    }
+    processors = static_cast<std::uint32_t>(std::clamp(sysconf(_SC_NPROCESSORS_CONF), 1L, most_threads));
+    return false;
+}
+
+void read_timing(Scan& scan) {
+    if (scan.take_letter("h") == 'h')
+        thrds = static_cast<std::int32_t>(scan.need_number("The number of threads", "th", most_threads));
+    else
+        timing = true;
+}
+
+void read_performance(Scan& scan) {
+    if (scan.take_letter("p") == 'p') {
+        MHz = static_cast<std::uint64_t>(scan.need_number("Processor speed", "pp"));
+        processor_performance = true;
+    } else {
+        performance = true;
+    }
+}
+
+void read_instruction_timing(Scan& scan) {
+    const char letter = scan.take_letter("fts");
+    opstime = true;
+    flops |= letter == 'f' || letter == 't';
+    terse_ops |= letter == 't';
+    just_summary |= letter == 's';
 }
 
 }  // namespace
@@ -118,26 +194,38 @@ void print_version() {
 // byte: a list of 128 words or more is not looked at.
 Options read_options(int count, char** arguments) {
     Options options;
-    bool dash = false;
+    Scan scan{.program = arguments[0]};
     for (int i = static_cast<signed char>(count) - 1; i > 0; --i)
-        for (std::string_view rest = arguments[i]; !rest.empty(); rest.remove_prefix(1)) {
-            const char letter = rest[0];
-            if (letter == '-') {
-                dash = true;
-                continue;
-            }
-            const bool needs_no_dash = letter == 'u' || letter == 'v';
-            if (!dash && !needs_no_dash) continue;
+        for (scan.rest = arguments[i]; !scan.ended();) {
+            const char letter = *scan.rest++;
+            const bool needs_no_dash = letter == '-' || letter == 'u' || letter == 'v';
+            if (!scan.dash && !needs_no_dash) continue;
+            bool used = true;
             switch (letter) {
+                case '-': used = false; break;
                 case 'h': print_usage(arguments[0]); end();
-                case 'v': report_version(rest.starts_with("vv"));
+                case 'v': report_version(*scan.rest == 'v');
                 case 'q': options.quiet = true; break;
                 case 'u': constraindirectories = false; break;
+                case 'c': used = read_processors(scan); break;
+                case 't': read_timing(scan); break;
+                case 'p': read_performance(scan); break;
+                case 'i': read_instruction_timing(scan); break;
                 default: continue;
             }
-            dash = false;
+            scan.dash = !used;
         }
     return options;
+}
+
+void size_pool() {
+    if (processors == 0) {
+        processors = cpus = 1;
+        thrds = 1;
+        return;
+    }
+    processors = static_cast<std::uint32_t>(std::min(long{processors} * thrds, most_threads)) + 1;
+    cpus = processors;
 }
 
 }  // namespace ondrel

@@ -11,8 +11,6 @@ namespace {
 
 constexpr std::int16_t deepest_nest = 32767;
 
-std::ptrdiff_t height(const Activation& activation) { return activation.sp - activation.argument_floor + 1; }
-
 bool is_instruction(const DataElement& cell, Instruction instruction) {
     return cell.rank == kind::OPERATOR && cell.depth == static_cast<std::int16_t>(instruction);
 }
@@ -89,12 +87,12 @@ Outcome clear(Activation& activation) {
 }
 
 Outcome discard(Activation& activation) {
-    if (height(activation) >= 1) dereferencepoint(*activation.sp--);
+    if (activation.height() >= 1) dereferencepoint(*activation.sp--);
     return Outcome::next;
 }
 
 Outcome drop_second(Activation& activation) {
-    if (height(activation) < 2) return Outcome::next;
+    if (activation.height() < 2) return Outcome::next;
     dereferencepoint(activation.sp[-1]);
     activation.sp[-1] = activation.sp[0];
     --activation.sp;
@@ -102,15 +100,14 @@ Outcome drop_second(Activation& activation) {
 }
 
 Outcome swap_top(Activation& activation) {
-    if (height(activation) >= 2) std::swap(activation.sp[0], activation.sp[-1]);
+    if (activation.height() >= 2) std::swap(activation.sp[0], activation.sp[-1]);
     return Outcome::next;
 }
 
 Outcome duplicate(Activation& activation) {
     if (is_full(activation)) return full_stack(activation);
     DataElement* const literal = activation.cell + 1;
-    const bool alone = activation.pending_condition != nullptr;  // in a cell of its own: no cell stands behind it
-    LiteralForm* const form = alone ? nullptr : literal_form_behind(*activation.sp, literal);
+    LiteralForm* const form = activation.fuses ? literal_form_behind(*activation.sp, literal) : nullptr;
     if (form != nullptr && is_instruction(literal[2], Instruction::CHECK)) {
         // the usual way of deciding by a value that is still needed
         if (const std::optional<bool> yes = decision_by_copy(*activation.sp, form, *literal)) {
@@ -151,7 +148,7 @@ Outcome collect(Activation& activation) {
     return Outcome::next;
 }
 
-Outcome count_stack(Activation& activation) { return push_integer(activation, height(activation)); }
+Outcome count_stack(Activation& activation) { return push_integer(activation, activation.height()); }
 
 Outcome count_to_mark(Activation& activation) {
     return push_integer(activation, activation.sp - find_mark(activation));

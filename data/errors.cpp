@@ -10,6 +10,8 @@ namespace ondrel {
 bool endprocess = false;
 bool A_Problem = false;
 bool PrintOut = false;
+bool stepping = false;
+bool cycle_watched = false;
 volatile std::sig_atomic_t attention = 0;
 volatile std::sig_atomic_t running = 0;
 sigjmp_buf* fault_jump = nullptr;
@@ -20,6 +22,7 @@ void exception(int number, Site site) {
         std::fprintf(stderr, "\n%s", errors(0));
         return;
     }
+    stepping = true;
     std::fprintf(stderr, "\n%s\n", errors(number));
     if (number == 27) {
         A_Problem = true;
@@ -42,8 +45,26 @@ void end_of_process() {
     throw Unwind{};
 }
 
-void leave_interrupted() {
-    attention = 0;
+namespace {
+
+volatile std::sig_atomic_t interrupted = 0;
+
+}  // namespace
+
+void watch_cycle(bool on) {
+    cycle_watched = on;
+    attention = on;
+    if (interrupted) attention = 1;  // it may have come between
+}
+
+void forget_interrupt() {
+    interrupted = 0;
+    watch_cycle(cycle_watched);
+}
+
+void heed_interrupt() {
+    if (!interrupted) return;
+    forget_interrupt();
     if (PrintOut) std::fputc('\n', stdout);
     std::fputs("\n** User interrupt. **\n", stdout);
     std::fflush(stdout);
@@ -60,7 +81,9 @@ void say(const char* text) {
 }
 
 void interrupt(int) {
-    if (running) attention = 1;
+    if (!running) return;
+    interrupted = 1;
+    attention = 1;
 }
 
 // Runs on a stack of its own: the fault may be the end of the ordinary one. The third memory fault ends the process.

@@ -26,6 +26,7 @@ struct Site {
 extern bool endprocess;  // the process is to end
 extern bool A_Problem;   // after an interrupt or 27: the value on top may be half done
 extern bool PrintOut;    // a value is being printed
+extern bool stepping;    // what is traced or stepped is shown: every error above 0 wakes it
 
 // Reports error `number` (above 0) with the cell at `site`, and the stack's top after A_Problem, on standard error;
 // or, for 0, writes the greeting there. Returns to the caller.
@@ -42,18 +43,24 @@ void exception(int number, Site site = {});
 
 // Signals. SIGINT and SIGQUIT only ask: the cycle, long loops and printing look at `attention` at points where
 // nothing is half done. Faults report, and jump to the recovery point in force.
-extern volatile std::sig_atomic_t attention;
-extern volatile std::sig_atomic_t running;  // a sentence runs; an interrupt at any other time is ignored
+extern volatile std::sig_atomic_t attention;  // an interrupt waits, or the cycle is watched
+extern volatile std::sig_atomic_t running;    // a sentence runs; an interrupt at any other time is ignored
+extern bool cycle_watched;                    // each cell is traced, stepped or timed; written by `watch_cycle`
 extern sigjmp_buf* fault_jump;
 
 void arm_signals();
 
-// Reports the interrupt that `attention` stands for and throws Unwind.
-[[noreturn]] void leave_interrupted();
+// Whether the cycle is to look closer at each cell from now on.
+void watch_cycle(bool on);
+
+// Reports an interrupt that waits and throws Unwind.
+void heed_interrupt();
+// An interrupt from before a run is none of its.
+void forget_interrupt();
 
 inline void heed_attention() {
     if (attention) [[unlikely]]
-        leave_interrupted();
+        heed_interrupt();
 }
 
 // Defined above this folder, in translator/printing: a cell or value in an error report.

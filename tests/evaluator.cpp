@@ -55,7 +55,7 @@ std::string Evaluator::run(std::string_view text) {
     const char* position = copy.c_str();
     Capture capture;
     while (*position != '\0') {
-        if (fill(cells, &variables, nullptr, &position, false) == 0) continue;
+        if (fill(cells, &variables, nullptr, &position) == 0) continue;
         sp = machine(cells, sp);
         cleanup(cells);
     }

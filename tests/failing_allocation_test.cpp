@@ -43,7 +43,7 @@ std::string run_one(Evaluator& evaluator, const char* sentence) {
     static std::array<DataElement, sentence_cells> cells;
     testing::internal::CaptureStdout();
     testing::internal::CaptureStderr();
-    if (fill(cells.data(), &variables, nullptr, &sentence, false) > 0) {
+    if (fill(cells.data(), &variables, nullptr, &sentence) > 0) {
         evaluator.sp = machine(cells.data(), evaluator.sp);
         cleanup(cells.data());
     }

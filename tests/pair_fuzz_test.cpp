@@ -157,7 +157,7 @@ void run_verb(const InstructionRow& verb, Activation& activation) {
     const DataElement* const first = activation.argument_floor;
     const std::vector<Seen> before(first, static_cast<const DataElement*>(activation.sp) + 1);
     const std::size_t taken = verb.type == dyadic_class ? 2 : 1;
-    const int error = error_of([&] { operations[static_cast<std::size_t>(verb.number)](activation); });
+    const int error = error_of([&] { actions[static_cast<std::size_t>(verb.number)](activation); });
     check_soundness(activation);
 
     EXPECT_GE(error, 0) << "unwound without a report";

@@ -156,7 +156,7 @@ Value translated(const std::string& text) {
     const std::string sentence = text + " .";
     const char* position = sentence.c_str();
     int count = 0;
-    EXPECT_EQ(error_of([&] { count = fill(cells, &variables, nullptr, &position, false); }), 0);
+    EXPECT_EQ(error_of([&] { count = fill(cells, &variables, nullptr, &position); }), 0);
     EXPECT_EQ(count, 2) << "more than one literal";
     if (count == 0) return value;
     if (cells[0].rank >= 0) value = read(cells[0], KindBits::at_least);

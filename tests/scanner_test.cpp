@@ -66,12 +66,12 @@ Cells take_cells(int count) {
 }
 
 // One sentence of the text, and where the next begins.
-Cells scan(const char*& text, bool line = false) {
-    return take_cells(fill(buffer.data(), &variables, nullptr, &text, line));
+Cells scan(const char*& text, Newline newline = Newline::blank) {
+    return take_cells(fill(buffer.data(), &variables, nullptr, &text, newline));
 }
-Cells scan_one(const std::string& text, bool line = false) {
+Cells scan_one(const std::string& text, Newline newline = Newline::blank) {
     const char* position = text.c_str();
-    return scan(position, line);
+    return scan(position, newline);
 }
 
 class Scanner : public testing::Test {
@@ -106,7 +106,9 @@ struct CountingStream {
     CountingStream& operator=(const CountingStream&) = delete;
     ~CountingStream() { std::fclose(stream); }
 
-    Cells scan(bool line = false) { return take_cells(fill(buffer.data(), &variables, stream, nullptr, line)); }
+    Cells scan(Newline newline = Newline::blank) {
+        return take_cells(fill(buffer.data(), &variables, stream, nullptr, newline));
+    }
 };
 
 // ---- what is taken from the input
@@ -140,7 +142,7 @@ TEST_F(Scanner, TakesNoByteMoreThanTheSentenceNeeds) {
                                              {"1.\n", true, 2},
                                              {"\n", true, 1}}) {
         CountingStream stream(std::string(taken) + "~rest");
-        EXPECT_EQ(stream.scan(line).size(), cells) << taken;
+        EXPECT_EQ(stream.scan(line ? Newline::ends : Newline::blank).size(), cells) << taken;
         EXPECT_EQ(stream.taken, std::string_view(taken).size()) << taken;
         EXPECT_EQ(std::getc(stream.stream), '~') << taken;
     }
@@ -163,13 +165,27 @@ TEST_F(Scanner, LosesTheByteBehindASentenceEndUnlessItIsANewline) {
     EXPECT_EQ(scan(position), (Cells{"2", "END"}));
 }
 
+TEST_F(Scanner, StepsOnAtTheEndOfALineWhileStepping) {
+    const Cells steps{"1", "2", "ENDPROCESS ", "END"};
+    stepping = true;
+    EXPECT_EQ(scan_one("1 2\n3 .", Newline::steps), steps);
+    EXPECT_EQ(scan_one("\n3 .", Newline::steps), (Cells{"ENDPROCESS ", "END"}));
+    EXPECT_EQ(scan_one("1 2 .\n3 .", Newline::steps), (Cells{"1", "2", "END"}));
+    EXPECT_EQ(scan_one("1 RUN 2\n3 .", Newline::steps), (Cells{"1", "2", "3", "END"}));
+    EXPECT_FALSE(stepping);
+    EXPECT_EQ(scan_one("1 RUN\n2 .", Newline::steps), (Cells{"1", "RUN RUN", "2", "END"}));
+    stepping = true;
+    EXPECT_EQ(scan_one("1 BREAK 2\n3 .", Newline::steps), Cells{});
+    EXPECT_FALSE(stepping);
+}
+
 TEST_F(Scanner, EndsTheLineOnlyInASentence) {
-    EXPECT_EQ(scan_one("1\n2 .", true), (Cells{"1", "END"}));
-    EXPECT_EQ(scan_one("1\n2 .", false), (Cells{"1", "2", "END"}));
-    EXPECT_EQ(scan_one("(1\n2) 3\n4", true), (Cells{"1 2", "3", "END"}));
-    EXPECT_EQ(scan_one("('a\nb')  3\n4", true), (Cells{"nested", "3", "END"}));
-    EXPECT_EQ(scan_one("\"x\ny\" 3\n4", true), (Cells{"NOOP/CONTEXT x\ny", "3", "END"}));
-    EXPECT_EQ(scan_one("1 . 2\n", true), (Cells{"1", "END"}));
+    EXPECT_EQ(scan_one("1\n2 .", Newline::ends), (Cells{"1", "END"}));
+    EXPECT_EQ(scan_one("1\n2 ."), (Cells{"1", "2", "END"}));
+    EXPECT_EQ(scan_one("(1\n2) 3\n4", Newline::ends), (Cells{"1 2", "3", "END"}));
+    EXPECT_EQ(scan_one("('a\nb')  3\n4", Newline::ends), (Cells{"nested", "3", "END"}));
+    EXPECT_EQ(scan_one("\"x\ny\" 3\n4", Newline::ends), (Cells{"NOOP/CONTEXT x\ny", "3", "END"}));
+    EXPECT_EQ(scan_one("1 . 2\n", Newline::ends), (Cells{"1", "END"}));
 }
 
 TEST_F(Scanner, EndsAtANulEverywhereAndAtTheLastByteInMemoryOnly) {
@@ -370,8 +386,8 @@ TEST_F(Scanner, SurvivesTheEndOfTheInputAnywhere) {
         for (const bool in_memory : {true, false}) {
             CountingStream stream(cut);
             const char* position = cut.c_str();
-            const int count = in_memory ? fill(buffer.data(), &variables, nullptr, &position, false)
-                                        : fill(buffer.data(), &variables, stream.stream, nullptr, false);
+            const int count = in_memory ? fill(buffer.data(), &variables, nullptr, &position)
+                                        : fill(buffer.data(), &variables, stream.stream, nullptr);
             if (count == 0) continue;
             const DataElement& last = buffer[static_cast<std::size_t>(count - 1)];
             const bool ends = last.type == 0;

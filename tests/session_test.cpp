@@ -5,7 +5,12 @@
 // streams, newlines at its beginning and end left out. "[n]" alone on a line is a prompt with n values on the stack: a
 // block runs as many sentences as it has such lines, and one if it has none. \xNN is that byte. "17 ..." with a cell
 // behind it is the report of error 17 there, as it stands at length in the first session that has one; "..." at its end
-// too, that an exception was processed.
+// too, that an exception was processed. A first line "## run with: WORDS" gives arguments, and NAME=value the
+// environment, of the run.
+//
+// A document (docs/NAME.md) may show what is typed at a terminal and what comes back, in fences of the kind
+// "transcript"; behind that word stand arguments and environment of the run, or "more", when it goes on with the run of
+// the fence before. What is typed stands behind a prompt.
 //
 // An example (examples/NAME.ond) runs with -q, and its output must be NAME.out byte for byte, the time left out.
 #include <gtest/gtest.h>
@@ -14,6 +19,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <sstream>
 
 #include "data/messages.h"
 #include "tests/process.h"
@@ -64,6 +70,21 @@ std::string at_length(std::string line) {
     const bool exception = line.ends_with(dots) && line.size() > gap + dots.size();
     if (exception) line.replace(line.size() - dots.size(), dots.size(), "\nException processing:...");
     return errors(std::stoi(line)) + std::string("\n\nInstruction:\n") + line.substr(gap + dots.size());
+}
+
+Launch launch_with(const std::string& text) {
+    Launch launch;
+    std::istringstream words(text);
+    for (std::string word; words >> word;)
+        (word.find('=') == word.npos ? launch.arguments : launch.environment).push_back(word);
+    return launch;
+}
+
+Launch launch_of(const fs::path& path) {
+    constexpr std::string_view heading = "## run with: ";
+    std::ifstream file(path, std::ios::binary);
+    std::string line;
+    return std::getline(file, line) && line.starts_with(heading) ? launch_with(line.substr(heading.size())) : Launch{};
 }
 
 std::vector<Block> read_session(const fs::path& path) {
@@ -137,7 +158,7 @@ public:
         ASSERT_FALSE(blocks.empty()) << path_ << " types nothing";
         std::string input;
         for (const Block& block : blocks) input += block.input;
-        const Result run = run_program(input);
+        const Result run = run_program(input, launch_of(path_));
 
         std::vector<Reply> replies = split_at_prompts(without_time(run.output));
         const Reply farewell = replies.back();
@@ -192,12 +213,91 @@ private:
     fs::path path_;
 };
 
+// The end of a prompt that a line of a transcript begins with, else 0.
+std::size_t prompt_length(std::string_view line) {
+    for (const std::string_view prompt : {"Ondrel [", "Inspect ["}) {
+        if (!line.starts_with(prompt)) continue;
+        const std::size_t end = line.find_first_not_of("0123456789", prompt.size());
+        if (end != line.npos && (line.substr(end).starts_with("]> ") || line.substr(end).starts_with("]: ")))
+            return end + 3;
+    }
+    return 0;
+}
+
+class Document : public testing::Test {
+public:
+    explicit Document(fs::path path) : path_(std::move(path)) {}
+
+    static bool takes(const fs::path& path) { return contains(contents(path), fence); }
+
+    void TestBody() override {
+        std::ifstream file(path_, std::ios::binary);
+        std::string line, heading, shown;
+        while (std::getline(file, line)) {
+            if (!line.starts_with(fence)) continue;
+            if (line != std::string(fence) + " more") {
+                replay(heading, shown);
+                heading = line.substr(fence.size());
+                shown.clear();
+            }
+            while (std::getline(file, line) && line != "```") shown += line + '\n';
+            shown += "\n\n";
+        }
+        replay(heading, shown);
+    }
+
+private:
+    static constexpr std::string_view fence = "```transcript";
+    fs::path path_;
+
+    // Lines of the run as they stand at a terminal, but for blank ones.
+    static std::string without_blank_lines(const std::string& text) {
+        std::istringstream lines(text);
+        std::string kept;
+        for (std::string line; std::getline(lines, line);)
+            if (line.find_first_not_of(' ') != line.npos) kept += line + '\n';
+        return kept;
+    }
+
+    void replay(const std::string& heading, const std::string& shown) const {
+        if (shown.empty()) return;
+        std::vector<std::string> typed;
+        std::istringstream lines(shown);
+        for (std::string line; std::getline(lines, line);)
+            if (const std::size_t prompt = prompt_length(line)) typed.push_back(line.substr(prompt));
+        std::string input;
+        for (const std::string& sentence : typed) input += sentence + '\n';
+        const Result run = run_program(input, launch_with(heading));
+        std::istringstream output(run.output.substr(std::min(run.output.find("Ondrel [0]> "), run.output.size())));
+        std::string at_terminal;
+        auto next = typed.begin();
+        for (std::string line; std::getline(output, line);) {
+            at_terminal += line;
+            if (prompt_length(line) == line.size() && !line.empty()) {
+                if (next == typed.end()) break;
+                at_terminal += *next++;
+            }
+            at_terminal += '\n';
+        }
+        const std::string expected = without_blank_lines(shown), actual = without_blank_lines(at_terminal);
+        EXPECT_EQ(escaped(actual.substr(0, expected.size())), escaped(expected)) << path_;
+    }
+};
+
+template <class Kind>
+bool takes(const fs::path& path) {
+    if constexpr (requires { Kind::takes(path); })
+        return Kind::takes(path);
+    else
+        return true;
+}
+
 template <class Kind>
 void register_files(const char* suite, const char* directory, const char* extension) {
     if (!fs::is_directory(directory)) return;
     std::vector<fs::path> paths;
     for (const auto& entry : fs::directory_iterator(directory))
-        if (entry.path().extension() == extension) paths.push_back(entry.path());
+        if (entry.path().extension() == extension && takes<Kind>(entry.path())) paths.push_back(entry.path());
     std::sort(paths.begin(), paths.end());
     for (const fs::path& path : paths) {
         std::string name = path.stem();
@@ -210,6 +310,7 @@ void register_files(const char* suite, const char* directory, const char* extens
 
 const bool registered = [] {
     register_files<Session>("Session", ONDREL_SESSIONS, ".session");
+    register_files<Document>("Document", ONDREL_DOCUMENTS, ".md");
     register_files<Example>("Example", ONDREL_EXAMPLES, ".ond");
     return true;
 }();

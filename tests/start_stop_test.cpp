@@ -241,5 +241,91 @@ TEST(StartStop, LooksAtNoMoreThanAByteOfWords) {
     EXPECT_EQ(what(arguments), Does::ordinary);
 }
 
+// The lines on the machine, between the version and the memory.
+std::string machine_lines(const Arguments& arguments) {
+    const std::string text = normalised(run(arguments, "").output);
+    const std::size_t from = text.find("(compiled)");
+    if (from == std::string::npos) return text;
+    const std::size_t begin = from + std::string_view("(compiled)").size();
+    return text.substr(begin, text.find("\n\n", begin) - begin);
+}
+
+TEST(StartStop, SizesThePool) {
+    const std::string all = std::to_string(sysconf(_SC_NPROCESSORS_CONF));
+    const auto pool = [](const std::string& workers, long slots) {
+        return "Processors: " + workers + ", Threads: " + std::to_string(slots);
+    };
+    EXPECT_EQ(machine_lines({}), "Single processor");
+    EXPECT_EQ(machine_lines({"-th3"}), "Single processor");  // no pool to have threads
+    EXPECT_EQ(machine_lines({"-c1"}), pool("1", 2));
+    EXPECT_EQ(machine_lines({"-c2", "-th3"}), pool("2", 7));
+    EXPECT_EQ(machine_lines({"-th3", "-c2"}), pool("2", 7));
+    EXPECT_EQ(machine_lines({"-c"}), pool(all, std::stol(all) + 1));
+    EXPECT_EQ(machine_lines({"-c0"}), pool(all, std::stol(all) + 1));
+    EXPECT_EQ(machine_lines({"-c-4"}), pool(all, std::stol(all) + 1));
+    EXPECT_EQ(machine_lines({"-c99999999999999999999"}), pool("1024", 1025));
+    EXPECT_EQ(machine_lines({"-c1000", "-th1000"}), pool("1", 1025));
+    EXPECT_EQ(machine_lines({"-pp3000"}), "Single processor, Clock: 3000 MHz");
+    EXPECT_EQ(machine_lines({"-pp", "3000"}), "Processor speed must be given for -pp option\n");
+    EXPECT_EQ(machine_lines({"-c2-pp3000"}), pool("2", 3) + "\nCumulative clock: 3000 MHz");
+}
+
+// An option that goes on, and what stops it.
+TEST(StartStop, ReadsWhatGoesWithAnOption) {
+    for (const char* word : {"-th", "-th0", "-thx", "-th-1"}) {
+        const Result refused = run({word}, "1 2 + .");
+        EXPECT_EQ(refused.output, "The number of threads must be given for -th option\n") << word;
+        EXPECT_EQ(refused.exit_code, 1) << word;
+    }
+    for (const char* word : {"-pp", "-pp0", "-pp-3", "-ppx"}) {
+        const Result refused = run({word}, "1 2 + .");
+        EXPECT_EQ(refused.output, "Processor speed must be given for -pp option\n") << word;
+        EXPECT_EQ(refused.exit_code, 1) << word;
+    }
+    for (const std::string word : {"-tx", "-tq", "-pq", "-ix", "-t-", "-i9"}) {
+        const Result refused = run({word}, "1 2 + .");
+        EXPECT_EQ(refused.output, "Unrecognised option: -" + word.substr(2, 1) + "\n\n" + usage_text) << word;
+        EXPECT_EQ(refused.exit_code, 0) << word;
+    }
+    const std::vector<std::pair<Arguments, Does>> cases{
+        {{"-c4q"}, Does::ordinary},                                   // the number has used the dash up
+        {{"-cq"}, Does::quiet},                                       // no number has not
+        {{"q", "-c"}, Does::quiet},                                   // nor for the word read next
+        {{"-th2-q"}, Does::quiet},                                    // the scan goes on behind a number
+        {{"-t", "q"}, Does::ordinary},                                // the end of the word is the option's
+        {{"-itq"}, Does::ordinary},    {{"t", "-p-q"}, Does::usage},  // p wants no dash behind it
+    };
+    for (const auto& [arguments, expected] : cases) {
+        if (expected == Does::usage)
+            EXPECT_TRUE(contains(run(arguments).output, "Unrecognised option: --\n")) << arguments.front();
+        else
+            EXPECT_EQ(static_cast<int>(what(arguments)), static_cast<int>(expected)) << arguments.front();
+    }
+}
+
+// The reports that -q takes away are those of the end; the time of a sentence was asked for.
+TEST(StartStop, ReportsByOption) {
+    for (const char* quiet : {"", "-q"})
+        for (const char* sentence : {"", "-t", "-p", "-pp1000"})
+            for (const char* last : {"", "-i", "-if", "-it", "-is"}) {
+                const std::string what = std::string(quiet) + ' ' + sentence + ' ' + last;
+                const std::string text = run({quiet, sentence, last}, "1 2 + .").output;
+                const auto expect = [&](const char* part, bool there) {
+                    EXPECT_EQ(contains(text, part), there) << what << " and " << part << '\n' << escaped(text);
+                };
+                const std::string_view option = last;
+                expect("--> \t\xE4t = ", std::string_view(sentence) == "-t");
+                expect("-->\tExecuted 3 operators, 1 operations.\n", std::string_view(sentence) == "-p");
+                expect("-->\tProcessor performance: ", std::string_view(sentence) == "-pp1000");
+                const bool reports = !option.empty() && *quiet == '\0';
+                expect("\n\nExecution timing", reports);
+                expect("\nADD:\t\t", reports && option != "-is");
+                expect(" fp/op", reports && (option == "-if" || option == "-it"));
+                expect(" sdev,  1.000    ops\n", reports && option != "-it" && option != "-is");
+                EXPECT_TRUE(contains(text, "\n\n 3\n")) << what;
+            }
+    EXPECT_FALSE(contains(run({"-i"}, "1 2 3 .").output, "Execution timing")) << "no instruction but the end's ran";
+}
+
 }  // namespace
 }  // namespace ondrel

@@ -110,8 +110,8 @@ void make_room() {
 
 }  // namespace
 
-void begin_stream(DataElement* buffer, const Chain* tables) {
-    returnstack[0] = {buffer, nullptr, nullptr, {}, 0, {nullptr, tables}, tables};
+void begin_stream(DataElement* buffer, const Chain* tables, std::uint16_t locals) {
+    returnstack[0] = {buffer, nullptr, nullptr, {}, locals, {nullptr, tables}, tables};
     dropping = false;
     varsp = 0;
     enter_sentence();

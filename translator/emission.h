@@ -32,7 +32,7 @@ extern bool ondrel_op;       // the next keyword is the system's own, whatever n
 inline Level& level() { return returnstack[pcsp - 1]; }
 inline bool inside_function() { return pcsp > 1; }
 
-void begin_stream(DataElement* buffer, const Chain* tables);
+void begin_stream(DataElement* buffer, const Chain* tables, std::uint16_t locals);
 // Writes the last cell, which holds the sentence's own table of names, and returns the number of cells.
 int end_stream();
 // Gives back all that has been written, on all levels.

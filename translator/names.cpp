@@ -105,7 +105,7 @@ void emit_label_address(std::string_view name) {
 }
 
 void emit_local(std::int64_t number, bool address) {
-    if (!inside_function() || level().locals == 0) return report(151);
+    if (level().locals == 0) return report(151);
     if (number < 1) return report(150);
     if (number > level().locals) return report(152);
     if (address) push_name(false);

@@ -23,7 +23,7 @@ namespace {
 enum class Condition { sentence, vector, shape, text, mask_word, address };
 
 Condition condition;
-bool line_ends_sentence;
+Newline newline_means;
 std::size_t refused_levels;            // parentheses opened beyond the deepest level
 std::vector<std::int64_t> dimensions;  // of the shape being read
 
@@ -294,12 +294,14 @@ bool act(const TokenMatch& match) {
             condition = Condition::mask_word;
             break;
         case TokenAction::run:
-            if (!is_shadowed(token.text)) emit_value(operator_cell(row.instruction, row.second, token.text));
+            if (!is_shadowed(token.text) && !std::exchange(stepping, false))
+                emit_value(operator_cell(row.instruction, row.second, token.text));
             ondrel_op = false;
             break;
         case TokenAction::leave:
-            if (!is_shadowed(token.text)) throw Unwind{};
-            break;
+            if (is_shadowed(token.text)) break;
+            stepping = false;
+            throw Unwind{};
         case TokenAction::system_word: ondrel_op = true; break;
         case TokenAction::address: condition = Condition::address; break;
         case TokenAction::open_definition: open_definition(ahead(match.length), static_cast<int>(row.value)); break;
@@ -339,12 +341,18 @@ bool act(const TokenMatch& match) {
     return false;
 }
 
+void emit_end_process() {
+    emit_value(operator_cell(Instruction::ENDPROCESS, Instruction::NIHIL, stringdup("")));
+    ondrel_op = false;
+}
+
 // Takes one token of a sentence: of the rules, the longest. True at a sentence end.
 bool scan_sentence() {
     const int c = peek(0);
-    if (c == '\n' && line_ends_sentence) {
+    if (c == '\n' && (newline_means == Newline::ends || (newline_means == Newline::steps && stepping))) {
         consume(1);
         close_pending("\n");
+        if (newline_means == Newline::steps) emit_end_process();
         return true;
     }
     if (c == ' ' || c == '\t' || c == '\r' || c == '\n') {
@@ -383,8 +391,7 @@ void yylex() {
             dereferencepoint(*cursor);
             *cursor = {};
             close_pending("");
-            emit_value(operator_cell(Instruction::ENDPROCESS, Instruction::NIHIL, stringdup("")));
-            ondrel_op = false;
+            emit_end_process();
             return;
         }
         switch (condition) {
@@ -422,12 +429,13 @@ int translate() {
 
 }  // namespace
 
-int fill(DataElement* cells, const Chain* tables, std::FILE* stream, const char** text, bool line) {
+int fill(DataElement* cells, const Chain* tables, std::FILE* stream, const char** text, Newline newline,
+         std::uint16_t locals) {
     open_source(stream, text == nullptr ? nullptr : *text);
-    begin_stream(cells, tables);
+    begin_stream(cells, tables, locals);
     condition = Condition::sentence;
     refused_levels = 0;
-    line_ends_sentence = line;
+    newline_means = newline;
 
     sigjmp_buf recovery;
     sigjmp_buf* const outer = std::exchange(fault_jump, &recovery);

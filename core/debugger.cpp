@@ -1,0 +1,108 @@
+#include "core/debugger.h"
+
+#include <cstdio>
+
+#include "core/calls.h"
+#include "core/timing.h"
+#include "translator/printing.h"
+
+namespace ondrel {
+
+bool Trace = false, Step = false;
+
+namespace {
+
+bool is_instruction(const DataElement& cell, Instruction instruction) {
+    return cell.rank == kind::OPERATOR && cell.depth == static_cast<std::int16_t>(instruction);
+}
+
+bool acts_on_all(const Activation& activation) {
+    return activation.cell->modifier == static_cast<std::uint16_t>(Instruction::REST);
+}
+
+const char* trace_label(std::int32_t rank) {
+    if (rank == 0) return ":\t . SCALAR:\t\t";
+    if (rank == kind::FUNCTION) return ":\t . FUNCTION:\t\t";
+    return rank > 0 ? ":\t . SPACE:\t\t" : ":\t";
+}
+
+void print_trace(const Activation& activation) {
+    // An instruction under a condition runs in a cell of its own, but has the place of the cell that it stands in.
+    const DataElement* const place =
+        activation.pending_condition != nullptr ? activation.pending_condition : activation.cell;
+    std::printf("\nTrace (%2d:%3ld)", activation.level, static_cast<long>(place - activation.code + 1));
+    if (!activation.local_step) std::printf(" [%2ld]", static_cast<long>(activation.height()));
+    DataElement& cell = *activation.cell;
+    PrintOut = true;
+    disass(stdout, trace_label(cell.rank), 0, cell.rank > 0, cell);
+    PrintOut = false;
+    if (is_instruction(cell, Instruction::INPUT) || is_instruction(cell, Instruction::QUOTEDIN))
+        std::fputs("\n-> ", stdout);
+    std::fflush(stdout);
+}
+
+// A sentence that has been typed here runs as one of the prompt, in the frame of the run that stands still.
+void run_inspection(Activation& activation, Sentence& sentence) {
+    auto* const table = static_cast<Table*>(sentence.first()[sentence.cells()].local_table);
+    const Chain names{table, activation.tables};
+    Activation inspection = inside(activation, sentence.first(), sentence.cells());
+    inspection.level = 0;
+    if (table != nullptr) inspection.tables = &names;
+    run_sentence(inspection);
+    release_contexts(inspection);
+    activation.sp = inspection.sp;
+}
+
+// Sentence by sentence, until one is empty, or RUN or BREAK.
+void inspect(Activation& activation) {
+    while (stepping && !endprocess) {
+        std::printf("\nInspect [%ld]: ", static_cast<long>(activation.height()));
+        std::fflush(stdout);
+        const auto locals = static_cast<std::uint16_t>(activation.argument_floor - activation.frame_base);
+        Sentence sentence = typed_sentence(activation, Newline::steps, locals);
+        if (!stepping) return;
+        if (!sentence.runs()) continue;
+        stepping = false;
+        run_inspection(activation, sentence);
+        stepping = true;
+    }
+}
+
+}  // namespace
+
+void decide_watching() { watch_cycle(Trace || Step || counts_cells()); }
+
+void show_cell(Activation& activation) {
+    if (stepping && (activation.local_trace || Trace)) print_trace(activation);
+    if (stepping && (activation.local_step || Step) && !endprocess) {
+        inspect(activation);
+        endprocess = false;  // only the end of the stay at this cell
+    }
+}
+
+bool turns_watching(const DataElement& cell) {
+    return is_instruction(cell, Instruction::TRACE) || is_instruction(cell, Instruction::STEP) ||
+           is_instruction(cell, Instruction::RUN);
+}
+
+Outcome trace(Activation& activation) {
+    if (acts_on_all(activation)) Trace = true;
+    stepping = activation.local_trace = true;
+    watch_cycle(true);
+    return Outcome::next;
+}
+
+Outcome step(Activation& activation) {
+    if (acts_on_all(activation)) Step = true;
+    activation.local_step = true;
+    return trace(activation);
+}
+
+Outcome run_on(Activation& activation) {
+    if (acts_on_all(activation)) Trace = Step = false;
+    stepping = activation.local_trace = activation.local_step = false;
+    decide_watching();
+    return Outcome::next;
+}
+
+}  // namespace ondrel

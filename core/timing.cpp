@@ -1,0 +1,191 @@
+#include "core/timing.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <span>
+#include <vector>
+
+#include "core/clock.h"
+#include "core/options.h"
+
+namespace ondrel {
+
+double operators = 0, operations = 0, flopos = 0, total_flops = 0, verbs = 0;
+double tval = 0, prevtime = 0, duration = 0, starttime = 0;
+std::array<InstructionTime, 270> InstructionTiming{};
+
+namespace {
+
+// Where the account of the instruction that runs begins: the clock, and the work done by then.
+double time_baseline = 0, work_baseline = 0;
+
+void take_time() { tval = read_clock(); }
+
+// ---- work
+
+// How many items a value has, those of the values in it included, and of which kinds they are.
+struct Extent {
+    double items = 0;
+    std::uint32_t kinds = 0;
+};
+
+Extent extent_of(const DataElement& value) {
+    Extent extent;
+    std::vector<const DataElement*> open{&value};
+    while (!open.empty()) {
+        const DataElement& next = *open.back();
+        open.pop_back();
+        extent.items += next.elements;
+        extent.kinds |= next.type & KIND_BITS;
+        if (next.rank < 0 || !(next.type & NESTED) || next.data_pointer == nullptr) continue;
+        const DataElement* const items = items_of(next);
+        for (std::uint32_t i = 0; i < next.elements; ++i)
+            if (items[i].tag == tag::subarray) open.push_back(items[i].nested);
+    }
+    return extent;
+}
+
+constexpr std::uint16_t monadic_class = 10, dyadic_class = 18;
+
+bool is_dyadic(Instruction instruction) { return row(instruction).type == dyadic_class; }
+bool counts_result(Instruction instruction) {
+    return row(instruction).type == monadic_class || is_dyadic(instruction) || instruction == Instruction::RESHAPE ||
+           instruction == Instruction::DEAL;
+}
+
+// What a verb computes for an item, by the highest kind of number that it works on, as its plain formula has it.
+struct Flops {
+    double real, complex, quaternion, octonion;
+};
+
+Flops flops_of(Instruction instruction) {
+    using enum Instruction;
+    switch (instruction) {
+        case MULTIPLY: return {1, 6, 28, 120};
+        case DIVIDE: return {1, 11, 39, 143};
+        case AND:
+        case OR:
+        case NAND:
+        case NOR:
+        case STRONGAND:
+        case STRONGOR:
+        case STRONGNAND:
+        case STRONGNOR: return {2, 6, 12, 24};
+        case BINARY:
+        case NUMBER:
+        case ISBINARY:
+        case ISNUMBER:
+        case ISPOLAR:
+        case ISCARTESIAN:
+        case RESHAPE:
+        case DEAL: return {0, 0, 0, 0};
+        default: return {1, 2, 4, 8};
+    }
+}
+
+double flops_an_item(Instruction instruction, std::uint32_t kinds) {
+    const Flops flops = flops_of(instruction);
+    if (kinds & HASOCTONION) return flops.octonion;
+    if (kinds & HASQUATERNION) return flops.quaternion;
+    if (kinds & HASCOMPLEX) return flops.complex;
+    return kinds & (HASREAL | HASINTEGER) ? flops.real : 0;
+}
+
+// ---- the reports of a sentence
+
+void report_speed() {
+    take_time();
+    duration = tval - prevtime;
+    std::fputc('\n', stdout);
+    if (operators != 0 && performance)
+        std::printf(
+            "\n-->\tExecuted %.0lf operators, %.0lf operations.\n-->\tPerformance:\t%.2lf Ondrel "
+            "operators/sec,\n\t\t\t%.2lf scalar operations/sec.\n",
+            operators, operations, operators / duration, operations / duration);
+    if (processor_performance)
+        std::printf("\n-->\tProcessor performance: %lg Ondrel operations per Mhz\n",
+                    (operations + operators) / (static_cast<double>(MHz) * duration));
+}
+
+void writetime() {
+    if (!performance) take_time();
+    constexpr long second = 1000000, minute = 60 * second, millisecond = 1000;
+    const long time = std::lround((tval - prevtime) * second);
+    std::printf("\n--> \t\xe4t = %.2ld.%.2ld %.3ldmS %.3lduS\n", time / minute, time % minute / second,
+                time % second / millisecond, time % millisecond);
+    take_time();
+    prevtime = tval;
+}
+
+}  // namespace
+
+bool counts_cells() { return opstime || performance || processor_performance; }
+
+void start_sentence() {
+    if (!opstime && !timing && !performance && !processor_performance) return;
+    take_time();
+    prevtime = tval;
+}
+
+void report_sentence() {
+    if (performance || processor_performance) report_speed();
+    if (timing) writetime();
+}
+
+// ---- instructions
+
+AccountedRun::AccountedRun() : time_outside(time_baseline), entry(0) {
+    if (!opstime) return;
+    take_time();
+    entry = tval;
+}
+
+AccountedRun::~AccountedRun() {
+    work_baseline = operations;
+    if (!opstime) return;
+    take_time();
+    duration = tval - entry;
+    time_baseline = time_outside + duration;
+}
+
+AccountedInstruction::AccountedInstruction(const Activation& activation)
+    : instruction(static_cast<Instruction>(activation.cell->depth)) {
+    flopos = 0;
+    time_baseline = tval;
+    work_baseline = operations;
+    if (!counts_result(instruction)) return;
+    const std::ptrdiff_t arguments = is_dyadic(instruction) ? 2 : 1;
+    if (activation.sp - activation.argument_floor + 1 < arguments) return;
+    const std::span<const DataElement> found(activation.sp - arguments + 1, static_cast<std::size_t>(arguments));
+    // An empty operand gives way to the other, and nothing is computed.
+    counts_items = std::ranges::none_of(found, [](const DataElement& operand) { return operand.type & ISEMPTY; });
+    if (!counts_items) return;
+    for (const DataElement& operand : found) operands |= extent_of(operand).kinds;
+}
+
+void AccountedInstruction::finish(const DataElement* top) {
+    if (counts_items) {
+        const double items = extent_of(*top).items;
+        operations += items;
+        flopos = is_dyadic(instruction) + items * flops_an_item(instruction, operands);
+        total_flops += flopos;
+    } else if (instruction == Instruction::NOOP) {
+        ++operations;
+    }
+    if (!opstime) return;
+    take_time();
+    const double time = tval - time_baseline, work = operations - work_baseline;
+    InstructionTime& record = InstructionTiming[static_cast<std::size_t>(instruction)];
+    record.time += time;
+    record.squares += time * time;
+    record.count += work == 0 ? 1 : work;
+    record.flops += flopos;
+    take_time();
+}
+
+void pass_time() {
+    if (opstime) take_time();
+}
+
+}  // namespace ondrel
