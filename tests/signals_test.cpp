@@ -67,6 +67,41 @@ TEST(Signals, AnInterruptComesBackToThePrompt) {
     EXPECT_GT(interrupted, processes) << "hardly a sentence was met while it ran";
 }
 
+// At any moment: in a run, in printing, traced, at the Inspect prompt, in an editor and under the clocks of a report.
+TEST(Signals, TwoThousandInterruptsLeaveTheStateWhole) {
+    constexpr int rounds = time_scale > 1 ? 400 : 2000;
+    const std::string sentences[]{
+        "(1 2 3) 100000 RESHAPE " + verbs("2 + 3 - ", 40) + "POP .\n",
+        "(1 2.5 1i2 (3 4)) 9000 RESHAPE 2 * TELL .\n",
+        "1 6000 DYADIC + ; LOOP 300 down .\n",
+        "TRACEALL 150 down RUNALL .\n",
+        "STEPALL 2 down .\n\n\n5 MONADIC 2000 MONADIC POP ; LOOP POP ; LOOP .\n\n",
+        "STEP (1 2 3) 9000 RESHAPE 1 + TELL .\n\n\n",
+        "'text' TEXTEDIT .\n",
+        "'undefined 2 .' EXECUTE 9 MONADIC 2000 MONADIC POP ; LOOP POP ; LOOP .\n",
+    };
+    Process process({.arguments = {"-i", "-t"}, .environment = {"EDITOR=sleep 0.002; :"}});
+    process.send("'kept' @word SET MONADIC DUP 1 - CHECK RETURN ?N 1 - down ; OPERATOR @down SET .\n");
+    ASSERT_TRUE(process.wait_for("Ondrel [0]> "));
+    std::mt19937 random(7);
+    std::uniform_real_distribution<double> moment(0, 0.003);
+    for (int round = 0; round < rounds; ++round) {
+        const std::string& sentence = sentences[random() % std::size(sentences)];
+        process.send(sentence);
+        process.listen(moment(random));
+        process.signal(random() % 2 == 0 ? SIGINT : SIGQUIT);
+        process.send("BREAK\nRUNALL .\nBREAK\nCLEAR .\n");
+        ASSERT_TRUE(answers(process)) << "after " << round << " interrupts, the last in " << sentence;
+    }
+    process.send("word PRINT 6 down .\n");
+    EXPECT_TRUE(process.wait_for("kept\n")) << tail(process.output);
+    EXPECT_TRUE(process.wait_for("\n\n 1\n")) << tail(process.output);
+    process.finish();
+    EXPECT_EQ(process.exit_code, 0) << tail(process.output);
+    EXPECT_GT(count(process.output, "** User interrupt. **"), rounds / 5U);
+    EXPECT_FALSE(contains(process.output, "not given back")) << tail(process.output);
+}
+
 TEST(Signals, AnInterruptAtThePromptDoesNothing) {
     Process process({});
     ASSERT_TRUE(process.wait_for("Ondrel [0]> "));

@@ -91,6 +91,40 @@ TEST(Terminal, IgnoresAnInterruptAtThePrompt) {
     EXPECT_EQ(terminal.exit_code, 0);
 }
 
+// A stay in a function: its locals looked at and changed, cell by cell, on with BREAK, and an editor that is a script.
+TEST(Terminal, StepsThroughAFunction) {
+    Terminal terminal;
+    ASSERT_TRUE(terminal.shows("Ondrel [0]> "));
+    terminal.send("VARS 1 DYADIC @&1 SET STEP 10 * &1 + ; OPERATOR @scaled SET .\n");
+    ASSERT_TRUE(terminal.shows("Ondrel [0]> "));
+    terminal.send("4 2 scaled .\n");
+    ASSERT_TRUE(terminal.shows("\r\nTrace ( 1:  4):\t . SCALAR:\t\t 10\r\nInspect [1]: "));
+    terminal.send("&1 .\n");
+    ASSERT_TRUE(terminal.shows("&1 .\r\n\r\n\r\n 2\r\nInspect [2]: "));
+    terminal.send(control_c);
+    ASSERT_TRUE(terminal.shows("^C"));
+    terminal.send("100 + @&1 SET .\n");
+    ASSERT_TRUE(terminal.shows("\r\n\r\n 4\r\nInspect [1]: "));
+    terminal.send("\n");
+    ASSERT_TRUE(terminal.shows("\r\nTrace ( 1:  5):\t . OPERATOR:\t\t*\r\nInspect [2]: "));
+    terminal.send("\n");
+    ASSERT_TRUE(terminal.shows("\r\nTrace ( 1:  6):\t . STACK VARIABLE:\t&1\r\nInspect [1]: "));
+    terminal.send("BREAK\n");
+    ASSERT_TRUE(terminal.shows("\r\n\r\n 142\r\n\r\nOndrel [1]> "));
+    terminal.send("CLEAR 5 6 scaled .\n");
+    ASSERT_TRUE(terminal.shows("Inspect [1]: "));
+    terminal.send("RUN\n1 2 .\n");
+    ASSERT_TRUE(terminal.shows("\r\n\r\n 56\r\n\r\nOndrel [1]> "));
+    terminal.send("STEP 1 .\n");
+    ASSERT_TRUE(terminal.shows("Inspect [1]: "));
+    terminal.send(control_d);  // the end of the input goes on by one cell, and then ends the process
+    ASSERT_TRUE(terminal.shows("\r\n\r\n 1\r\n\r\nOndrel [2]> "));
+    terminal.send(control_d);
+    ASSERT_TRUE(terminal.shows("--- Good bye. (999) ---"));
+    terminal.finish();
+    EXPECT_EQ(terminal.exit_code, 0);
+}
+
 // The end of the input in the middle of a line hands over what was typed; the next one ends the input.
 TEST(Terminal, EndsAtTheEndOfTheInput) {
     Terminal terminal;

@@ -1,0 +1,92 @@
+#include "core/editor.h"
+
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "core/calls.h"
+#include "core/timing.h"
+#include "data/texts.h"
+#include "translator/printing.h"
+
+namespace ondrel {
+namespace {
+
+struct Close {
+    void operator()(std::FILE* stream) const { std::fclose(stream); }
+};
+using File = std::unique_ptr<std::FILE, Close>;
+
+// A file that only its user may read, and that goes with it. Its path has no byte that a shell would take for more.
+struct TemporaryFile {
+    char path[sizeof "/tmp/OndrelXXXXXX"] = "/tmp/OndrelXXXXXX";
+    int descriptor = mkstemp(path);
+
+    TemporaryFile() = default;
+    TemporaryFile(const TemporaryFile&) = delete;
+    TemporaryFile& operator=(const TemporaryFile&) = delete;
+    ~TemporaryFile() {
+        if (descriptor < 0) return;
+        close(descriptor);
+        std::remove(path);
+    }
+
+    bool write(const std::string& text) const {
+        const File stream(std::fopen(path, "w"));
+        return stream && std::fwrite(text.data(), 1, text.size(), stream.get()) == text.size() &&
+               std::fflush(stream.get()) == 0;
+    }
+};
+
+// Waits for the editor, to which the terminal belongs meanwhile, an interrupt too. From a shell that it opens the user
+// comes back to this program.
+void run_editor(const char* path) {
+    const char* const chosen = std::getenv("EDITOR");
+    const bool has_choice = chosen != nullptr && *chosen != '\0';
+    const std::string command = std::string("/bin/sh -c 'SHELL=`which Ondrel`; export SHELL; ") +
+                                (has_choice ? "$EDITOR " : "vi ") + path + "'";
+    std::fflush(stdout);
+    static_cast<void>(std::system(command.c_str()));  // what it did is seen from the file
+}
+
+// Nothing if it cannot be read: a directory may stand in its place.
+std::optional<std::string> all_of(std::FILE* stream) {
+    std::string text;
+    char buffer[4096];
+    for (std::size_t n; (n = std::fread(buffer, 1, sizeof buffer, stream)) > 0;) text.append(buffer, n);
+    if (std::ferror(stream)) return {};
+    return text;
+}
+
+// An editor ends the last line with a newline, which is not of the text; a file that it left alone has none.
+DataElement edited_text(const std::string& text, const std::string& before) {
+    return make_text(std::string_view(text).substr(0, text.size() - (text != before && !text.empty())));
+}
+
+}  // namespace
+
+Outcome edit(Activation& activation) {
+    const bool as_text = activation.cell->modifier == static_cast<std::uint16_t>(Instruction::TEXTREAD);
+    const bool has_value = activation.height() > 0;
+    const std::string written = has_value ? text_of(*activation.sp, !as_text) : std::string();
+    const TemporaryFile file;
+    if (file.descriptor < 0 || !file.write(written)) return fail(711, activation);
+    if (has_value) operations += activation.sp->elements;
+    run_editor(file.path);
+    const File stream(std::fopen(file.path, "r"));
+    const std::optional<std::string> left = stream ? all_of(stream.get()) : std::nullopt;
+    if (!left) return fail(710, activation);
+    const DataElement text = as_text ? edited_text(*left, written) : DataElement{};
+    if (has_value) dereferencepoint(*activation.sp--);
+    if (as_text) return push(activation, text);
+    std::rewind(stream.get());
+    run_stream(activation, stream.get());
+    return Outcome::next;
+}
+
+}  // namespace ondrel
