@@ -3,6 +3,7 @@
 #include <benchmark/benchmark.h>
 
 #include <cmath>
+#include <numeric>
 #include <string>
 #include <vector>
 
@@ -13,15 +14,17 @@
 namespace ondrel {
 namespace {
 
-// Runs the sentence without its result being shown, and drops the result.
-void ours(benchmark::State& state, const std::string& left, const std::string& right, const std::string& verb) {
-    const std::string n = std::to_string(state.range(0));
-    Stream stream("(" + left + ")[" + n + "] " + (right.empty() ? "" : right + " ") + verb + " .");
+std::string both(const std::string& value, std::int64_t n) { return "(" + value + ")[" + std::to_string(n) + "]"; }
+
+// Runs the sentence without its result being shown, and drops the result. A % in the operand stands for the number of
+// items; another operand is repeated so often.
+void ours(benchmark::State& state, std::string left, const std::string& right, const std::string& verb) {
+    const std::size_t place = left.find('%');
+    left = place == left.npos ? both(left, state.range(0)) : left.replace(place, 1, std::to_string(state.range(0)));
+    Stream stream(left + " " + (right.empty() ? "" : right + " ") + verb + " .");
     for (auto _ : state) stream.run();
     state.SetItemsProcessed(state.iterations() * state.range(0));
 }
-
-std::string both(const std::string& value, std::int64_t n) { return "(" + value + ")[" + std::to_string(n) + "]"; }
 
 template <class Value, class Work>
 void plain(benchmark::State& state, Value left, Value right, Work work) {
@@ -57,9 +60,21 @@ using Truth = std::uint8_t;
 
 double draw() { return static_cast<double>(PRNGS(prngs_seed)) * prngs_unit; }
 
+// A run from the value up by ones.
+template <auto from>
+void plain_run(benchmark::State& state) {
+    std::vector<std::remove_const_t<decltype(from)>> run(static_cast<std::size_t>(state.range(0)));
+    for (auto _ : state) {
+        std::iota(run.begin(), run.end(), from);
+        benchmark::DoNotOptimize(run.data());
+        benchmark::ClobberMemory();
+    }
+    state.SetItemsProcessed(state.iterations() * state.range(0));
+}
+
 struct Row {
     const char* name;
-    const char* left;
+    const char* left;   // an operand
     const char* right;  // a value to repeat; empty: a single value in `verb`
     const char* verb;
     void (*limit)(benchmark::State&);
@@ -101,6 +116,9 @@ const Row rows[] = {
      integers([](std::int64_t a, std::int64_t) {
          return static_cast<std::int64_t>(static_cast<double>(a) * draw()) + 1;
      })},
+    {"interval of integers", "(1 %)", "", "INTERVAL", plain_run<std::int64_t{1}>},
+    {"interval of reals", "(0.5 %)", "", "INTERVAL", plain_run<0.5>},
+    {"interval of rounded reals", "(0.1 %)", "", "INTERVAL", plain_run<0.1>},
     {"complex * complex", "#1i2 #3i4", "#5i6 #7i8", "*",
      [](benchmark::State& state) {
          plain(state, Complex{1, 2}, Complex{5, 6}, [](Complex a, Complex b) { return plain_product(a, b); });

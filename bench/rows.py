@@ -53,6 +53,9 @@ WORK = {
     "(x * x + x) / 2 - 1": (numpy.float64, REAL, lambda a, b: ((a * a) + a) / 2 - 1),
     "random real": (numpy.float64, REAL, lambda a, b: GENERATOR.random(a.size)),
     "roll of a die": (numpy.int64, INTEGER, lambda a, b: GENERATOR.integers(1, 7, a.size)),
+    "interval of integers": (numpy.int64, INTEGER, lambda a, b: numpy.arange(1, a.size + 1)),
+    "interval of reals": (numpy.float64, REAL, lambda a, b: numpy.arange(0.5, a.size)),
+    "interval of rounded reals": (numpy.float64, REAL, lambda a, b: numpy.arange(0.1, a.size)),
     "complex * complex": (numpy.complex128, REAL, lambda a, b: a * b),
 }
 

@@ -14,6 +14,7 @@
 #include "core/results.h"
 #include "core/soundness.h"
 #include "core/stack_verbs.h"
+#include "verbs/array/interval.h"
 #include "verbs/array/reshape.h"
 #include "verbs/scalar/dyadic.h"
 #include "verbs/scalar/monadic.h"

@@ -1,6 +1,7 @@
 #include "core/chance.h"
 
 #include <cmath>
+#include <optional>
 #include <unordered_set>
 #include <utility>
 #include <vector>
@@ -8,6 +9,7 @@
 #include "data/system_variables.h"
 #include "numbers/kinds.h"
 #include "numbers/random.h"
+#include "numbers/whole.h"
 
 namespace ondrel {
 namespace {
@@ -20,13 +22,9 @@ struct Whole {
     double value = 0;
 };
 
-// A real that the tolerance makes out to be whole counts as that.
 Whole whole_real(double value, double tolerance) {
-    const double below = std::floor(value), above = std::ceil(value);
-    if (!(value >= 0)) return {42};
-    if (below == std::ceil(value - tolerance)) return {0, below};
-    if (above == std::floor(value + tolerance)) return {0, above};
-    return {42};
+    const std::optional<double> whole = value >= 0 ? whole_within(value, tolerance) : std::nullopt;
+    return whole ? Whole{0, *whole} : Whole{42};
 }
 
 Whole whole_number(const DataElement& operand, double tolerance) {

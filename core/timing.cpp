@@ -50,8 +50,9 @@ constexpr std::uint16_t monadic_class = 10, dyadic_class = 18;
 
 bool is_dyadic(Instruction instruction) { return row(instruction).type == dyadic_class; }
 bool counts_result(Instruction instruction) {
-    return row(instruction).type == monadic_class || is_dyadic(instruction) || instruction == Instruction::RESHAPE ||
-           instruction == Instruction::DEAL;
+    using enum Instruction;
+    return row(instruction).type == monadic_class || is_dyadic(instruction) || instruction == RESHAPE ||
+           instruction == DEAL || instruction == INTERVAL;
 }
 
 // What a verb computes for an item, by the highest kind of number that it works on, as its plain formula has it.

@@ -1,0 +1,353 @@
+#include "verbs/array/interval.h"
+
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <cmath>
+#include <cstring>
+#include <limits>
+#include <optional>
+#include <span>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "data/blocks.h"
+#include "data/errors.h"
+#include "data/system_variables.h"
+#include "data/texts.h"
+#include "numbers/kinds.h"
+#include "numbers/polar.h"
+#include "numbers/whole.h"
+#include "verbs/scalar/items.h"
+
+namespace ondrel {
+namespace {
+
+constexpr int no_interval_of_kind = 142, too_big = 146, not_whole = 153, bad_operand = 154, step_of_characters = 155,
+              not_both_characters = 156, different_kinds = 157, infinite = 158;
+
+constexpr std::uint64_t most_items = std::numeric_limits<std::uint32_t>::max();
+
+// Items written between two looks at `attention`.
+constexpr std::size_t heed_every = std::size_t{1} << 16;
+
+// ---- results
+
+template <class Value>
+std::uint64_t head_of(std::size_t n, std::uint16_t form) {
+    return make_head(tag_of<Value>, n == 1 ? form::number : form);
+}
+
+// A value of n items that `fill` has written to their place, (first, n) at a time.
+template <class Value, class Fill>
+DataElement filled(Owner& result, std::size_t n, std::uint16_t form, Fill fill) {
+    Owner values;
+    values.record.data_pointer = allocate_packed(head_of<Value>(n, form), n);
+    auto* const out = static_cast<Value*>(values.record.data_pointer);
+    for (std::size_t first = 0; first < n; first += heed_every) {
+        fill(out + first, first, std::min(heed_every, n - first));
+        heed_attention();
+    }
+    result.record.data_pointer =
+        packing && n > 1 ? std::exchange(values.record.data_pointer, nullptr) : unpack(values.record.data_pointer, n);
+    return result.take();
+}
+
+template <class Value, class Fill>
+DataElement list(std::uint64_t n, Fill fill) {
+    if (n == 0) return make_empty();
+    const auto count = static_cast<std::uint32_t>(n);
+    Owner result(make_array(vector_shape(count), 1, nullptr, count, kind_bits(tag_of<Value>)));
+    return filled<Value>(result, n, form::cartesian, fill);
+}
+
+DataElement integers(std::int64_t from, std::int64_t step, std::uint64_t n) {
+    return list<std::int64_t>(n, [=](std::int64_t* out, std::size_t first, std::size_t count) {
+        const auto start = static_cast<std::uint64_t>(from) + first * static_cast<std::uint64_t>(step);
+        for (std::size_t i = 0; i < count; ++i)
+            out[i] = static_cast<std::int64_t>(start + i * static_cast<std::uint64_t>(step));
+    });
+}
+
+// The power of two that a normal number is an odd multiple of.
+int unit_of(double value) {
+    const auto bits = std::bit_cast<std::uint64_t>(value);
+    constexpr int fraction_bits = 52;
+    return std::ilogb(value) - fraction_bits +
+           std::countr_zero((bits & ((std::uint64_t{1} << fraction_bits) - 1)) | std::uint64_t{1} << fraction_bits);
+}
+
+// Whether every sum on the way is a number that a double holds, so that a multiple of the step gives the same.
+bool adds_exactly(double from, double step, std::uint64_t n) {
+    if ((from != 0 && !std::isnormal(from)) || !std::isnormal(step)) return false;
+    const int unit = from == 0 ? unit_of(step) : std::min(unit_of(from), unit_of(step));
+    const double most = std::ldexp(1, unit + 52);
+    return std::fabs(from) <= most && std::fabs(step) * static_cast<double>(n) <= most;
+}
+
+// Each real is the one before and the step, rounded.
+DataElement reals(double from, double step, std::uint64_t n) {
+    if (adds_exactly(from, step, n))
+        return list<double>(n, [=](double* out, std::size_t first, std::size_t count) {
+            const double start = from + static_cast<double>(first) * step;
+            for (std::size_t i = 0; i < count; ++i)
+                out[i] = start + static_cast<double>(static_cast<std::int32_t>(i)) * step;
+        });
+    return list<double>(n, [=, value = from](double* out, std::size_t, std::size_t count) mutable {
+        for (std::size_t i = 0; i < count; ++i, value += step) out[i] = value;
+    });
+}
+
+// ---- how many
+
+// Items from one number to another; 0 where the step leads away, or nowhere.
+std::uint64_t count_between(std::int64_t from, std::int64_t to, std::int64_t step) {
+    const bool up = from <= to;
+    if (up ? step <= 0 : step >= 0) return 0;
+    const auto magnitude = [](std::int64_t a, std::int64_t b) {
+        return static_cast<std::uint64_t>(std::max(a, b)) - static_cast<std::uint64_t>(std::min(a, b));
+    };
+    const std::uint64_t steps = magnitude(from, to) / magnitude(step, 0);
+    return std::max(steps, steps + 1);  // one too few of all that there are: too many in any case
+}
+
+double count_between(double from, double to, double step) {
+    const bool up = from <= to;
+    const double count = std::trunc(std::fabs((to - from) / step)) + 1;
+    return (up ? step > 0 : step < 0) && std::isfinite(count) ? count : 0;
+}
+
+// The error that a count of items is, or 0.
+template <class Count>
+int error_of_count(Count n) {
+    return n == 0 ? infinite : n > static_cast<Count>(most_items) ? too_big : 0;
+}
+
+// ---- lists
+
+bool is_number(const DataElement& item) { return item.tag >= tag::integer && item.tag <= tag::octonion; }
+
+// Brings an item that counts as an integer within the tolerance to that integer.
+bool to_integer(DataElement& item, double tolerance) {
+    if (item.tag == tag::integer) return true;
+    const std::optional<double> whole = whole_within(item.real, tolerance);
+    if (!whole || !fits_integer(*whole)) return false;
+    item.integer = static_cast<std::int64_t>(*whole);
+    item.tag = tag::integer;
+    return true;
+}
+
+double as_real_number(const DataElement& item) {
+    return item.tag == tag::integer ? static_cast<double>(item.integer) : item.real;
+}
+
+DataElement counted(std::int64_t n, Site site) {
+    const std::int64_t first = origin();
+    const std::uint64_t magnitude = n < 0 ? -static_cast<std::uint64_t>(n) : static_cast<std::uint64_t>(n);
+    if (magnitude > most_items) raise(too_big, site);
+    if (n < 0) return integers(static_cast<std::int64_t>(-static_cast<std::uint64_t>(first)), -1, magnitude);
+    return integers(first, 1, magnitude);
+}
+
+DataElement reals_between(std::span<const double> ends, Site site) {
+    const double step = ends.size() == 3 ? ends[2] : ends[0] <= ends[1] ? 1 : -1;
+    const double n = count_between(ends[0], ends[1], step);
+    if (const int error = error_of_count(n)) raise(error, site);
+    return reals(ends[0], step, static_cast<std::uint64_t>(n));
+}
+
+DataElement between(std::span<const DataElement> items, Site site) {
+    std::array<DataElement, 3> whole{};
+    std::ranges::copy(items, whole.begin());
+    const double near = tolerance();
+    const auto used = std::span(whole).first(items.size());
+    if (std::ranges::all_of(used, [&](DataElement& item) { return to_integer(item, near); })) {
+        const std::int64_t from = whole[0].integer, to = whole[1].integer;
+        const std::int64_t step = items.size() == 3 ? whole[2].integer : from <= to ? 1 : -1;
+        const std::uint64_t n = count_between(from, to, step);
+        if (const int error = error_of_count(n)) raise(error, site);
+        return integers(from, step, n);
+    }
+    std::array<double, 3> ends{};
+    std::ranges::transform(items, ends.begin(), as_real_number);
+    return reals_between(std::span(ends).first(items.size()), site);
+}
+
+DataElement number_interval(std::span<DataElement> items, Site site) {
+    if (!std::ranges::all_of(items, [](const DataElement& item) { return item.tag <= tag::real; }))
+        raise(different_kinds, site);
+    if (items.size() > 1) return between(items, site);
+    if (!to_integer(items[0], tolerance())) raise(not_whole, site);
+    return counted(items[0].integer, site);
+}
+
+// ---- characters
+
+DataElement character_interval(std::span<const DataElement> items, Site site) {
+    constexpr std::uint8_t blank = ' ';
+    if (items.size() == 3) raise(step_of_characters, site);
+    if (items.size() == 2 && items[1].tag != tag::ascii) raise(not_both_characters, site);
+    const std::uint8_t from = items.size() == 2 ? items[0].ascii : blank, to = items.back().ascii;
+    if (items.size() == 1 && to < blank) raise(infinite, site);
+    const int step = from <= to ? 1 : -1;
+    std::string text;
+    for (int c = from; c != to + step; c += step) text.push_back(static_cast<char>(c));
+    return make_characters(text);
+}
+
+// ---- grids
+
+using Components = std::array<double, 8>;
+
+template <class Value>
+Components widened(const DataElement& item) {
+    Components components{};
+    const Value value = load<Value>(item);
+    std::memcpy(components.data(), &value, sizeof value);
+    return components;
+}
+
+Components components_of_item(const DataElement& item) {
+    if (item.tag == tag::complex) return widened<Complex>(item);
+    return item.tag == tag::quaternion ? widened<Quaternion>(item) : widened<Octonion>(item);
+}
+
+Components polar_components(const DataElement& item) {
+    Components components = components_of_item(item);
+    switch (item.tag) {
+        case tag::complex: polarcomplex(components.data(), components.data()); break;
+        case tag::quaternion: polarquat(components.data(), components.data()); break;
+        default: polarocto(components.data(), components.data()); break;
+    }
+    return components;
+}
+
+// The numbers along one axis of a grid, each the one before and the step.
+using Axis = std::vector<double>;
+
+template <class Value>
+DataElement grid_of(Owner& result, const std::vector<Axis>& axes, std::uint16_t form) {
+    std::array<std::size_t, 8> position{};
+    Components item{};
+    for (std::size_t k = 0; k < axes.size(); ++k) item[k] = axes[k][0];
+    return filled<Value>(result, result.record.elements, form, [&](Value* out, std::size_t, std::size_t count) {
+        for (std::size_t i = 0; i < count; ++i) {
+            std::memcpy(out + i, item.data(), sizeof(Value));
+            for (std::size_t k = 0; k < axes.size(); ++k) {
+                const bool turns = ++position[k] == axes[k].size();
+                if (turns) position[k] = 0;
+                item[k] = axes[k][position[k]];
+                if (!turns) break;
+            }
+        }
+    });
+}
+
+struct AxisRange {
+    double from, step, count;
+};
+
+DataElement grid(std::span<const AxisRange> ranges, std::uint16_t form, Site site) {
+    constexpr double most_representable = 9.223372036854776e18;
+    double product = 1;
+    for (const AxisRange& range : ranges) product *= range.count;
+    if (product > most_representable || product > static_cast<double>(most_items)) raise(too_big, site);
+    const auto n = static_cast<std::uint32_t>(product);
+    const std::uint32_t tag = ranges.size() > 4 ? tag::octonion : ranges.size() > 2 ? tag::quaternion : tag::complex;
+
+    Owner result;
+    std::int64_t* const shape = allocate_shape(ranges.size());
+    std::ranges::transform(ranges, shape,
+                           [](const AxisRange& range) { return static_cast<std::int64_t>(range.count); });
+    result.record =
+        make_array(shape, static_cast<std::int32_t>(ranges.size()), nullptr, n, n == 0 ? 0 : kind_bits(tag));
+    if (n == 0) return result.take();
+    std::vector<Axis> axes;
+    for (const auto& [from, step, count] : ranges) {
+        Axis& axis = axes.emplace_back(static_cast<std::size_t>(count), from);
+        for (std::size_t i = 1; i < axis.size(); ++i) axis[i] = axis[i - 1] + step;
+    }
+    switch (tag) {
+        case tag::complex: return grid_of<Complex>(result, axes, form);
+        case tag::quaternion: return grid_of<Quaternion>(result, axes, form);
+        default: return grid_of<Octonion>(result, axes, form);
+    }
+}
+
+AxisRange counted_axis(double count, double tolerance, Site site) {
+    const std::optional<double> whole = whole_within(count, tolerance);
+    if (!whole || !fits_integer(*whole)) raise(not_whole, site);
+    const auto first = static_cast<double>(origin());
+    return *whole < 0 ? AxisRange{-first, -1, -*whole} : AxisRange{first, 1, *whole};
+}
+
+AxisRange axis_between(std::span<const Components> items, std::size_t k, Site site) {
+    const double from = items[0][k], to = items[1][k];
+    const double step = items.size() == 3 ? items[2][k] : from <= to ? 1 : -1;
+    const double count = count_between(from, to, step);
+    if (count == 0) raise(infinite, site);
+    return {from, step, count};
+}
+
+// The components up to the last one that is not 0 in all items; 1 for none, as the first is always there.
+std::size_t components_in_use(std::span<const Components> items) {
+    std::size_t used = 1;
+    for (const Components& item : items)
+        for (std::size_t k = used; k < item.size(); ++k)
+            if (item[k] != 0) used = k + 1;
+    return used;
+}
+
+DataElement hypercomplex_interval(std::span<const DataElement> operand, Site site) {
+    if (!std::ranges::all_of(operand, [&](const DataElement& item) { return item.tag == operand[0].tag; }))
+        raise(different_kinds, site);
+    const bool single = operand.size() == 1;
+    const bool polar =
+        !single && std::ranges::any_of(operand, [](const DataElement& item) { return is_polar(item.head); });
+    const std::uint16_t form = single ? operand[0].form : polar ? form::polar : form::cartesian;
+    std::vector<Components> items;
+    for (const DataElement& item : operand)
+        items.push_back(polar && item.form == form::cartesian ? polar_components(item) : components_of_item(item));
+
+    const std::size_t axes = components_in_use(items);
+    const double near = tolerance();
+    if (axes == 1 && !single) {
+        std::array<double, 3> ends{};
+        std::ranges::transform(items, ends.begin(), [](const Components& item) { return item[0]; });
+        return reals_between(std::span(ends).first(items.size()), site);
+    }
+    std::vector<AxisRange> ranges;
+    for (std::size_t k = 0; k < axes; ++k)
+        ranges.push_back(single ? counted_axis(items[0][k], near, site) : axis_between(items, k, site));
+    if (axes == 1) return counted(static_cast<std::int64_t>(ranges[0].step * ranges[0].count), site);
+    return grid(ranges, form, site);
+}
+
+DataElement integer_scalar(std::int64_t value) {
+    DataElement item{};
+    item.head = make_head(tag::integer, form::number);
+    item.integer = value;
+    return make_scalar(item);
+}
+
+DataElement interval_of(const DataElement& operand, Site site) {
+    if (operand.rank < 0) raise(no_interval_of_kind, site);
+    if (operand.type & ISEMPTY) return integer_scalar(0);
+    if (operand.elements > 3 || operand.type & NESTED) raise(bad_operand, site);
+    std::array<DataElement, 3> items{};
+    const auto used = std::span(items).first(operand.elements);
+    for (std::uint32_t i = 0; i < operand.elements; ++i) used[i] = item_at(operand.data_pointer, i);
+    if (used[0].tag == tag::ascii) return character_interval(used, site);
+    if (!std::ranges::all_of(used, is_number)) raise(no_interval_of_kind, site);
+    return used[0].tag <= tag::real ? number_interval(used, site) : hypercomplex_interval(used, site);
+}
+
+}  // namespace
+
+void interval(DataElement*& sp, DataElement* cell) {
+    Owner result(interval_of(*sp, {sp, cell}));
+    std::swap(*sp, result.record);
+}
+
+}  // namespace ondrel
