@@ -78,11 +78,7 @@ Sentence::Sentence(const Chain* tables, std::FILE* source, const char** text, Ne
     stream.reset(static_cast<DataElement*>(cut));
 }
 
-bool Sentence::ends_input() const {
-    const DataElement& first = *stream;
-    return translated && first.rank == kind::OPERATOR &&
-           first.depth == static_cast<std::int16_t>(Instruction::ENDPROCESS);
-}
+bool Sentence::ends_input() const { return translated && is_instruction(*stream, Instruction::ENDPROCESS); }
 
 void Sentence::Cleanup::operator()(DataElement* cells) const {
     cleanup(cells);
@@ -119,10 +115,9 @@ struct Settled {
 
 void run_inside(Activation& caller, Sentence& sentence, bool own_frame) {
     check_depth(caller);
-    auto* const table = static_cast<Table*>(sentence.first()[sentence.cells()].local_table);
-    const Chain names{table, caller.tables};
+    const Chain names = own_names(sentence.first()[sentence.cells()], caller.tables);
     Activation callee = inside(caller, sentence.first(), sentence.cells());
-    if (table != nullptr) callee.tables = &names;
+    callee.tables = in_force(names);
     if (own_frame) callee.frame_base = callee.argument_floor = caller.sp + 1;
     Settled settled{caller, callee};
     run(callee);

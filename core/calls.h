@@ -27,6 +27,13 @@ inline void check_depth(const Activation& caller) {
         raise(806, caller.site());
 }
 
+// A link for the table of a stream's own names, which the cell that ends it holds, if it has any; and the chain with
+// it.
+inline Chain own_names(const DataElement& last_cell, const Chain* outside) {
+    return {static_cast<Table*>(last_cell.local_table), outside};
+}
+inline const Chain* in_force(const Chain& names) { return names.table != nullptr ? &names : names.previous; }
+
 // Moves the arguments at `base` up to make room for the locals. False if they do not fit.
 bool lay_out(Activation& callee, DataElement* base, std::ptrdiff_t locals);
 // Gives back the locals, and moves what lies above them down.
@@ -45,7 +52,7 @@ public:
     Entered(Activation& outer, DataElement* function, CallOptions options)
         : caller(outer),
           stream(function),
-          names{static_cast<Table*>(function[function->elements].local_table), outer.tables},
+          names(own_names(function[function->elements], outer.tables)),
           callee(inside(outer, function + 1, function->elements)),
           own_frame(function->depth >= 0 && !options.in_callers_frame) {
         callee.header = function;

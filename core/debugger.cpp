@@ -12,10 +12,6 @@ bool Trace = false, Step = false;
 
 namespace {
 
-bool is_instruction(const DataElement& cell, Instruction instruction) {
-    return cell.rank == kind::OPERATOR && cell.depth == static_cast<std::int16_t>(instruction);
-}
-
 bool acts_on_all(const Activation& activation) {
     return activation.cell->modifier == static_cast<std::uint16_t>(Instruction::REST);
 }
@@ -43,11 +39,11 @@ void print_trace(const Activation& activation) {
 
 // A sentence that has been typed here runs as one of the prompt, in the frame of the run that stands still.
 void run_inspection(Activation& activation, Sentence& sentence) {
-    auto* const table = static_cast<Table*>(sentence.first()[sentence.cells()].local_table);
-    const Chain names{table, activation.tables};
+    check_depth(activation);
+    const Chain names = own_names(sentence.first()[sentence.cells()], activation.tables);
     Activation inspection = inside(activation, sentence.first(), sentence.cells());
     inspection.level = 0;
-    if (table != nullptr) inspection.tables = &names;
+    inspection.tables = in_force(names);
     run_sentence(inspection);
     release_contexts(inspection);
     activation.sp = inspection.sp;
@@ -77,6 +73,7 @@ void show_cell(Activation& activation) {
     if (stepping && (activation.local_step || Step) && !endprocess) {
         inspect(activation);
         endprocess = false;  // only the end of the stay at this cell
+        pass_time();         // which is nobody's
     }
 }
 

@@ -44,14 +44,14 @@ struct TemporaryFile {
 };
 
 // Waits for the editor, to which the terminal belongs meanwhile, an interrupt too. From a shell that it opens the user
-// comes back to this program.
-void run_editor(const char* path) {
+// comes back to this program. Whether it ended well.
+bool run_editor(const char* path) {
     const char* const chosen = std::getenv("EDITOR");
     const bool has_choice = chosen != nullptr && *chosen != '\0';
     const std::string command = std::string("/bin/sh -c 'SHELL=`which Ondrel`; export SHELL; ") +
                                 (has_choice ? "$EDITOR " : "vi ") + path + "'";
     std::fflush(stdout);
-    static_cast<void>(std::system(command.c_str()));  // what it did is seen from the file
+    return std::system(command.c_str()) == 0;
 }
 
 // Nothing if it cannot be read: a directory may stand in its place.
@@ -63,9 +63,9 @@ std::optional<std::string> all_of(std::FILE* stream) {
     return text;
 }
 
-// An editor ends the last line with a newline, which is not of the text; a file that it left alone has none.
-DataElement edited_text(const std::string& text, const std::string& before) {
-    return make_text(std::string_view(text).substr(0, text.size() - (text != before && !text.empty())));
+// The last byte is the newline that an editor adds.
+DataElement edited_text(const std::string& text) {
+    return make_text(std::string_view(text).substr(0, text.size() - !text.empty()));
 }
 
 }  // namespace
@@ -77,11 +77,12 @@ Outcome edit(Activation& activation) {
     const TemporaryFile file;
     if (file.descriptor < 0 || !file.write(written)) return fail(711, activation);
     if (has_value) operations += activation.sp->elements;
-    run_editor(file.path);
+    const bool ended_well = run_editor(file.path);
     const File stream(std::fopen(file.path, "r"));
     const std::optional<std::string> left = stream ? all_of(stream.get()) : std::nullopt;
     if (!left) return fail(710, activation);
-    const DataElement text = as_text ? edited_text(*left, written) : DataElement{};
+    if (!ended_well && *left == written) return Outcome::next;  // nothing has been edited
+    const DataElement text = as_text ? edited_text(*left) : DataElement{};
     if (has_value) dereferencepoint(*activation.sp--);
     if (as_text) return push(activation, text);
     std::rewind(stream.get());

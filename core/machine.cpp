@@ -155,6 +155,7 @@ Outcome run_watched_cell(Activation& activation) {
     heed_attention();
     show_cell(activation);
     ++operators;
+    flopos = 0;
     const DataElement& cell = *activation.cell;
     if (cell.rank != kind::OPERATOR) {
         const Outcome outcome = run_cell(activation, false);
@@ -253,13 +254,12 @@ Outcome run_operator(Activation& activation) {
 DataElement* machine(DataElement* sentence, DataElement* top) {
     DataElement* last = sentence;
     while (last->type != 0) ++last;
-    auto* const table = static_cast<Table*>(last->local_table);
-    const Chain names{table, &variables};
+    const Chain names = own_names(*last, &variables);
     Activation activation{.cell = sentence,
                           .sp = top,
                           .argument_floor = stack + 1,
                           .frame_base = stack + 1,
-                          .tables = table != nullptr ? &names : &variables,
+                          .tables = in_force(names),
                           .code = sentence,
                           .cells = static_cast<std::uint32_t>(last - sentence)};
     run_sentence(activation);

@@ -204,7 +204,10 @@ Options read_options(int count, char** arguments) {
             switch (letter) {
                 case '-': used = false; break;
                 case 'h': print_usage(arguments[0]); end();
-                case 'v': report_version(*scan.rest == 'v');
+                case 'v':
+                    if (scan.dash) report_version(*scan.rest == 'v');
+                    constraindirectories = false;
+                    break;
                 case 'q': options.quiet = true; break;
                 case 'u': constraindirectories = false; break;
                 case 'c': used = read_processors(scan); break;

@@ -11,9 +11,6 @@ namespace {
 
 constexpr std::int16_t deepest_nest = 32767;
 
-bool is_instruction(const DataElement& cell, Instruction instruction) {
-    return cell.rank == kind::OPERATOR && cell.depth == static_cast<std::int16_t>(instruction);
-}
 bool is_mark(const DataElement& element) { return is_instruction(element, Instruction::MARK); }
 
 // The nearest mark, or the slot below the floor.
@@ -107,7 +104,8 @@ Outcome swap_top(Activation& activation) {
 Outcome duplicate(Activation& activation) {
     if (is_full(activation)) return full_stack(activation);
     DataElement* const literal = activation.cell + 1;
-    LiteralForm* const form = activation.fuses ? literal_form_behind(*activation.sp, literal) : nullptr;
+    LiteralForm* const form =
+        activation.fuses && activation.sp < stacktop ? literal_form_behind(*activation.sp, literal) : nullptr;
     if (form != nullptr && is_instruction(literal[2], Instruction::CHECK)) {
         // the usual way of deciding by a value that is still needed
         if (const std::optional<bool> yes = decision_by_copy(*activation.sp, form, *literal)) {

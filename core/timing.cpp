@@ -143,6 +143,7 @@ AccountedRun::AccountedRun() : time_outside(time_baseline), entry(0) {
 }
 
 AccountedRun::~AccountedRun() {
+    flopos = 0;  // they stand with the instructions of this run
     work_baseline = operations;
     if (!opstime) return;
     take_time();
@@ -152,7 +153,6 @@ AccountedRun::~AccountedRun() {
 
 AccountedInstruction::AccountedInstruction(const Activation& activation)
     : instruction(static_cast<Instruction>(activation.cell->depth)) {
-    flopos = 0;
     time_baseline = tval;
     work_baseline = operations;
     if (!counts_result(instruction)) return;

@@ -1,5 +1,5 @@
-// What the system measures of itself: the time and the work of each sentence and of each instruction. Nothing here
-// runs, and no clock is read, unless an option has asked for it.
+// What the system measures of itself: the time and the work of each sentence and of each instruction. Work is counted
+// where cells are looked at; no clock is read unless an option has asked for it.
 #pragma once
 
 #include <array>

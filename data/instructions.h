@@ -6,6 +6,8 @@
 #include <cstdint>
 #include <string_view>
 
+#include "data/dataelement.h"
+
 namespace ondrel {
 
 enum class Instruction : std::int16_t {
@@ -26,6 +28,10 @@ inline constexpr auto Instructions = std::to_array<InstructionRow>({
 #include "data/instructions.def"
 #undef INSTRUCTION
 });
+
+inline bool is_instruction(const DataElement& cell, Instruction instruction) {
+    return cell.rank == kind::OPERATOR && cell.depth == static_cast<std::int16_t>(instruction);
+}
 
 constexpr const InstructionRow& row(Instruction instruction) {
     return Instructions[static_cast<std::size_t>(instruction)];

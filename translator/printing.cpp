@@ -339,10 +339,6 @@ std::string_view name_of(std::uint16_t instruction) {
 std::string_view name_of(const DataElement& cell) { return name_of(static_cast<std::uint16_t>(cell.depth)); }
 std::string_view text_of_cell(const DataElement& cell) { return cell.text == nullptr ? "" : cell.text; }
 
-bool is_instruction(const DataElement& cell, Instruction instruction) {
-    return cell.depth == static_cast<std::int16_t>(instruction);
-}
-
 bool is_conditional(const DataElement& cell) {
     return is_instruction(cell, Instruction::IF_YES) || is_instruction(cell, Instruction::IF_NO);
 }

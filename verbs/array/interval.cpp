@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <bit>
 #include <cmath>
 #include <cstring>
 #include <limits>
@@ -19,6 +18,7 @@
 #include "numbers/kinds.h"
 #include "numbers/polar.h"
 #include "numbers/whole.h"
+#include "verbs/scalar/clones.h"
 #include "verbs/scalar/items.h"
 
 namespace ondrel {
@@ -62,40 +62,47 @@ DataElement list(std::uint64_t n, Fill fill) {
     return filled<Value>(result, n, form::cartesian, fill);
 }
 
+VECTOR_CLONES void write_run(std::int64_t* out, std::uint64_t from, std::uint64_t step, std::size_t n) {
+    for (std::size_t i = 0; i < n; ++i, from += step) out[i] = static_cast<std::int64_t>(from);
+}
+
+VECTOR_CLONES void write_run(double* out, double from, double step, std::size_t n) {
+    for (std::size_t i = 0; i < n; ++i) out[i] = from + static_cast<double>(static_cast<std::int32_t>(i)) * step;
+}
+
 DataElement integers(std::int64_t from, std::int64_t step, std::uint64_t n) {
+    const auto start = static_cast<std::uint64_t>(from), apart = static_cast<std::uint64_t>(step);
     return list<std::int64_t>(n, [=](std::int64_t* out, std::size_t first, std::size_t count) {
-        const auto start = static_cast<std::uint64_t>(from) + first * static_cast<std::uint64_t>(step);
-        for (std::size_t i = 0; i < count; ++i)
-            out[i] = static_cast<std::int64_t>(start + i * static_cast<std::uint64_t>(step));
+        write_run(out, start + first * apart, apart, count);
     });
 }
 
-// The power of two that a normal number is an odd multiple of.
-int unit_of(double value) {
-    const auto bits = std::bit_cast<std::uint64_t>(value);
-    constexpr int fraction_bits = 52;
-    return std::ilogb(value) - fraction_bits +
-           std::countr_zero((bits & ((std::uint64_t{1} << fraction_bits) - 1)) | std::uint64_t{1} << fraction_bits);
+// How many reals, each the one before and the step, rounded, lie evenly from this one on, and how far apart. Among
+// numbers of one exponent the rounding is always the same, but for a step that ends halfway between two of them.
+struct Even {
+    double apart;
+    std::size_t items;
+};
+Even even_from(double value, double step) {
+    const double next = value + step, apart = next - value;
+    if (!std::isnormal(value) || !std::isnormal(next) || std::ilogb(next) != std::ilogb(value)) return {0, 1};
+    if (apart == 0) return {0, heed_every};
+    const double least = std::ldexp(1, std::ilogb(value)), unit = std::ldexp(least, -52);
+    if (std::fabs(step - apart) * 2 == unit) return {0, 1};
+    const bool grows = (value > 0) == (apart > 0);
+    const double room = (grows ? 2 * least - std::fabs(value) : std::fabs(value) - least) / std::fabs(apart);
+    return {apart, static_cast<std::size_t>(std::clamp(room - 1, 1.0, static_cast<double>(heed_every)))};
 }
 
-// Whether every sum on the way is a number that a double holds, so that a multiple of the step gives the same.
-bool adds_exactly(double from, double step, std::uint64_t n) {
-    if ((from != 0 && !std::isnormal(from)) || !std::isnormal(step)) return false;
-    const int unit = from == 0 ? unit_of(step) : std::min(unit_of(from), unit_of(step));
-    const double most = std::ldexp(1, unit + 52);
-    return std::fabs(from) <= most && std::fabs(step) * static_cast<double>(n) <= most;
-}
-
-// Each real is the one before and the step, rounded.
 DataElement reals(double from, double step, std::uint64_t n) {
-    if (adds_exactly(from, step, n))
-        return list<double>(n, [=](double* out, std::size_t first, std::size_t count) {
-            const double start = from + static_cast<double>(first) * step;
-            for (std::size_t i = 0; i < count; ++i)
-                out[i] = start + static_cast<double>(static_cast<std::int32_t>(i)) * step;
-        });
-    return list<double>(n, [=, value = from](double* out, std::size_t, std::size_t count) mutable {
-        for (std::size_t i = 0; i < count; ++i, value += step) out[i] = value;
+    return list<double>(n, [step, value = from](double* out, std::size_t, std::size_t count) mutable {
+        for (std::size_t done = 0; done < count;) {
+            const auto [apart, items] = even_from(value, step);
+            const std::size_t written = std::min(items, count - done);
+            write_run(out + done, value, apart, written);
+            done += written;
+            value = out[done - 1] + step;
+        }
     });
 }
 
