@@ -94,6 +94,12 @@ void check_value(const DataElement& value, int level = 0) {
     if (is_packed(data) && (value.elements < 2 || (value.type & PER_ITEM))) broken("packed items", value);
     if (value.elements > 1 && mixed_kinds(value.type) != ((value.type & COMPLEXED) != 0)) broken("mixture", value);
     if (value.elements > most_items) return;
+    if (is_packed(data) && (header(data).head & in_bytes)) {
+        const auto is_truth = [](std::uint8_t byte) { return byte <= 1; };
+        if (byte_head(header(data).head) == 0 ||
+            !std::ranges::all_of(std::span(static_cast<const std::uint8_t*>(data), value.elements), is_truth))
+            broken("truths in bytes", value);
+    }
     for (std::uint32_t i = 0; i < value.elements; ++i) {
         const DataElement item = item_at(data, i);
         if (!admits(value.type, item.tag)) broken("kind of an item", value);

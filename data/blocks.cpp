@@ -155,16 +155,15 @@ DataElement item_at(const void* block, std::size_t i) {
     const std::uint64_t head = header(block).head;
     if (head == 0) return static_cast<const DataElement*>(block)[i];
     DataElement item{};
-    item.head = head;
+    item.head = item_head(head);
     const auto* const value = static_cast<const std::byte*>(block) + i * item_width(head);
+    if (head & in_bytes) {
+        const std::uint64_t word = *value != std::byte{0} ? word_of_one(head) : 0;
+        std::memcpy(&item.integer, &word, 8);
+        return item;
+    }
     switch (item.tag) {
         case tag::ascii: std::memcpy(&item.ascii, value, 1); break;
-        case tag::integer:
-            if (item.form == form::boolean)
-                item.integer = static_cast<std::int64_t>(*value);
-            else
-                std::memcpy(&item.integer, value, 8);
-            break;
         case tag::complex: std::memcpy(item.complex, value, sizeof item.complex); break;
         case tag::quaternion: std::memcpy(item.quaternion, value, sizeof item.quaternion); break;
         case tag::octonion: item.octonion = reinterpret_cast<double*>(const_cast<std::byte*>(value)); break;
@@ -201,18 +200,21 @@ std::uint64_t common_head(const DataElement* items, std::size_t n) {
     const std::uint64_t head = items[0].head;
     const std::uint32_t tag = head_tag(head);
     if (tag < tag::ascii || tag > tag::octonion || tag == tag::unicode || (head_marks(head) & mark::named)) return 0;
-    const bool boolean = tag == tag::integer && head_form(head) == form::boolean;
-    const auto qualifies = [&](const DataElement& item) {
-        return item.head == head && (!boolean || item.integer == 0 || item.integer == 1);
-    };
-    return std::all_of(items, items + n, qualifies) ? head : 0;
+    if (!std::all_of(items, items + n, [head](const DataElement& item) { return item.head == head; })) return 0;
+    const auto one = static_cast<std::int64_t>(word_of_one(head));
+    const auto is_truth = [one](const DataElement& item) { return item.integer == 0 || item.integer == one; };
+    return byte_head(head) != 0 && std::all_of(items, items + n, is_truth) ? byte_head(head) : head;
 }
 
 void put_value(void* block, std::size_t i, const DataElement& item) {
-    auto* const to = static_cast<std::byte*>(block) + i * item_width(item.head);
+    const std::uint64_t head = header(block).head;
+    auto* const to = static_cast<std::byte*>(block) + i * item_width(head);
+    if (head & in_bytes) {
+        *to = static_cast<std::byte>(item.integer != 0);
+        return;
+    }
     switch (item.tag) {
         case tag::ascii: std::memcpy(to, &item.ascii, 1); break;
-        case tag::integer: std::memcpy(to, &item.integer, item_width(item.head)); break;  // the low byte comes first
         case tag::complex: std::memcpy(to, item.complex, sizeof item.complex); break;
         case tag::quaternion: std::memcpy(to, item.quaternion, sizeof item.quaternion); break;
         case tag::octonion: std::memcpy(to, item.octonion, 8 * sizeof(double)); break;

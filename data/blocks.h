@@ -8,12 +8,13 @@
 //
 // The second header word says how the payload is laid out. 0: an item block, items of 40 bytes each with its own tag,
 // form and marks. Else a packed block: the word is the head that all items share, and the payload holds their bare
-// values, one byte for a character or a boolean, a word for another integer or a real, two, four and eight doubles for
-// the hypercomplex kinds. A uniform unnamed array of two or more items is packed, but no booleans other than 0 and 1;
-// all else is an item block, and so are scalars. Shapes are packed integers. Code outside this layer reads items by
-// value and never asks, loops apart.
+// values, one byte for a character, a word for an integer or a real, two, four and eight doubles for the hypercomplex
+// kinds. Truth values, integers or reals, that are all 0 or 1 can lie in bytes, which a bit of the block's head tells.
+// A uniform unnamed array of two or more items is packed; all else is an item block, and so are scalars. Shapes are
+// packed integers. Code outside this layer reads items by value and never asks, loops apart.
 #pragma once
 
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -41,12 +42,29 @@ inline constexpr bool packing = false;
 inline constexpr bool packing = true;
 #endif
 
+// In the head of a packed block: it holds truths in bytes. No item has it.
+inline constexpr std::uint64_t in_bytes = make_head(0, 0, 0x2000);
+
+// The head that the items of a block of this head have, if it is not 0.
+constexpr std::uint64_t item_head(std::uint64_t head) { return head & ~in_bytes; }
+
+// The head of a block that holds such items in bytes; 0 if none does.
+constexpr std::uint64_t byte_head(std::uint64_t head) {
+    const bool of_truth = head_form(head) == form::boolean || head_form(head) == form::logical;
+    return of_truth && (head_tag(head) == tag::integer || head_tag(head) == tag::real) ? head | in_bytes : 0;
+}
+
+// The number 1 as an integer or a real item of this head holds it. That for 0 is no bit at all.
+constexpr std::uint64_t word_of_one(std::uint64_t head) {
+    return head_tag(head) == tag::real ? std::bit_cast<std::uint64_t>(1.0) : 1;
+}
+
 // Bytes that one item takes in a block of this head.
 constexpr std::size_t item_width(std::uint64_t head) {
+    if (head & in_bytes) return 1;
     switch (head_tag(head)) {
         case 0: return sizeof(DataElement);
         case tag::ascii: return 1;
-        case tag::integer: return head_form(head) == form::boolean ? 1 : 8;
         case tag::complex: return 16;
         case tag::quaternion: return 32;
         case tag::octonion: return 64;

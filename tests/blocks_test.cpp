@@ -6,11 +6,13 @@
 
 #include <algorithm>
 #include <cstring>
+#include <limits>
 #include <string>
 #include <vector>
 
 #include "data/allocator.h"
 #include "data/errors.h"
+#include "numbers/kinds.h"
 #include "tests/values.h"
 
 namespace ondrel {
@@ -49,17 +51,43 @@ TEST_F(Blocks, ArePackedForOneHolderOnly) {
     }
 }
 
+TEST_F(Blocks, HoldTruthsInBytes) {
+    if (!packing) GTEST_SKIP() << "built without packing";
+    const auto width_of = [](const Item& item, const Item& other) {
+        const Value value = vector_value({item, other, item});
+        DataElement record = build(value, Layout::packed);
+        EXPECT_TRUE(identical(read(record), value)) << describe(value);
+        // A copy of the block keeps its layout.
+        reference(record.data_pointer);
+        void* const copy = Reallocate(record.data_pointer, 3 * sizeof(Octonion));
+        EXPECT_EQ(item_at(copy, 2).integer, item_at(record.data_pointer, 2).integer);
+        release(copy);
+        const std::size_t width = item_width(header(record.data_pointer).head);
+        dereferencepoint(record);
+        return width;
+    };
+    EXPECT_EQ(width_of(degree(1), degree(0)), 1u);
+    EXPECT_EQ(width_of(integer(1, form::boolean), integer(0, form::boolean)), 1u);
+    for (const double other : {-0.0, 0.5, 2.0, -1.0, std::numeric_limits<double>::quiet_NaN()})
+        EXPECT_EQ(width_of(degree(1), degree(other)), 8u) << other;
+    EXPECT_EQ(width_of(integer(1, form::boolean), integer(257, form::boolean)), 8u);
+    EXPECT_EQ(width_of(real(1), real(0)), 8u);
+    EXPECT_EQ(width_of(integer(1, form::binary), integer(0, form::binary)), 8u);
+}
+
 TEST_F(Blocks, CopyAStretchInEitherLayout) {
-    const std::vector<Item> from{octonion(0), octonion(1), octonion(2), octonion(3)};
-    for (const Layout layout : {Layout::items, Layout::packed}) {
-        DataElement source = build(vector_value(from), layout);
-        DataElement target = build(vector_value({octonion(7), octonion(8), octonion(9)}), layout);
-        if (!is_packed(target.data_pointer)) dereferencedataelems(items_of(target) + 1, 2);
-        copy_items(target.data_pointer, 1, source.data_pointer, 2, 2);
-        dereferencepoint(source);
-        EXPECT_TRUE(identical(read(target), vector_value({octonion(7), from[2], from[3]})));
-        dereferencepoint(target);
-    }
+    const std::vector<Item> octonions{octonion(0), octonion(1), octonion(2), octonion(3), octonion(4)};
+    const std::vector<Item> degrees{degree(0), degree(0), degree(1), degree(0), degree(1)};
+    for (const std::vector<Item>& from : {octonions, degrees})
+        for (const Layout layout : {Layout::items, Layout::packed}) {
+            DataElement source = build(vector_value(from), layout);
+            DataElement target = build(vector_value({from[4], from[0], from[1]}), layout);
+            if (!is_packed(target.data_pointer)) dereferencedataelems(items_of(target) + 1, 2);
+            copy_items(target.data_pointer, 1, source.data_pointer, 2, 2);
+            dereferencepoint(source);
+            EXPECT_TRUE(identical(read(target), vector_value({from[4], from[2], from[3]})));
+            dereferencepoint(target);
+        }
 }
 
 // ---- Reallocate

@@ -172,6 +172,7 @@ TEST_F(MonadicVariation, LongArrays) {
     const Value values[] = {
         large([](double i) { return integer(static_cast<std::int64_t>(i) % 23); }, integer(-3)),
         large([](double i) { return integer(std::fmod(i, 3) == 1, form::boolean); }, integer(1, form::boolean)),
+        large([](double i) { return degree(std::fmod(i, 3) == 1); }, degree(1)),
         large([](double i) { return real(i * 0.001 - 75); }, real(1e19)),
         large([](double i) { return real(std::fmod(i, 8) / 8); }, real(0.5)),
         large(

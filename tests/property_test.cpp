@@ -12,6 +12,7 @@
 #include "tests/palette.h"
 #include "translator/printing.h"
 #include "translator/scanner.h"
+#include "translator/value_key.h"
 
 namespace ondrel {
 namespace {
@@ -245,11 +246,13 @@ TEST(Property, AListedPolarNumberReadsBack) {
 TEST(Property, PackingChangesNothingThatCanBeSeen) {
     const std::int64_t blocks = blocks_out();
     Random random(8);
-    for (int i = 0; i < 5'000 && !testing::Test::HasFailure(); ++i) {
-        const Value value = random_value(random, 2);
+    std::vector<Value> values;
+    for (const Group& group : palette()) values.push_back(vector_value(group));
+    while (values.size() < 5'000) values.push_back(random_value(random, 2));
+    for (const Value& value : values) {
+        if (testing::Test::HasFailure()) break;
         DataElement items = build(value, Layout::items), packed = build(value, Layout::packed);
         EXPECT_TRUE(identical(read(packed), value)) << describe(value);
-        EXPECT_EQ(listed(items), listed(packed));
         DataElement unpacked = packed;
         unpacked.data_pointer = unpack(packed.data_pointer, packed.elements);
         reference(unpacked.shape_pointer);
@@ -257,6 +260,8 @@ TEST(Property, PackingChangesNothingThatCanBeSeen) {
         pack(unpacked);
         EXPECT_EQ(is_packed(unpacked.data_pointer), is_packed(packed.data_pointer));
         EXPECT_TRUE(identical(read(unpacked), value)) << describe(value);
+        EXPECT_EQ(value_key(items, nullptr), value_key(packed, nullptr));
+        EXPECT_EQ(listed(items), listed(packed));  // at the end, since it may lower numbers
         for (DataElement* const record : {&items, &packed, &unpacked}) dereferencepoint(*record);
     }
     EXPECT_EQ(blocks_out(), blocks);
@@ -279,7 +284,6 @@ TEST(Property, OnlyUniformUnnamedArraysArePacked) {
         EXPECT_FALSE(packs(vector_value({group[0], subarray(vector_value({group[0]}))})));
     }
     EXPECT_FALSE(packs(vector_value({integer(1), integer(1, form::boolean)})));
-    EXPECT_FALSE(packs(vector_value({integer(257, form::boolean), integer(257, form::boolean)}))) << "no byte holds it";
     EXPECT_FALSE(packs(vector_value({integer(1), real(1)})));
 }
 

@@ -31,6 +31,12 @@ Item real(double value) {
     return item;
 }
 
+Item degree(double value) {
+    Item item = real(value);
+    item.form = form::logical;
+    return item;
+}
+
 Item hypercomplex(std::initializer_list<double> parts, std::uint16_t form, std::uint16_t marks) {
     Item item{.tag = parts.size() == 2   ? tag::complex
                      : parts.size() == 4 ? tag::quaternion

@@ -34,6 +34,7 @@ struct Value {
 Item character(unsigned char code, std::uint16_t form = form::unset);
 Item integer(std::int64_t value, std::uint16_t form = form::number);
 Item real(double value);
+Item degree(double value);  // a real as a degree of truth
 // A hypercomplex number of 2, 4 or 8 components; with form polar they are its polar coordinates.
 Item hypercomplex(std::initializer_list<double> parts, std::uint16_t form = form::number, std::uint16_t marks = 0);
 Item named(Item item, const char* name);

@@ -310,6 +310,63 @@ TEST(Variation, ANestThatIsAlsoPartOfAnotherValue) {
         }
 }
 
+// ---- degrees of truth
+
+// The items of a byte each, or a word, as the loops are to leave them.
+std::size_t width_of_result(const Named& verb, const Value& left, const Value& right) {
+    DataElement* sp = stack;
+    *++sp = build(left, Layout::packed);
+    *++sp = build(right, Layout::packed);
+    verb.run(sp, instruction_cell());
+    const std::size_t width = item_width(header(sp->data_pointer).head);
+    dereferencepoint(*sp);
+    return width;
+}
+
+// How much reals are one, where all are or are not, but for one pair at the ends of what the loops do at once.
+TEST(Variation, DegreesWithOneOddPair) {
+    constexpr double inf = std::numeric_limits<double>::infinity(), nan = std::numeric_limits<double>::quiet_NaN(),
+                     most = std::numeric_limits<double>::max();
+    struct Odd {
+        double left, right, tolerance;
+        bool in_bytes = false;
+    };
+    const Odd odds[] = {
+        {1, 1, 1e-15, true}, {-0.0, 0, 1e-15, true},     {1, 1 + 1e-15, 1e-15, true}, {1, 1, 0, true},
+        {1, 1, -1, true},    {0, most, 1e-15, true},     {1, 1 + 4e-16, 1e-15},       {0, 1e-300, 1e-15},
+        {0, 5e-324, 1e-15},  {-most, most, 1e-15},       {nan, nan, 1e-15},           {1, nan, 1e-15},
+        {inf, inf, 1e-15},   {inf, -inf, 1e-15},         {-inf, inf, 1e-15},          {inf, 1, 1e-15},
+        {0.25, 0.5, 0.5},    {0.25, 0.25 - 1e-16, most},
+    };
+    instruction_cell();
+    for (const Odd& odd : odds)
+        for (const std::size_t n : {2, 256, 257, 2049})
+            for (const std::size_t place : {std::size_t{0}, n / 2, n - 1}) {
+                Value left{{static_cast<std::int64_t>(n)}, {}}, right = left;
+                for (std::size_t i = 0; i < n; ++i) {
+                    left.items.push_back(real(i == place ? odd.left : static_cast<double>(i % 3) * 1e300));
+                    right.items.push_back(real(i == place ? odd.right : static_cast<double>(i % 2) * 1e300));
+                }
+                const Tolerance tolerance(std::make_shared<Value>(scalar_value(real(odd.tolerance))), plain);
+                for (const Named& verb : verbs) {
+                    if (verb.verb != Verb::equivalent && verb.verb != Verb::notequivalent) continue;
+                    SCOPED_TRACE(describe(left.items[place]) + " at " + std::to_string(place));
+                    const auto hold = [&](const Value& l, const Value& r, std::initializer_list<Way> ways) {
+                        const Expected expected = oracle::apply(verb.verb, l, r, odd.tolerance);
+                        for (const Way& way : ways) check(verb, l, r, expected, way);
+                    };
+                    hold(left, right,
+                         {{packed, packed}, {packed_shared, packed}, {packed, packed_shared}, {plain, plain}});
+                    hold(scalar_value(left.items[place]), right, {{plain, packed}});
+                    hold(left, scalar_value(right.items[place]), {{packed, plain}});
+                    if (packing) {
+                        EXPECT_EQ(width_of_result(verb, left, right), odd.in_bytes ? 1u : 8u);
+                    }
+                }
+                if (enough_failures()) return;
+            }
+}
+
 // ---- arrays that take more than one stretch of the loops
 
 constexpr std::size_t many = 140'000;
@@ -402,15 +459,21 @@ TEST_F(Large, KindsThatStay) {
     hold(Verb::divide, complexes, complexes);
 }
 
-// Booleans lie in bytes, which loops on words do not see.
-TEST_F(Large, Booleans) {
+// Truths lie in bytes, which loops on words do not see.
+TEST_F(Large, Truths) {
     const Value truths = large([](std::size_t i) { return integer(i % 3 == 0 || i % 7 == 5, form::boolean); });
+    const Value degrees = large([](std::size_t i) { return degree(i % 5 == 0 || i % 7 == 3 ? 1 : 0); });
     const Value integers = sawtooth(9), text = large([](std::size_t i) { return character(i % 5 < 2 ? ' ' : 'x'); });
     for (const Verb verb : {Verb::add, Verb::divide, Verb::less, Verb::equivalent, Verb::and_, Verb::nor}) {
         hold(verb, truths, truths);
         hold(verb, truths, integers, {{packed, packed}});
         hold(verb, scalar_value(integer(1, form::boolean)), truths, {{packed, packed}});
+        hold(verb, degrees, degrees);
+        hold(verb, degrees, truths, {{packed, packed_shared}});
+        hold(verb, integers, degrees, {{packed, packed}});
+        hold(verb, degrees, scalar_value(real(0.5)), {{packed, packed}});
     }
+    hold(Verb::equivalent, degrees, with(degrees, turn, degree(1e-16)));
     hold(Verb::multiply, text, truths);
     hold(Verb::less, text, text);
     hold(Verb::subtract, truths, with(truths, turn, real(0.5)));

@@ -131,6 +131,32 @@ struct Equivalence : Comparison {
                 return apart < tolerance ? apart : 1.0;
         }
     }
+
+    // Stops at a stretch where a difference is within the tolerance and not 0, or is infinite or no number.
+    template <class A, class B, Extent extent>
+    requires(!is_hypercomplex<A> && !is_hypercomplex<B> && !Discrete<A, B>)  //
+        VECTOR_CLONES static std::size_t
+        truths(const void* left, const void* right, void* result, std::size_t n, const Setting& setting) {
+        constexpr std::uint64_t lowest_exponent = std::uint64_t{1} << 52;  // takes what is not finite to the first bit
+        const double most = setting.tolerance;
+        const auto* const a = static_cast<const A*>(left);
+        const auto* const b = static_cast<const B*>(right);
+        auto* const c = static_cast<bool*>(result);
+        for (std::size_t at = 0; at < n; at += look_ahead) {
+            const std::size_t end = std::min(at + look_ahead, n);
+            std::uint64_t odd = 0;  // in its first bit
+            for (std::size_t i = at; i < end; ++i) {
+                const double apart = std::fabs(static_cast<double>(a[extent == left_single ? 0 : i]) -
+                                               static_cast<double>(b[extent == right_single ? 0 : i]));
+                const bool within = apart < most;
+                c[i] = within == equal;
+                const auto word = std::bit_cast<std::uint64_t>(apart);
+                odd |= (within ? -word : 0) | (word + lowest_exponent);
+            }
+            if (odd >> 63 != 0) return at;
+        }
+        return n;
+    }
 };
 
 // ---- identity

@@ -75,22 +75,24 @@ struct Payload {
     std::uint64_t head = 0;  // 0: the items must be looked at one by one
     const std::byte* values = nullptr;
     std::size_t width = 0;  // bytes from one value to the next; 0 for a single one
+    std::uint64_t one = 0;  // of truths in bytes, the word that each 1 is to be; 0: they stay as they lie
 
-    bool in_bytes() const { return width == 1 && is_boolean(head); }
     const std::byte* at(std::size_t i, std::size_t n, Words* words, std::size_t side) const {
-        return in_bytes() ? widen(values + i, words->operands[side], n) : values + i * width;
+        return one != 0 ? widen(values + i, one, words->operands[side], n) : values + i * width;
     }
 };
 
 Payload payload_of(const DataElement& record, bool single) {
     void* const data = record.data_pointer;
-    if (!single)
-        return is_packed(data)
-                   ? Payload{header(data).head, static_cast<const std::byte*>(data), item_width(header(data).head)}
-                   : Payload{};
+    if (!single) {
+        if (!is_packed(data)) return {};
+        const std::uint64_t head = header(data).head;
+        return {item_head(head), static_cast<const std::byte*>(data), item_width(head),
+                head & in_bytes ? word_of_one(head) : 0};
+    }
     const DataElement& item = items_of(record)[0];
     if (kind_index(item.tag) >= kinds) return {};
-    return {item.head, static_cast<const std::byte*>(value_of(item)), 0};
+    return {item.head, static_cast<const std::byte*>(value_of(item))};
 }
 
 // The block that a loop may write into: an operand's own, if nothing else holds it and its items are as wide. One
@@ -109,13 +111,17 @@ void* reusable(Operands& operands, std::uint64_t head) {
 
 // The data block of the result by loops, or null if the operands' items have to be looked at one by one.
 void* by_loop(const DyadicVerb& verb, Operands& operands, bool may_reuse) {
-    const Payload left = payload_of(operands.left, operands.extent == left_single);
-    const Payload right = payload_of(operands.right, operands.extent == right_single);
+    Payload left = payload_of(operands.left, operands.extent == left_single);
+    Payload right = payload_of(operands.right, operands.extent == right_single);
     if (left.head == 0 || right.head == 0 || is_polar(left.head) || is_polar(right.head)) return nullptr;
-    const DyadicKinds& rule = verb.pairs[kind_index(head_tag(left.head))][kind_index(head_tag(right.head))];
+    const DyadicKinds& of_kinds = verb.pairs[kind_index(head_tag(left.head))][kind_index(head_tag(right.head))];
+    const bool as_they_lie = left.one != 0 && right.one != 0 && verb.of_truths.loops[0].tag != 0;
+    if (as_they_lie) left.one = right.one = 0;
     return by_loops(
-        rule, operands.n, left.in_bytes() || right.in_bytes(),
-        [&](std::uint32_t tag) { return rule.head(left.head, right.head, tag); },
+        as_they_lie ? verb.of_truths : of_kinds, operands.n, left.one != 0 || right.one != 0,
+        [&](std::uint32_t tag) {
+            return of_kinds.head(left.head, right.head, as_they_lie ? of_kinds.loops[0].tag : tag);
+        },
         [&](std::uint64_t head) { return may_reuse ? reusable(operands, head) : nullptr; },
         [&](const auto& loop, std::size_t from, std::byte* out, std::size_t n, Words* words) {
             const std::byte* const l = left.at(from, n, words, 0);

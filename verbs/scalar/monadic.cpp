@@ -28,19 +28,22 @@ void by_item(const MonadicVerb& verb, const DataElement& value, const Setting& s
 void* by_loop(const MonadicVerb& verb, DataElement& value, bool may_reuse, const Setting& setting) {
     void* const data = value.data_pointer;
     if (!is_packed(data)) return nullptr;
-    const std::uint64_t head = header(data).head;
-    const MonadicKinds& rule = verb.kinds_of[kind_index(head_tag(head))];
-    const std::size_t width = item_width(head);
-    const bool in_bytes = is_boolean(head);
+    const std::uint64_t block_head = header(data).head, head = item_head(block_head);
+    const std::size_t width = item_width(block_head);
+    const MonadicKinds& of_kind = verb.kinds_of[kind_index(head_tag(head))];
+    const bool truths = (block_head & in_bytes) != 0, as_they_lie = truths && verb.of_truths.loops[0].tag != 0;
+    const bool widened = truths && !as_they_lie;
     return by_loops(
-        rule, value.elements, in_bytes, [&](std::uint32_t tag) { return rule.head(head, tag, setting); },
+        as_they_lie ? verb.of_truths : of_kind, value.elements, widened,
+        [&](std::uint32_t tag) { return of_kind.head(head, as_they_lie ? of_kind.loops[0].tag : tag, setting); },
         [&](std::uint64_t result_head) -> void* {
             if (!may_reuse || !sole_holder(data) || item_width(result_head) != width) return nullptr;
             return std::exchange(value.data_pointer, nullptr);
         },
         [&](const auto& loop, std::size_t from, std::byte* out, std::size_t n, Words* words) {
             const auto* const values = static_cast<const std::byte*>(data) + from * width;
-            return loop.loop(in_bytes ? widen(values, words->operands[0], n) : values, out, n, head, setting);
+            return loop.loop(widened ? widen(values, word_of_one(head), words->operands[0], n) : values, out, n, head,
+                             setting);
         },
         [&](ItemsOwner& rest) { by_item(verb, value, setting, rest); });
 }

@@ -11,6 +11,7 @@
 //   ordinary(values, n), plain(value)
 //                      optional, for kinds that have both: the values are such that `plain`, which is faster, gives
 //                      what `apply` gives, and of an Either the usual kind
+//   of_truth(x)        optional: what the verb says, as true or false, of what is that; a real or an integer
 //   loop<A>            optional: for the kinds that it takes, a loop of its own, for the usual kind of an Either alone:
 //                      trying the other one would cost a draw of chance
 #pragma once
@@ -29,10 +30,10 @@ using MonadicLoop = std::size_t (*)(const void* values, void* result, std::size_
 struct MonadicKinds {
     MonadicItem item = nullptr;
     std::uint64_t (*head)(std::uint64_t head, std::uint32_t tag, const Setting& setting) = nullptr;
-    bool fixed = false;  // the kind of the result does not depend on the values
     struct {
         std::uint32_t tag = 0;  // the kind of the result; 0: no loop
         std::size_t width = 0;  // of a result
+        bool whole = false;     // never stops: all that the values decide is the results' own values
         MonadicLoop loop = nullptr;
     } loops[2];
 };
@@ -40,6 +41,7 @@ struct MonadicKinds {
 struct MonadicVerb {
     bool by_chance = false;      // whatever comes out depends on chance
     bool takes_setting = false;  // the rule is made from a Setting
+    MonadicKinds of_truths{};    // with a loop if the operand can be truths in bytes, and the results then too
     std::array<MonadicKinds, kinds> kinds_of{};
 };
 
@@ -115,6 +117,16 @@ VECTOR_CLONES std::size_t monadic_loop(const void* values, void* result, std::si
     return n;
 }
 
+// Of truths in bytes.
+template <class Rule>
+VECTOR_CLONES std::size_t truth_loop(const void* values, void* result, std::size_t n, std::uint64_t, const Setting&) {
+    const auto* const a = static_cast<const std::uint8_t*>(values);
+    auto* const c = static_cast<bool*>(result);
+#pragma GCC ivdep
+    for (std::size_t i = 0; i < n; ++i) c[i] = Rule::of_truth(a[i] != 0);
+    return n;
+}
+
 template <class Rule, class A>
 constexpr MonadicKinds kinds_of_item() {
     MonadicKinds entry;
@@ -128,15 +140,14 @@ constexpr MonadicKinds kinds_of_item() {
         entry.head = [](std::uint64_t head, std::uint32_t tag, const Setting& setting) {
             return rule_in<Rule>(setting).head(head, tag);
         };
-        entry.fixed = !is_either<Result>;
         constexpr bool has_own = requires { &Rule::template loop<A>; };
         if constexpr (is_either<Result>) {
             using Usual = decltype(Result::value);
             using Other = decltype(Result::other);
-            entry.loops[0] = {tag_of<Usual>, sizeof(Usual), monadic_loop<Rule, A, Usual, true>};
-            if (!has_own) entry.loops[1] = {tag_of<Other>, sizeof(Other), monadic_loop<Rule, A, Other, false>};
+            entry.loops[0] = {tag_of<Usual>, sizeof(Usual), false, monadic_loop<Rule, A, Usual, true>};
+            if (!has_own) entry.loops[1] = {tag_of<Other>, sizeof(Other), false, monadic_loop<Rule, A, Other, false>};
         } else {
-            entry.loops[0] = {tag_of<Result>, sizeof(Result), monadic_loop<Rule, A, Result, true>};
+            entry.loops[0] = {tag_of<Result>, sizeof(Result), true, monadic_loop<Rule, A, Result, true>};
         }
         if constexpr (has_own) entry.loops[0].loop = Rule::template loop<A>;
     }
@@ -146,7 +157,9 @@ constexpr MonadicKinds kinds_of_item() {
 template <class Rule>
 constexpr MonadicVerb make_monadic() {
     constexpr bool by_chance = requires { Rule::by_chance; };
-    MonadicVerb verb{by_chance, std::is_constructible_v<Rule, const Setting&>, {}};
+    MonadicVerb verb{by_chance, std::is_constructible_v<Rule, const Setting&>, {}, {}};
+    if constexpr (requires { Rule::of_truth(true); })
+        verb.of_truths.loops[0] = {tag::integer, 1, true, truth_loop<Rule>};
     [&]<std::size_t... kind>(std::index_sequence<kind...>) {
         ((verb.kinds_of[kind] = kinds_of_item<Rule, KindAt<kind>>()), ...);
     }

@@ -4,8 +4,8 @@
 
 namespace ondrel {
 
-VECTOR_CLONES const std::byte* widen(const std::byte* bytes, std::int64_t* words, std::size_t n) {
-    for (std::size_t i = 0; i < n; ++i) words[i] = static_cast<std::int64_t>(bytes[i]);
+VECTOR_CLONES const std::byte* widen(const std::byte* bytes, std::uint64_t one, std::uint64_t* words, std::size_t n) {
+    for (std::size_t i = 0; i < n; ++i) words[i] = -static_cast<std::uint64_t>(bytes[i]) & one;
     return reinterpret_cast<const std::byte*>(words);
 }
 

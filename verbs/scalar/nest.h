@@ -32,18 +32,17 @@ std::size_t in_stretches(void* block, std::size_t width, std::size_t n, bool in_
     return n;
 }
 
-// The loops work on words, but booleans lie in bytes: such operands and results go through these words, so many items
-// at a time. A result that has the form of a boolean, but is none, ends a loop as one of another kind does.
+// The loops work on words, but truths lie in bytes: such operands, and integer results, go through these words, so many
+// items at a time. A result that has the form of a boolean, but is none, ends a loop as one of another kind does.
 struct Words {
     static constexpr std::size_t capacity = 2048;
-    std::int64_t operands[2][capacity], results[capacity];
+    std::uint64_t operands[2][capacity];
+    std::int64_t results[capacity];
 };
-const std::byte* widen(const std::byte* bytes, std::int64_t* words, std::size_t n);  // gives the words
-std::size_t narrow(const std::int64_t* words, std::byte* bytes,
-                   std::size_t n);  // how many, up to one that is no 0 or 1
-
-// Whether the values of a packed block with this head lie in bytes that are to be words.
-constexpr bool is_boolean(std::uint64_t head) { return head_tag(head) == tag::integer && item_width(head) == 1; }
+// The words, each 0 or `one`.
+const std::byte* widen(const std::byte* bytes, std::uint64_t one, std::uint64_t* words, std::size_t n);
+// Gives how many there are up to one that is no 0 or 1.
+std::size_t narrow(const std::int64_t* words, std::byte* bytes, std::size_t n);
 
 // Runs `run(done, out, n, words)` on stretches that fit the words, with narrowed results where `narrowed`. Not inlined,
 // since the words must not lie on the native stack while nested values are computed.
@@ -63,25 +62,26 @@ template <class Run>
 }
 
 // The data block of n results by the loops of a verb for its operands' kinds, or null if the items have to be looked at
-// one by one. `head_of(tag)` is the head of a result, or 0; `reuse(head)` gives up an operand's block to write into, or
-// null; `run(loop, done, out, n, words)` is as above, with words where operands are `in_bytes`; `rest(items)` fills the
-// items of a result behind those that it has.
+// one by one. `head_of(tag)` is the head of a result, or 0; `reuse(head)` gives up an operand's block of that width to
+// write into, or null; `run(loop, done, out, n, words)` is as above, with words where operands are `widened`;
+// `rest(items)` fills the items of a result behind those that it has.
 template <class Rule, class HeadOf, class Reuse, class Run, class Rest>
-void* by_loops(const Rule& rule, std::size_t n, bool in_bytes, const HeadOf& head_of, const Reuse& reuse,
-               const Run& run, const Rest& rest) {
+void* by_loops(const Rule& rule, std::size_t n, bool widened, const HeadOf& head_of, const Reuse& reuse, const Run& run,
+               const Rest& rest) {
     for (const auto& loop : rule.loops) {
-        const std::uint64_t head = loop.tag == 0 ? 0 : head_of(loop.tag);
-        if (head == 0) return nullptr;
+        const std::uint64_t item = loop.tag == 0 ? 0 : head_of(loop.tag);
+        if (item == 0) return nullptr;
+        const bool narrowed = loop.tag == tag::integer && loop.width > 1 && byte_head(item) != 0;
+        const std::uint64_t head = narrowed || loop.width < item_width(item) ? byte_head(item) : item;
+        if (head == 0) continue;  // for results of another form
         const std::size_t width = item_width(head);
-        if (loop.width < width) continue;  // for results of another form
-        const bool narrowed = width < loop.width;
-        void* const reused = rule.fixed && !narrowed ? reuse(head) : nullptr;
+        void* const reused = loop.whole && !narrowed ? reuse(head) : nullptr;
         Owner result;  // of no rank: only its block counts
         result.record.data_pointer = reused != nullptr ? reused : allocate_packed(head, n);
         void* const block = result.record.data_pointer;
         const std::size_t done = in_stretches(
             block, width, n, reused != nullptr, [&](std::size_t from, std::byte* out, std::size_t k) -> std::size_t {
-                if (!narrowed && !in_bytes) return run(loop, from, out, k, nullptr);
+                if (!narrowed && !widened) return run(loop, from, out, k, nullptr);
                 return in_words(out, width, narrowed, k,
                                 [&](std::size_t at, std::byte* to, std::size_t m, Words* words) {
                                     return run(loop, from + at, to, m, words);
@@ -89,7 +89,7 @@ void* by_loops(const Rule& rule, std::size_t n, bool in_bytes, const HeadOf& hea
             });
         header(block).head = head;
         if (done == n) return std::exchange(result.record.data_pointer, nullptr);
-        if (done == 0) continue;
+        if (done == 0 || rule.loops[1].whole) continue;  // which writes all anew
 
         // Items of another kind follow: what stands becomes items, and the rest is done one by one.
         ItemsOwner items(n);

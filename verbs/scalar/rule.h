@@ -15,8 +15,11 @@
 //   special<A, B>          optional: pairs whose result is more than a value; special_item makes it, and must agree
 //                          with the loops where the rule also takes the pair
 //   loop<A, B, extent>     optional: for the pairs that it takes, a loop of its own
+//   truths<A, B, extent>   optional, where results are degrees of truth: a loop that writes them in bytes as long as
+//                          they are 0 or 1; where it stops all are written anew as words
 //   ordinary(values, n)    optional, for two of one kind: the values are such that plain(a, b), which is faster, gives
 //                          what apply gives; an integer, where that may give a real
+//   of_truths(x, y)        optional: what the verb says, as true or false, where all are that; reals or integers
 //   refused                type bits of an operand that raise 17
 #pragma once
 
@@ -50,10 +53,10 @@ enum Extent : std::size_t { neither_single, left_single, right_single, extents }
 struct DyadicKinds {
     DyadicItem item = nullptr;
     std::uint64_t (*head)(std::uint64_t left, std::uint64_t right, std::uint32_t tag) = nullptr;
-    bool fixed = false;  // the kind of the result does not depend on the values
     struct {
         std::uint32_t tag = 0;  // the kind of the result; 0: no loop
         std::size_t width = 0;  // of a result
+        bool whole = false;     // never stops: all that the values decide is the results' own values
         std::array<DyadicLoop, extents> by_extent{};
     } loops[2];
 };
@@ -61,6 +64,7 @@ struct DyadicKinds {
 struct DyadicVerb {
     std::uint32_t refused = 0;
     bool takes_setting = false;  // the rule is made from a Setting
+    DyadicKinds of_truths{};     // with a loop if both operands can be truths in bytes, and the results then too
     std::array<std::array<DyadicKinds, kinds>, kinds> pairs{};
 };
 
@@ -295,6 +299,18 @@ VECTOR_CLONES std::size_t varying_loop(const void* left, const void* right, void
     return n;
 }
 
+// Of truths in bytes.
+template <class Rule>
+VECTOR_CLONES std::size_t truths_loop(const void* left, const void* right, void* result, std::size_t n,
+                                      const Setting&) {
+    const auto* const a = static_cast<const std::uint8_t*>(left);
+    const auto* const b = static_cast<const std::uint8_t*>(right);
+    auto* const c = static_cast<bool*>(result);
+#pragma GCC ivdep
+    for (std::size_t i = 0; i < n; ++i) c[i] = Rule::of_truths(a[i] != 0, b[i] != 0);
+    return n;
+}
+
 template <class Rule, class A, class B>
 concept HasLoop = requires {
     &Rule::template loop<A, B, neither_single>;
@@ -312,20 +328,30 @@ constexpr DyadicKinds kinds_of_pair() {
     if constexpr (Rule::template takes<A, B>) {
         using Result = Combined<Rule, A, B>;
         entry.head = Rule::head;
-        entry.fixed = !is_either<Result> && !HasLoop<Rule, A, B>;
         auto& [usual, other] = entry.loops;
         [&]<std::size_t... extent>(std::index_sequence<extent...>) {
             if constexpr (is_either<Result>) {
                 using Usual = decltype(Result::value);
                 using Other = decltype(Result::other);
-                usual = {
-                    tag_of<Usual>, sizeof(Usual), {varying_loop<Rule, A, B, Usual, Other, true, Extent{extent}>...}};
-                other = {
-                    tag_of<Other>, sizeof(Other), {varying_loop<Rule, A, B, Usual, Other, false, Extent{extent}>...}};
+                usual = {tag_of<Usual>,
+                         sizeof(Usual),
+                         false,
+                         {varying_loop<Rule, A, B, Usual, Other, true, Extent{extent}>...}};
+                other = {tag_of<Other>,
+                         sizeof(Other),
+                         false,
+                         {varying_loop<Rule, A, B, Usual, Other, false, Extent{extent}>...}};
             } else {
-                usual = {tag_of<Result>, sizeof(Result), {fixed_loop<Rule, A, B, Result, Extent{extent}>...}};
+                usual = {tag_of<Result>, sizeof(Result), true, {fixed_loop<Rule, A, B, Result, Extent{extent}>...}};
             }
-            if constexpr (HasLoop<Rule, A, B>) usual.by_extent = {Rule::template loop<A, B, Extent{extent}>...};
+            if constexpr (HasLoop<Rule, A, B>) {
+                usual.whole = false;
+                usual.by_extent = {Rule::template loop<A, B, Extent{extent}>...};
+            }
+            if constexpr (requires { &Rule::template truths<A, B, neither_single>; }) {
+                other = usual;
+                usual = {usual.tag, 1, false, {Rule::template truths<A, B, Extent{extent}>...}};
+            }
         }
         (std::make_index_sequence<extents>{});
     }
@@ -334,7 +360,9 @@ constexpr DyadicKinds kinds_of_pair() {
 
 template <class Rule>
 constexpr DyadicVerb make_dyadic() {
-    DyadicVerb verb{Rule::refused, std::is_constructible_v<Rule, const Setting&>, {}};
+    DyadicVerb verb{Rule::refused, std::is_constructible_v<Rule, const Setting&>, {}, {}};
+    if constexpr (requires { Rule::of_truths(true, true); })
+        verb.of_truths.loops[0] = {tag::integer, 1, true, {truths_loop<Rule>}};
     [&]<std::size_t... cell>(std::index_sequence<cell...>) {
         ((verb.pairs[cell / kinds][cell % kinds] = kinds_of_pair<Rule, KindAt<cell / kinds>, KindAt<cell % kinds>>()),
          ...);

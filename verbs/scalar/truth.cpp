@@ -82,6 +82,7 @@ struct Boolean : OfTruth {
 // Of bits the complement, of truth values what is left to 1.
 struct Not : OfTruth {
     static auto apply(std::uint8_t byte, std::uint64_t) { return std::int64_t{1} - is_true(byte); }
+    static bool of_truth(bool truth) { return !truth; }
     // Truths and bits are integers of different widths in a packed block.
     static Either<bool, std::int64_t> apply(std::int64_t value, std::uint64_t head) {
         return {head_form(head) != form::binary, value <= 0, ~value};
