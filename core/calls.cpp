@@ -96,8 +96,11 @@ struct Waiting {
 
 }  // namespace
 
-Sentence typed_sentence(const Activation& activation, Newline newline, std::uint16_t locals) {
+Sentence typed_sentence(const Activation& activation, Newline newline, const std::string& prompt,
+                        std::uint16_t locals) {
     const Waiting waiting;
+    std::fputs(prompt.c_str(), stdout);
+    std::fflush(stdout);
     return {activation.tables, stdin, nullptr, newline, locals};
 }
 

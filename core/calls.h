@@ -141,8 +141,9 @@ private:
     bool translated = false;
 };
 
-// A sentence that is typed while a run waits for it, in its names. An interrupt meanwhile asks for nothing.
-Sentence typed_sentence(const Activation& activation, Newline newline, std::uint16_t locals = 0);
+// A sentence that is typed while a run waits for it, in its names. From the prompt on an interrupt asks for nothing.
+Sentence typed_sentence(const Activation& activation, Newline newline, const std::string& prompt = {},
+                        std::uint16_t locals = 0);
 
 // Runs the sentence in the frame of the caller, or in an empty one above its stack.
 void run_inside(Activation& caller, Sentence& sentence, bool own_frame = false);

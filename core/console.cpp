@@ -34,7 +34,6 @@ Outcome print_top(Activation& activation) {
 
 Outcome input(Activation& activation) {
     if (is_full(activation)) return full_stack(activation);
-    std::fflush(stdout);
     const DataElement* const before = activation.sp;
     Sentence sentence = typed_sentence(activation, Newline::ends);
     if (sentence.runs()) run_inside(activation, sentence, true);

@@ -1,6 +1,7 @@
 #include "core/debugger.h"
 
 #include <cstdio>
+#include <string>
 
 #include "core/calls.h"
 #include "core/timing.h"
@@ -44,6 +45,7 @@ void run_inspection(Activation& activation, Sentence& sentence) {
     Activation inspection = inside(activation, sentence.first(), sentence.cells());
     inspection.level = 0;
     inspection.tables = in_force(names);
+    forget_interrupt();
     run_sentence(inspection);
     release_contexts(inspection);
     activation.sp = inspection.sp;
@@ -52,10 +54,9 @@ void run_inspection(Activation& activation, Sentence& sentence) {
 // Sentence by sentence, until one is empty, or RUN or BREAK.
 void inspect(Activation& activation) {
     while (stepping && !endprocess) {
-        std::printf("\nInspect [%ld]: ", static_cast<long>(activation.height()));
-        std::fflush(stdout);
+        const std::string prompt = "\nInspect [" + std::to_string(activation.height()) + "]: ";
         const auto locals = static_cast<std::uint16_t>(activation.argument_floor - activation.frame_base);
-        Sentence sentence = typed_sentence(activation, Newline::steps, locals);
+        Sentence sentence = typed_sentence(activation, Newline::steps, prompt, locals);
         if (!stepping) return;
         if (!sentence.runs()) continue;
         stepping = false;
