@@ -140,8 +140,7 @@ TEST_F(Interval, AddsUpAsReals) {
     std::mt19937_64 random(5);
     const std::vector<double> steps{0.5, 0.1, 3, 1e-3, 0.75, 1e15, -0.25, -0.3, 0x1p-40, 1.0 / 3};
     for (const double step : steps)
-        for (const std::size_t n :
-             {std::size_t{2}, std::size_t{100}, std::size_t{65536}, std::size_t{65537}, std::size_t{140000}}) {
+        for (const std::size_t n : {std::size_t{2}, std::size_t{100}, std::size_t{65537}}) {
             const double from = std::ldexp(static_cast<double>(static_cast<std::int64_t>(random())),
                                            -62 + static_cast<int>(random() % 8));
             std::vector<double> values{from};
