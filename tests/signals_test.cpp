@@ -43,7 +43,7 @@ const std::string long_sentences[]{
 };
 
 TEST(Signals, AnInterruptComesBackToThePrompt) {
-    constexpr int processes = time_scale > 10 ? 4 : 12, rounds = 25;
+    constexpr int processes = 3, rounds = 25;
     std::mt19937 random(3);
     std::uniform_real_distribution<double> moment(0, 0.02 * std::min(time_scale, 4.0));
     int interrupted = 0;
