@@ -144,16 +144,18 @@ struct Equivalence : Comparison {
         auto* const c = static_cast<bool*>(result);
         for (std::size_t at = 0; at < n; at += look_ahead) {
             const std::size_t end = std::min(at + look_ahead, n);
-            std::uint64_t odd = 0;  // in its first bit
+            const auto apart = [&](std::size_t i) {
+                return std::fabs(static_cast<double>(a[extent == left_single ? 0 : i]) -
+                                 static_cast<double>(b[extent == right_single ? 0 : i]));
+            };
+            std::uint64_t near = 0, far = 0;
             for (std::size_t i = at; i < end; ++i) {
-                const double apart = std::fabs(static_cast<double>(a[extent == left_single ? 0 : i]) -
-                                               static_cast<double>(b[extent == right_single ? 0 : i]));
-                const bool within = apart < most;
-                c[i] = within == equal;
-                const auto word = std::bit_cast<std::uint64_t>(apart);
-                odd |= (within ? -word : 0) | (word + lowest_exponent);
+                const auto word = std::bit_cast<std::uint64_t>(apart(i));
+                near |= apart(i) < most ? word : 0;
+                far |= word + lowest_exponent;
+                c[i] = (apart(i) < most) == equal;
             }
-            if (odd >> 63 != 0) return at;
+            if (near != 0 || far >> 63 != 0) return at;
         }
         return n;
     }
