@@ -1,5 +1,6 @@
-// Element-wise work: our sentence `a b verb`, run by the machine over literal cells, beside a plain loop over
-// vectors as the limit. The names are "ours" or "plain", the work, the number of items; NumPy's rows carry the same.
+// Element-wise work: our sentence `a b verb`, run by the machine over literal cells on one thread and on two, beside a
+// plain loop over vectors as the limit. The names are "ours", "two" or "plain", the work, the number of items; NumPy's
+// rows carry the same.
 #include <benchmark/benchmark.h>
 
 #include <cmath>
@@ -10,6 +11,7 @@
 #include "bench/stream.h"
 #include "numbers/algebra.h"
 #include "numbers/random.h"
+#include "parallel/pool.h"
 
 namespace ondrel {
 namespace {
@@ -18,11 +20,14 @@ std::string both(const std::string& value, std::int64_t n) { return "(" + value 
 
 // Runs the sentence without its result being shown, and drops the result. A % in the operand stands for the number of
 // items; another operand is repeated so often.
-void ours(benchmark::State& state, std::string left, const std::string& right, const std::string& verb) {
+void ours(benchmark::State& state, std::uint32_t threads, std::string left, const std::string& right,
+          const std::string& verb) {
     const std::size_t place = left.find('%');
     left = place == left.npos ? both(left, state.range(0)) : left.replace(place, 1, std::to_string(state.range(0)));
     Stream stream(left + " " + (right.empty() ? "" : right + " ") + verb + " .");
+    processors = threads;
     for (auto _ : state) stream.run();
+    processors = 1;
     state.SetItemsProcessed(state.iterations() * state.range(0));
 }
 
@@ -135,6 +140,19 @@ const Row rows[] = {
      }},
 };
 
+// A hand-off of nothing at all, and its rendezvous.
+void hand_off(benchmark::State& state) {
+    start_interpreter();
+    processors = 2;
+    for (auto _ : state) {
+        post([](void*, std::uint32_t) { return true; }, nullptr, 0);
+        collect();
+    }
+    processors = 1;
+    state.SetItemsProcessed(state.iterations());
+}
+BENCHMARK(hand_off)->Name("ours/hand-off and rendezvous")->UseRealTime();
+
 // Seconds: the first use of a large block is the system's page faults, not ours.
 constexpr double warm_up = 0.05;
 
@@ -145,15 +163,21 @@ const bool registered = [] {
                                       std::string_view(row.name).find("tonion") != std::string_view::npos;
             if (hypercomplex && n > 1000000) continue;
             const std::string suffix = std::string("/") + row.name;
-            benchmark::RegisterBenchmark(("ours" + suffix).c_str(),
-                                         [row](benchmark::State& state) {
-                                             const std::string right =
-                                                 *row.right == '\0' ? "" : both(row.right, state.range(0));
-                                             ours(state, row.left, right, row.verb);
-                                         })
-                ->Arg(n)
-                ->MinWarmUpTime(warm_up);
-            benchmark::RegisterBenchmark(("plain" + suffix).c_str(), row.limit)->Arg(n)->MinWarmUpTime(warm_up);
+            const auto add = [&](const char* owner, auto work) {
+                benchmark::RegisterBenchmark((owner + suffix).c_str(), work)
+                    ->Arg(n)
+                    ->MinWarmUpTime(warm_up)
+                    ->UseRealTime();
+            };
+            const auto by_threads = [&row](std::uint32_t threads) {
+                return [&row, threads](benchmark::State& state) {
+                    const std::string right = *row.right == '\0' ? "" : both(row.right, state.range(0));
+                    ours(state, threads, row.left, right, row.verb);
+                };
+            };
+            add("ours", by_threads(1));
+            add("two", by_threads(2));
+            add("plain", row.limit);
         }
     return true;
 }();

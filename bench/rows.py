@@ -17,6 +17,7 @@ import peers
 
 REPEATS = 7
 SPECIAL = re.compile(r"[*+()]")  # characters that the benchmark's filter would take for patterns
+SUFFIXES = re.compile("(/min_warmup_time:[^/]*)?(/real_time)?$")
 SLICE_SECONDS = 0.05
 
 GENERATOR = numpy.random.default_rng(7)
@@ -94,7 +95,7 @@ def run_benchmark(executable, pattern):
     for row in json.loads(output)["benchmarks"]:
         if row.get("run_type") != "iteration":
             continue
-        name = row["name"].split("/min_warmup_time")[0]
+        name = SUFFIXES.sub("", row["name"])
         nanoseconds = 1e9 / row["items_per_second"]
         rows[name] = min(nanoseconds, rows.get(name, nanoseconds))
     return rows
@@ -105,21 +106,22 @@ def ratio(ours, other):
 
 
 def print_arithmetic(executable, names):
-    print(f"{'work':26}{'items':>10}{'ours':>9}{'plain':>9}{'NumPy':>9}{'to plain':>10}{'to NumPy':>10}")
+    print(f"{'work':26}{'items':>9}{'ours':>8}{'two':>8}{'plain':>8}{'NumPy':>8}"
+          f"{'one/two':>9}{'to plain':>9}{'to NumPy':>9}{'two to it':>10}")
     for name in names:
         owner, work, items = name.split("/") if name.count("/") == 2 else (name.split("/")[0], "/".join(
             name.split("/")[1:-1]), name.split("/")[-1])
         if owner != "ours":
             continue
-        # The three stand side by side in time too, as a shared machine changes its pace.
+        # All stand side by side in time too, as a shared machine changes its pace.
         escaped = SPECIAL.sub(lambda found: "\\" + found[0], work)
-        pattern = f"^(ours|plain)/{escaped}/{items}(/|$)"
+        pattern = f"^(ours|two|plain)/{escaped}/{items}(/|$)"
         rows = run_benchmark(executable, pattern)
         other = numpy_nanoseconds(work, int(items))
-        ours, plain = rows[f"ours/{work}/{items}"], rows[f"plain/{work}/{items}"]
-        peer = f"{other:9.3f}" if other else "        -"
-        print(f"{work:26}{items:>10}{ours:9.3f}{plain:9.3f}{peer}  {ratio(ours, plain)}  {ratio(ours, other)}",
-              flush=True)
+        ours, two, plain = (rows[f"{owner}/{work}/{items}"] for owner in ("ours", "two", "plain"))
+        peer = f"{other:8.3f}" if other else "       -"
+        print(f"{work:26}{items:>9}{ours:8.3f}{two:8.3f}{plain:8.3f}{peer} {ratio(ours, two)} {ratio(ours, plain)}"
+              f" {ratio(ours, other)}  {ratio(two, other)}", flush=True)
 
 
 def print_interpreter(executable):
@@ -151,7 +153,7 @@ def main():
     executable, program, *wanted = sys.argv[1:]
     listed = subprocess.run([executable, "--benchmark_list_tests"], check=True, stdout=subprocess.PIPE,
                             text=True).stdout.splitlines()
-    names = [line.split("/min_warmup_time")[0] for line in listed]
+    names = [SUFFIXES.sub("", line) for line in listed]
     arithmetic = [name for name in names if name.rsplit("/", 1)[-1].isdigit()]
     print_arithmetic(executable, [name for name in arithmetic if not wanted or any(word in name for word in wanted)])
     if not wanted:

@@ -6,13 +6,24 @@
 #include "core/activation.h"
 #include "core/native_stack.h"
 #include "data/blocks.h"
+#include "parallel/pool.h"
 #include "translator/tokens.h"
 
 namespace ondrel {
 
 void start_interpreter() {
-    static const bool tables = (make_token_tables(), make_system_variables(), measure_present_stack(), true);
-    static_cast<void>(tables);
+    static const bool started = [] {
+        make_token_tables();
+        make_system_variables();
+        measure_present_stack();
+        processors = 1;  // and the main thread
+        size_pool();
+        start_pool(
+            deep_walk, [](std::uint32_t) {}, true);
+        processors = 1;
+        return true;
+    }();
+    static_cast<void>(started);
 }
 
 Stream::Stream(std::string_view text) {

@@ -8,7 +8,7 @@
 
 namespace ondrel {
 
-// Builds the tables that the translator needs; once.
+// Builds the tables that the translator needs, and starts a worker, which is not used as long as `processors` is 1; once.
 void start_interpreter();
 
 struct Stream {

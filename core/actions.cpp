@@ -10,6 +10,7 @@
 #include "core/editor.h"
 #include "core/naming.h"
 #include "core/powers.h"
+#include "core/processors.h"
 #include "core/programs.h"
 #include "core/results.h"
 #include "core/soundness.h"

@@ -7,6 +7,7 @@ namespace ondrel {
 DataElement stack[stack_slots + 1];
 
 Outcome fail(int number, const Activation& activation) {
+    wait_for_coprocessors();
     exception(number, activation.site());
     return Outcome::abandon;
 }

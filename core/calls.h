@@ -58,7 +58,7 @@ public:
         callee.header = function;
         if (options.own_names && names.table != nullptr && outer.tables->table != names.table) callee.tables = &names;
         tables = callee.tables;
-        reference(function);
+        reference_alone(function);
     }
     ~Entered() {
         if (inside_run) settle(caller, callee);
@@ -66,7 +66,7 @@ public:
         if (sole_holder(stream)) [[unlikely]]
             release_function(stream);
         else
-            release(stream);
+            release_alone(stream);
     }
     Entered(const Entered&) = delete;
     Entered& operator=(const Entered&) = delete;

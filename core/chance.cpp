@@ -10,6 +10,7 @@
 #include "numbers/kinds.h"
 #include "numbers/random.h"
 #include "numbers/whole.h"
+#include "parallel/pool.h"
 
 namespace ondrel {
 namespace {
@@ -90,6 +91,16 @@ DataElement dealt_numbers(double range, double divisor, std::uint32_t count) {
     return result.take();
 }
 
+// Seeds the streams of all threads, each apart from the others.
+void seed_all(std::int64_t value) {
+    const Kernel kernel = [](void* published, std::uint32_t thread) {
+        SEED_PRNGS(thread, prngs_seed, *static_cast<const std::int64_t*>(published));
+        return true;
+    };
+    post(kernel, &value, 0);
+    collect();
+}
+
 }  // namespace
 
 // A real seeds in millionths.
@@ -102,13 +113,14 @@ Outcome seed(Activation& activation) {
     std::int64_t value = item.integer;
     if (item.tag == tag::real)
         value = fits_integer(item.real * millionths) ? static_cast<std::int64_t>(item.real * millionths) : INT64_MIN;
-    SEED_PRNGS(0, prngs_seed, static_cast<std::uint32_t>(value));
+    seed_all(static_cast<std::uint32_t>(value));
     dereferencepoint(*activation.sp--);
     return Outcome::next;
 }
 
 Outcome randomise(Activation&) {
-    SEED_PRNGS(0, prngs_seed, -1);
+    constexpr std::int64_t from_the_clock = -1;
+    seed_all(from_the_clock);
     return Outcome::next;
 }
 

@@ -61,6 +61,7 @@ Outcome run_embedded(Activation& activation) {
     DataElement* const outer = std::exchange(activation.pending_condition, conditional_cell);
     const bool fused = std::exchange(activation.fuses, false);  // nothing stands behind this cell
     const Outcome outcome = run_operator(activation);
+    wait_for_coprocessors();  // which may have to tell of the cell
     activation.pending_condition = outer;
     activation.fuses = fused;
     if (activation.cell == &embedded) activation.cell = conditional_cell;

@@ -45,7 +45,7 @@ void run_inspection(Activation& activation, Sentence& sentence) {
     Activation inspection = inside(activation, sentence.first(), sentence.cells());
     inspection.level = 0;
     inspection.tables = in_force(names);
-    forget_interrupt();
+    call_for(calls::interrupt, false);
     run_sentence(inspection);
     release_contexts(inspection);
     activation.sp = inspection.sp;
@@ -67,7 +67,7 @@ void inspect(Activation& activation) {
 
 }  // namespace
 
-void decide_watching() { watch_cycle(Trace || Step || counts_cells()); }
+void decide_watching() { call_for(calls::watch, Trace || Step || counts_cells()); }
 
 void show_cell(Activation& activation) {
     if (stepping && (activation.local_trace || Trace)) print_trace(activation);
@@ -86,7 +86,7 @@ bool turns_watching(const DataElement& cell) {
 Outcome trace(Activation& activation) {
     if (acts_on_all(activation)) Trace = true;
     stepping = activation.local_trace = true;
-    watch_cycle(true);
+    call_for(calls::watch, true);
     return Outcome::next;
 }
 

@@ -30,7 +30,7 @@ void run_one_sentence(bool quiet) {
     if (!quiet) std::printf("\n\nOndrel [%ld]> ", static_cast<long>(sp - stack));
     flush_results();
     if (endprocess || fill(instructions, &variables, stdin, nullptr) == 0) return;
-    forget_interrupt();
+    call_for(calls::interrupt, false);
     decide_watching();
     operators = operations = 0;
     running = 1;

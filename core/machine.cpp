@@ -12,6 +12,7 @@
 #include "core/soundness.h"
 #include "core/stack.h"
 #include "core/timing.h"
+#include "parallel/pool.h"
 #include "translator/emission.h"
 #include "translator/printing.h"
 #include "verbs/scalar/dyadic.h"
@@ -128,7 +129,7 @@ Outcome run_instruction(Activation& activation) {
     if (cell.rank == 0 && !(cell.type & CONDITIONAL) && !is_full(activation)) [[likely]] {
         if (fuses && goes_into_verb(activation, &cell)) return Outcome::next;
         *++activation.sp = cell;
-        reference(cell.data_pointer);
+        reference_alone(cell.data_pointer);
         return Outcome::next;
     }
     if (cell.type & CONDITIONAL) [[unlikely]] {
@@ -165,9 +166,31 @@ Outcome run_watched_cell(Activation& activation) {
     const bool counts = !runs_embedded(cell, activation.decision) && !turns_watching(cell);
     AccountedInstruction account(activation);
     const Outcome outcome = run_instruction(activation);
+    wait_for_coprocessors();
     if (counts && outcome == Outcome::next) account.finish(activation.sp);
     return outcome;
 }
+
+// Whether the cell can run while workers are still at a value below it: it puts a value on the stack, or is a scalar
+// verb that finds its operands above. Whatever else a cell does could not be undone when an error of a worker ends the
+// sentence where the verb stood.
+bool runs_beside(const Activation& activation) {
+    const DataElement& cell = *activation.cell;
+    switch (cell.rank) {
+        case kind::VARIABLE: {
+            const DataElement* const value = resolve(activation.tables, *activation.cell);
+            return value != nullptr && has_value(*value) && value->rank != kind::FUNCTION;
+        }
+        case kind::LOCAL_VARIABLE: return slot_of(activation) != to_coprocessors.element;
+        case kind::OPERATOR: {
+            const int operands = scalar_operands(static_cast<std::uint16_t>(cell.depth));
+            return operands > 0 && activation.sp - operands >= to_coprocessors.element;
+        }
+        default: return cell.rank >= 0 && cell.type != 0;
+    }
+}
+
+[[gnu::cold]] Outcome run_beside(Activation& activation) { return run_cell(activation, false); }
 
 [[gnu::cold]] Outcome run_watched(Activation& activation) {
     activation.is_watched = true;
@@ -216,6 +239,7 @@ void run_sentence(Activation& activation) {
     sigjmp_buf* const outer = std::exchange(fault_jump, &fault);
     try {
         if (sigsetjmp(fault, 0) != 0) {
+            forget_hand_off();
             recover(activation);
         } else if (run(activation) == Outcome::abandon) {
             abandon(activation);
@@ -235,12 +259,19 @@ void run_sentence(Activation& activation) {
 // The cell that ends the stream is told by its type alone.
 Outcome run(Activation& activation) {
     for (;; ++activation.cell) {
-        if (activation.cell->type == 0) return Outcome::stop;
-        if (attention) [[unlikely]] {
-            heed_interrupt();
-            if (cycle_watched) return run_watched(activation);
+        Outcome outcome = Outcome::next;
+        if (attention.load(std::memory_order_relaxed) != 0) [[unlikely]] {
+            heed_attention();
+            if (is_in_flight() && runs_beside(activation)) {
+                outcome = run_beside(activation);
+                if (outcome != Outcome::next) return outcome;
+                continue;
+            }
+            wait_for_coprocessors();
+            if (calls_for(calls::watch)) return run_watched(activation);
         }
-        const Outcome outcome = run_cell(activation, true);
+        if (activation.cell->type == 0) return Outcome::stop;
+        outcome = run_cell(activation, true);
         check_soundness(activation);
         if (outcome != Outcome::next) [[unlikely]]
             return outcome;

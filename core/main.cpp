@@ -16,6 +16,7 @@
 #include "data/allocator.h"
 #include "data/errors.h"
 #include "numbers/random.h"
+#include "parallel/pool.h"
 #include "translator/symbols.h"
 #include "translator/tokens.h"
 
@@ -68,6 +69,12 @@ void print_time_spent() {
                 static_cast<int>(spent % second));
 }
 
+// The stream of chance of the thread that calls.
+void seed_by_the_clock(std::uint32_t thread) {
+    constexpr std::int64_t from_the_clock = -1;
+    SEED_PRNGS(thread, prngs_seed, from_the_clock);
+}
+
 }  // namespace
 
 int main(int count, char** arguments) {
@@ -86,13 +93,14 @@ int main(int count, char** arguments) {
     const auto blocks_at_start = live_blocks;
 #endif
     make_system_variables();
-    constexpr int from_the_clock = -1;
-    SEED_PRNGS(0, prngs_seed, from_the_clock);
+    start_pool(deep_walk, seed_by_the_clock, options.quiet);
+    seed_by_the_clock(0);
 
     if (options.quiet)
         run_on_large_stack([] { interactive_loop(true); });
     else
         run_on_large_stack([] { interactive_loop(false); });
+    stop_pool();
     wipe_all_tables();
 
     if (!options.quiet) {

@@ -13,8 +13,6 @@ namespace {
 constexpr std::size_t mebibyte = 1 << 20;
 constexpr std::size_t large = 1024 * mebibyte;  // of addresses; memory is taken only as far as it is used
 constexpr std::size_t guard = mebibyte;
-// For a value of 32,767 levels.
-constexpr std::size_t reserve = 256 * mebibyte;
 
 std::uintptr_t here() { return reinterpret_cast<std::uintptr_t>(__builtin_frame_address(0)); }
 
@@ -51,7 +49,7 @@ void run_on_large_stack(void (*function)()) {
     }
     mprotect(area, guard, PROT_NONE);
     madvise(area, large, MADV_NOHUGEPAGE);  // a shallow run touches a page or two
-    lowest_call = reinterpret_cast<std::uintptr_t>(area) + guard + reserve;
+    lowest_call = reinterpret_cast<std::uintptr_t>(area) + guard + deep_walk;
     fiber.function = function;
     getcontext(&fiber.inside);
     fiber.inside.uc_stack.ss_sp = area;

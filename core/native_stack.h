@@ -2,6 +2,7 @@
 // recursion; so the interpreter runs on a stack of its own choice, whatever limits the process was started with.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 namespace ondrel {
@@ -12,6 +13,9 @@ void run_on_large_stack(void (*function)());
 
 // Finds out how far the present stack reaches, for a process that runs on the one that it was given.
 void measure_present_stack();
+
+// Bytes of stack that walks over a value of 32,767 levels stay within.
+inline constexpr std::size_t deep_walk = std::size_t{256} << 20;
 
 extern std::uintptr_t lowest_call;  // the lowest address at which a call may still begin
 

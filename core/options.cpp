@@ -10,6 +10,7 @@
 #include <string_view>
 
 #include "data/dataelement.h"
+#include "parallel/pool.h"
 
 #ifndef ONDREL_BUILT_WITH
 #define ONDREL_BUILT_WITH "unknown options"
@@ -21,8 +22,6 @@
 namespace ondrel {
 
 bool constraindirectories = true;
-std::uint32_t processors = 0, cpus = 0;
-std::int32_t thrds = 1;
 bool timing = false, performance = false, processor_performance = false;
 std::uint64_t MHz = 0;
 bool opstime = false, flops = false, terse_ops = false, just_summary = false;
@@ -145,9 +144,6 @@ struct Scan {
     }
 };
 
-// More threads than any machine has use for.
-constexpr long most_threads = 1024;
-
 // Without a number all processors of the machine; then the dash is not used up.
 bool read_processors(Scan& scan) {
     if (const long number = scan.take_number(most_threads)) {
@@ -219,16 +215,6 @@ Options read_options(int count, char** arguments) {
             scan.dash = !used;
         }
     return options;
-}
-
-void size_pool() {
-    if (processors == 0) {
-        processors = cpus = 1;
-        thrds = 1;
-        return;
-    }
-    processors = static_cast<std::uint32_t>(std::min(long{processors} * thrds, most_threads)) + 1;
-    cpus = processors;
 }
 
 }  // namespace ondrel

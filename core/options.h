@@ -7,11 +7,6 @@ namespace ondrel {
 
 extern bool constraindirectories;  // file names must stay within the directory where the process began
 
-// The pool. Until `size_pool` what was asked for, 0 processors if nothing was; then the slots, the main thread's
-// included.
-extern std::uint32_t processors, cpus;
-extern std::int32_t thrds;  // threads per processor
-
 extern bool timing;                 // -t: the time of each sentence
 extern bool performance;            // -p: its speed
 extern bool processor_performance;  // -pp: its speed by the processor's
@@ -28,9 +23,6 @@ struct Options {
 // Reads the arguments from the last to the first. May print a report and end the process: with exit code 0, or with 1
 // after an option that lacks its number.
 Options read_options(int count, char** arguments);
-
-// Turns the processors that were asked for into slots: one for the main thread, and one for each thread of a worker.
-void size_pool();
 
 // The name, version and build of the system, on standard output.
 void print_version();

@@ -30,6 +30,7 @@ Outcome with_constant(Activation& activation, double value, Place place, ScalarV
     if (place == Place::below) std::swap(activation.sp[0], activation.sp[-1]);
     Constant constant{activation, place};
     verb(activation.sp, activation.cell);
+    wait_for_coprocessors();
     constant.used = true;
     return Outcome::next;
 }

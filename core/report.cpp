@@ -11,6 +11,7 @@
 #include "core/options.h"
 #include "core/timing.h"
 #include "data/instructions.h"
+#include "parallel/pool.h"
 
 namespace ondrel {
 namespace {
@@ -140,11 +141,12 @@ void print_row(const InstructionRow& instruction, const InstructionTime& record,
 
 void print_rule() { std::printf("%s\n", std::string(80, '-').c_str()); }
 
-// Only the main thread computes.
 void print_processors(const InstructionTime& all) {
     std::puts("Per processor (thread) floating point perfomance:");
-    if (flops && total_flops > 0) {
-        std::printf("Processor %d:\t\t", 0);
+    for (std::uint32_t i = 0; i < cpus; ++i) {
+        const double total_flops = from_coprocessor[i].total_flops;
+        if (!flops || !(total_flops > 0)) continue;
+        std::printf("Processor %d:\t\t", static_cast<int>(i));
         print_on(flops_a_second, total_flops / all.time);
         std::fputc('\t', stdout);
         if (all.count / total_flops < 1)
@@ -216,7 +218,7 @@ void report_instructions() {
         for (std::size_t i = 1; i < Instructions.size(); ++i)
             if (InstructionTiming[i].count > 0) print_row(Instructions[i], InstructionTiming[i], all.time);
         print_rule();
-        if (processors > 1) print_processors(all);
+        if (cpus > 1) print_processors(all);
     }
     print_summary(all);
     print_raw_timing(all);

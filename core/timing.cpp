@@ -8,10 +8,11 @@
 
 #include "core/clock.h"
 #include "core/options.h"
+#include "parallel/pool.h"
 
 namespace ondrel {
 
-double operators = 0, operations = 0, flopos = 0, total_flops = 0, verbs = 0;
+double operators = 0, operations = 0, flopos = 0, verbs = 0;
 double tval = 0, prevtime = 0, duration = 0, starttime = 0;
 std::array<InstructionTime, 270> InstructionTiming{};
 
@@ -45,8 +46,6 @@ Extent extent_of(const DataElement& value) {
     }
     return extent;
 }
-
-constexpr std::uint16_t monadic_class = 10, dyadic_class = 18;
 
 bool is_dyadic(Instruction instruction) { return row(instruction).type == dyadic_class; }
 bool counts_result(Instruction instruction) {
@@ -119,6 +118,17 @@ void writetime() {
     prevtime = tval;
 }
 
+// What was handed out was computed by all threads, in proportion to their stretches.
+void share_flops(double computed) {
+    if (to_coprocessors.count == 0) {
+        from_coprocessor[0].total_flops += computed;
+        return;
+    }
+    for (std::uint32_t i = 0; i < processors; ++i)
+        from_coprocessor[i].total_flops +=
+            computed * static_cast<double>(stretch_of(i).items()) / to_coprocessors.count;
+}
+
 }  // namespace
 
 bool counts_cells() { return opstime || performance || processor_performance; }
@@ -155,6 +165,7 @@ AccountedInstruction::AccountedInstruction(const Activation& activation)
     : instruction(static_cast<Instruction>(activation.cell->depth)) {
     time_baseline = tval;
     work_baseline = operations;
+    to_coprocessors.count = 0;
     if (!counts_result(instruction)) return;
     const std::ptrdiff_t arguments = is_dyadic(instruction) ? 2 : 1;
     if (activation.sp - activation.argument_floor + 1 < arguments) return;
@@ -170,7 +181,7 @@ void AccountedInstruction::finish(const DataElement* top) {
         const double items = extent_of(*top).items;
         operations += items;
         flopos = is_dyadic(instruction) + items * flops_an_item(instruction, operands);
-        total_flops += flopos;
+        share_flops(flopos);
     } else if (instruction == Instruction::NOOP) {
         ++operations;
     }

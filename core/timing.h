@@ -9,15 +9,14 @@
 namespace ondrel {
 
 // All in seconds, or counts that may pass the integers.
-extern double operators;    // cells run in the present sentence
-extern double operations;   // items worked on in the present sentence
-extern double flopos;       // floating-point operations of the present cell: an estimate
-extern double total_flops;  // of the main thread, since the start
-extern double verbs;        // cells run in all sentences
-extern double tval;         // the latest reading of the clock
-extern double prevtime;     // the reading at the start of what the sentence's reports are about
-extern double duration;     // of the last run of the machine
-extern double starttime;    // the reading at the start of the process
+extern double operators;   // cells run in the present sentence
+extern double operations;  // items worked on in the present sentence
+extern double flopos;      // floating-point operations of the present cell: an estimate
+extern double verbs;       // cells run in all sentences
+extern double tval;        // the latest reading of the clock
+extern double prevtime;    // the reading at the start of what the sentence's reports are about
+extern double duration;    // of the last run of the machine
+extern double starttime;   // the reading at the start of the process
 
 struct InstructionTime {
     double time, squares;  // seconds, and the sum of their squares run by run

@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <cstring>
 #include <limits>
+#include <mutex>
 
 #if defined(__SANITIZE_ADDRESS__)
 #include <sanitizer/asan_interface.h>
@@ -18,7 +19,8 @@
 
 namespace ondrel {
 
-void* buckets[classes];
+constinit thread_local void* buckets[classes];
+bool is_shared = false;
 std::size_t most_memory = std::numeric_limits<std::size_t>::max();
 #ifdef ONDREL_CHECKS
 std::int64_t live_blocks = 0;
@@ -32,6 +34,9 @@ constexpr std::size_t page = 4096;
 // bytes) lies on the line: vector loads of large arrays then never straddle one.
 constexpr std::size_t line = 64, lead = 24;
 constexpr std::size_t huge = std::size_t{1} << 22;
+
+std::mutex mp;  // held around all below, where several threads can be at it
+void* spare[classes];  // free blocks that any thread may take while memory is shared
 
 std::byte* pre_brk;
 std::size_t pre_brk_left;
@@ -70,8 +75,21 @@ bool take_area(unsigned k, std::size_t size) {
     return true;
 }
 
+// Moves some blocks of class k from what is spare to the thread's own; false if there are none.
+bool take_spare(unsigned k) {
+    constexpr std::size_t most_blocks = 64, most_bytes = 65536;
+    const std::size_t wanted = std::clamp<std::size_t>(most_bytes / class_bytes(k), 1, most_blocks);
+    for (std::size_t i = 0; i < wanted && spare[k] != nullptr; ++i) {
+        void* const block = spare[k];
+        spare[k] = next_free(block);
+        push_free(k, block);
+    }
+    return buckets[k] != nullptr;
+}
+
 // Cuts the rest of the area into free blocks of class k.
 bool fill_bucket(unsigned k, std::size_t size) {
+    if (take_spare(k)) return true;
     if (pre_brk_left < class_bytes(k) && !take_area(k, size)) return false;
     for (; pre_brk_left >= class_bytes(k); pre_brk += class_bytes(k), pre_brk_left -= class_bytes(k)) {
         void* const block = pre_brk + sizeof(std::uint64_t);
@@ -86,9 +104,27 @@ constexpr std::size_t shrink_divisor(unsigned k) { return k < 16 ? 32 : k < 19 ?
 
 }  // namespace
 
+void start_sharing() {
+    is_shared = true;
+    std::swap(spare, buckets);
+}
+
+void stop_sharing() {
+    if (!is_shared) return;
+    is_shared = false;
+    std::swap(spare, buckets);
+    for (unsigned k = 0; k < classes; ++k)
+        while (spare[k] != nullptr) {
+            void* const block = spare[k];
+            spare[k] = next_free(block);
+            push_free(k, block);
+        }
+}
+
 void* malloc_slowly(std::size_t size) {
     const unsigned k = class_of(size);
     if (k == classes) return nullptr;
+    const std::lock_guard lock(mp);
 #ifdef ONDREL_CHECKS
     if (fail_countdown > 0 && --fail_countdown == 0) return nullptr;
 #endif
@@ -111,6 +147,7 @@ std::size_t usable_size(void* pointer) { return usable_bytes(class_of_block(poin
 void free_slowly(void* pointer) {
     if (pointer == nullptr) return;
     check_alignment(pointer, "BRRRRRfree ");
+    const std::lock_guard lock(mp);
     const unsigned k = class_of_block(pointer);
 #ifdef ONDREL_CHECKS
     --live_blocks;

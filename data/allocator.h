@@ -16,7 +16,8 @@ namespace ondrel {
 // free, the rest of the word links to the next free block of the class: the smallest blocks have no other room.
 
 inline constexpr unsigned smallest_class = 3, classes = 64;
-extern void* buckets[classes];  // the first free block of each class
+// The first free block of each class, of this thread.
+extern constinit thread_local void* buckets[classes] __attribute__((tls_model("local-exec")));
 
 constexpr std::size_t class_bytes(unsigned k) { return std::size_t{1} << k; }
 
@@ -36,9 +37,10 @@ inline void push_free(unsigned k, void* block) {
     class_word(block) = reinterpret_cast<std::uintptr_t>(buckets[k]) << 8 | k;
     buckets[k] = block;
 }
+inline void* next_free(void* block) { return reinterpret_cast<void*>(class_word(block) >> 8); }
 inline void* pop_free(unsigned k) {
     void* const block = buckets[k];
-    buckets[k] = reinterpret_cast<void*>(class_word(block) >> 8);
+    buckets[k] = next_free(block);
     class_word(block) = k;
     return block;
 }
@@ -82,6 +84,18 @@ std::size_t usable_size(void* pointer);
 // The most bytes that all blocks together may take of the machine's memory. More is refused as if sbrk had failed:
 // the platform would grant it, and kill the process when it is filled.
 extern std::size_t most_memory;
+
+// While several threads work with blocks. Each has free blocks of its own, and takes more from what the main thread had;
+// so neither a lock nor a thread's leavings cost anything at other times.
+extern bool is_shared;  // written while the main thread alone runs
+void start_sharing();
+void stop_sharing();
+struct Sharing {
+    Sharing() { start_sharing(); }
+    ~Sharing() { stop_sharing(); }
+    Sharing(const Sharing&) = delete;
+    Sharing& operator=(const Sharing&) = delete;
+};
 
 #ifdef ONDREL_CHECKS
 // How many blocks are out. Tests hold that a sentence which leaves nothing on the stack leaves this as it was.

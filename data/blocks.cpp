@@ -31,6 +31,11 @@ char* stringdup(std::string_view text) {
     return copy;
 }
 
+void release_shared(void* block) {
+    if (block == nullptr || holders(block) <= 0) return;
+    if (std::atomic_ref(header(block).count).fetch_sub(1, std::memory_order_acq_rel) == 1) ondrel::free(&header(block));
+}
+
 void* Reallocate(void* block, std::size_t bytes) {
     BlockHeader* const old = &header(block);
     if (old->count == 1) {

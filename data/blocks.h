@@ -14,6 +14,7 @@
 // packed integers. Code outside this layer reads items by value and never asks, loops apart.
 #pragma once
 
+#include <atomic>
 #include <bit>
 #include <cstddef>
 #include <cstdint>
@@ -98,19 +99,36 @@ void* Reallocate(void* block, std::size_t bytes);
 
 // ---- counting
 
-inline void reference(void* block) {
+// While memory is shared, threads count at once. What more than one of them reaches has a holder besides them, who
+// stays; so no thread ever finds itself the last holder of what another one still reads.
+inline std::int64_t holders(const void* block) {
+    return std::atomic_ref(const_cast<std::int64_t&>(header(block).count)).load(std::memory_order_relaxed);
+}
+inline void reference_alone(void* block) {  // where no other thread can be at it
     if (block != nullptr && header(block).count > 0) ++header(block).count;
 }
-inline bool sole_holder(const void* block) { return header(block).count == 1; }
+inline void reference(void* block) {
+    if (!is_shared) [[likely]]
+        return reference_alone(block);
+    if (block != nullptr && holders(block) > 0)
+        std::atomic_ref(header(block).count).fetch_add(1, std::memory_order_relaxed);
+}
+inline bool sole_holder(const void* block) { return holders(block) == 1; }
 
 // Drops one reference to a block that holds no others: a shape, a text, an octonion block.
-inline void release(void* block) {
+inline void release_alone(void* block) {
     if (block == nullptr) return;
     std::int64_t& count = header(block).count;
     if (count > 1)
         --count;
     else if (count == 1)
         ondrel::free(&header(block));  // what it holds has been released
+}
+void release_shared(void* block);
+inline void release(void* block) {
+    if (!is_shared) [[likely]]
+        return release_alone(block);
+    release_shared(block);
 }
 
 // Takes or drops what the items of an item block hold.
@@ -136,7 +154,7 @@ void drop_record(DataElement& record);
 inline void dereferencepoint(DataElement& record) {
     if (record.rank == 0 && record.data_pointer != nullptr) [[likely]] {
         DataElement* const item = static_cast<DataElement*>(record.data_pointer);
-        if (header(item).count != 1 || is_plain(*item)) {
+        if (!sole_holder(item) || is_plain(*item)) {
             record.data_pointer = nullptr;
             return release(item);
         }

@@ -11,8 +11,9 @@ bool endprocess = false;
 bool A_Problem = false;
 bool PrintOut = false;
 bool stepping = false;
-bool cycle_watched = false;
-volatile std::sig_atomic_t attention = 0;
+std::atomic<int> attention = 0;
+static_assert(std::atomic<int>::is_always_lock_free);
+thread_local int* worker_error = nullptr;
 volatile std::sig_atomic_t running = 0;
 sigjmp_buf* fault_jump = nullptr;
 
@@ -34,6 +35,11 @@ void exception(int number, Site site) {
 }
 
 void raise(int number, Site site) {
+    if (worker_error != nullptr) {
+        *worker_error = number;
+        throw Unwind{};
+    }
+    wait_for_coprocessors();
     exception(number, site);
     throw Unwind{};
 }
@@ -45,26 +51,18 @@ void end_of_process() {
     throw Unwind{};
 }
 
-namespace {
-
-volatile std::sig_atomic_t interrupted = 0;
-
-}  // namespace
-
-void watch_cycle(bool on) {
-    cycle_watched = on;
-    attention = on;
-    if (interrupted) attention = 1;  // it may have come between
-}
-
-void forget_interrupt() {
-    interrupted = 0;
-    watch_cycle(cycle_watched);
+void call_for(int what, bool on) {
+    if (on)
+        attention.fetch_or(what, std::memory_order_relaxed);
+    else
+        attention.fetch_and(~what, std::memory_order_relaxed);
 }
 
 void heed_interrupt() {
-    if (!interrupted) return;
-    forget_interrupt();
+    if (worker_error != nullptr) throw Unwind{};
+    if (!calls_for(calls::interrupt)) return;
+    wait_for_coprocessors();
+    call_for(calls::interrupt, false);
     if (PrintOut) std::fputc('\n', stdout);
     std::fputs("\n** User interrupt. **\n", stdout);
     std::fflush(stdout);
@@ -81,9 +79,7 @@ void say(const char* text) {
 }
 
 void interrupt(int) {
-    if (!running) return;
-    interrupted = 1;
-    attention = 1;
+    if (running) call_for(calls::interrupt, true);
 }
 
 // Runs on a stack of its own: the fault may be the end of the ordinary one. The third memory fault ends the process.

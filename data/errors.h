@@ -5,6 +5,7 @@
 // only `fill` and the level-0 activation of `machine` catch. Owners on the way give back what they hold.
 #pragma once
 
+#include <atomic>
 #include <csetjmp>
 #include <csignal>
 #include <cstdio>
@@ -32,8 +33,11 @@ extern bool stepping;    // what is traced or stepped is shown: every error abov
 // or, for 0, writes the greeting there. Returns to the caller.
 void exception(int number, Site site = {});
 
-// Reports, then throws Unwind.
+// Reports, then throws Unwind. A worker reports nothing: it notes the number.
 [[noreturn]] void raise(int number, Site site);
+
+// Where a worker notes the error that ended its work; null on the main thread.
+extern thread_local int* worker_error;
 
 // Reports 27 and throws Unwind: an allocation failed.
 [[noreturn]] void out_of_memory();
@@ -41,27 +45,36 @@ void exception(int number, Site site = {});
 // Sets `endprocess` and throws Unwind: nothing is printed.
 [[noreturn]] void end_of_process();
 
-// Signals. SIGINT and SIGQUIT only ask: the cycle, long loops and printing look at `attention` at points where
-// nothing is half done. Faults report, and jump to the recovery point in force.
-extern volatile std::sig_atomic_t attention;  // an interrupt waits, or the cycle is watched
-extern volatile std::sig_atomic_t running;    // a sentence runs; an interrupt at any other time is ignored
-extern bool cycle_watched;                    // each cell is traced, stepped or timed; written by `watch_cycle`
+// What there is to look at besides the work, as bits of `attention`. SIGINT and SIGQUIT only ask: the cycle, long loops
+// and printing look at points where nothing is half done.
+namespace calls {
+inline constexpr int interrupt = 1,  // an interrupt waits
+    watch = 2,                       // each cell is traced, stepped or timed
+    hand_off = 4,                    // workers have a value on the stack in hand
+    give_up = 8;                     // the workers' work is no longer wanted
+}
+extern std::atomic<int> attention;
+inline bool calls_for(int what) { return (attention.load(std::memory_order_relaxed) & what) != 0; }
+void call_for(int what, bool on);
+
+extern volatile std::sig_atomic_t running;  // a sentence runs; an interrupt at any other time is ignored
+
+// Reports an interrupt that waits and throws Unwind; a worker, also where its work is no longer wanted, does that alone.
+void heed_interrupt();
+
+inline void heed_attention() {
+    if (calls_for(calls::interrupt | calls::give_up)) [[unlikely]]
+        heed_interrupt();
+}
+
+// Faults report, and jump to the recovery point in force.
 extern sigjmp_buf* fault_jump;
 
 void arm_signals();
 
-// Whether the cycle is to look closer at each cell from now on.
-void watch_cycle(bool on);
-
-// Reports an interrupt that waits and throws Unwind.
-void heed_interrupt();
-// An interrupt from before a run is none of its.
-void forget_interrupt();
-
-inline void heed_attention() {
-    if (attention) [[unlikely]]
-        heed_interrupt();
-}
+// Defined above this folder, in parallel/pool: what workers have in hand is finished first, so that their errors come
+// before what the main thread has to report.
+void wait_for_coprocessors();
 
 // Defined above this folder, in translator/printing: a cell or value in an error report.
 void dump(std::FILE* stream, const char* prefix, DataElement& element);

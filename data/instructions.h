@@ -37,6 +37,13 @@ constexpr const InstructionRow& row(Instruction instruction) {
     return Instructions[static_cast<std::size_t>(instruction)];
 }
 
+// The classes of the verbs that work item by item, and how many operands such a verb has; 0 for the others.
+inline constexpr std::uint16_t monadic_class = 10, dyadic_class = 18;
+constexpr int scalar_operands(std::uint16_t instruction) {
+    const std::uint16_t type = instruction < Instructions.size() ? Instructions[instruction].type : 0;
+    return type == monadic_class ? 1 : type == dyadic_class ? 2 : 0;
+}
+
 namespace instruction_checks {
 constexpr bool dense() {
     for (std::size_t i = 0; i < Instructions.size(); ++i)

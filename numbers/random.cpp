@@ -2,6 +2,6 @@
 
 namespace ondrel {
 
-std::int64_t prngs_seed = 1;
+constinit thread_local std::int64_t prngs_seed = 1;
 
 }  // namespace ondrel

@@ -69,6 +69,6 @@ inline double draw_apart_from(double probability, std::int64_t& state) {
     return draw;
 }
 
-extern std::int64_t prngs_seed;  // the main thread's stream
+extern constinit thread_local std::int64_t prngs_seed;  // the stream of the thread
 
 }  // namespace ondrel

@@ -153,17 +153,23 @@ class Session : public testing::Test {
 public:
     explicit Session(fs::path path) : path_(std::move(path)) {}
 
-    void TestBody() override {
+    void TestBody() override { replay("", {}); }
+
+protected:
+    // With arguments besides the session's own, and behind a sentence that leaves nothing.
+    void replay(const std::string& first, const std::vector<std::string>& arguments) {
         const std::vector<Block> blocks = read_session(path_);
         ASSERT_FALSE(blocks.empty()) << path_ << " types nothing";
-        std::string input;
+        std::string input = first;
         for (const Block& block : blocks) input += block.input;
-        const Result run = run_program(input, launch_of(path_));
+        Launch launch = launch_of(path_);
+        launch.arguments.insert(launch.arguments.end(), arguments.begin(), arguments.end());
+        const Result run = run_program(input, launch);
 
         std::vector<Reply> replies = split_at_prompts(without_time(run.output));
         const Reply farewell = replies.back();
         replies.pop_back();
-        std::size_t next = 1;  // behind the greeting
+        std::size_t next = first.empty() ? 1 : 2;  // behind the greeting
         for (const Block& block : blocks) {
             const bool ended = next + block.expected.size() > replies.size();
             std::vector<Reply> actual(
@@ -194,6 +200,18 @@ private:
     static constexpr int most_failures = 5;  // the rest of a session that has lost its step says nothing more
     fs::path path_;
     int failures_ = 0;
+};
+
+// What a session prints does not depend on who computes it, unless chance does, or it tells of the pool itself. With
+// two workers all of four items and more is handed out, with eight of them all of ten items and more.
+template <bool many>
+class WorkersSession : public Session {
+public:
+    using Session::Session;
+    static bool takes(const fs::path& path) { return !contains(contents(path), "## by the main thread alone"); }
+    void TestBody() override {
+        replay("0 SERIAL .\n", many ? std::vector<std::string>{"-c4", "-th2"} : std::vector<std::string>{"-c2"});
+    }
 };
 
 class Example : public testing::Test {
@@ -310,6 +328,8 @@ void register_files(const char* suite, const char* directory, const char* extens
 
 const bool registered = [] {
     register_files<Session>("Session", ONDREL_SESSIONS, ".session");
+    register_files<WorkersSession<false>>("SessionWithTwoWorkers", ONDREL_SESSIONS, ".session");
+    register_files<WorkersSession<true>>("SessionWithEightWorkers", ONDREL_SESSIONS, ".session");
     register_files<Document>("Document", ONDREL_DOCUMENTS, ".md");
     register_files<Example>("Example", ONDREL_EXAMPLES, ".ond");
     return true;

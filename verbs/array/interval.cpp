@@ -19,7 +19,7 @@
 #include "numbers/polar.h"
 #include "numbers/whole.h"
 #include "verbs/scalar/clones.h"
-#include "verbs/scalar/items.h"
+#include "verbs/scalar/nest.h"
 
 namespace ondrel {
 namespace {
@@ -29,9 +29,6 @@ constexpr int no_interval_of_kind = 142, too_big = 146, not_whole = 153, bad_ope
 
 constexpr std::uint64_t most_items = std::numeric_limits<std::uint32_t>::max();
 
-// Items written between two looks at `attention`.
-constexpr std::size_t heed_every = std::size_t{1} << 16;
-
 // ---- results
 
 template <class Value>
@@ -39,27 +36,52 @@ std::uint64_t head_of(std::size_t n, std::uint16_t form) {
     return make_head(tag_of<Value>, n == 1 ? form::number : form);
 }
 
-// A value of n items that `fill` has written to their place, (first, n) at a time.
-template <class Value, class Fill>
-DataElement filled(Owner& result, std::size_t n, std::uint16_t form, Fill fill) {
+// The values of an interval, to be written by any thread from any of them on: `writer_at(first)` gives what writes the
+// next n at each call of write(out, n).
+template <class Value, class WriterAt>
+struct Run {
+    Value* values;
+    WriterAt writer_at;
+
+    void write(Stretch stretch) const {
+        auto writer = writer_at(stretch.first);
+        for (std::size_t at = stretch.first; at < stretch.end; at += heed_every) {
+            writer(values + at, std::min(heed_every, stretch.end - at));
+            heed_attention();
+        }
+    }
+};
+
+// Gives the value of n items its values.
+template <class Value, class WriterAt>
+Computed filled(Owner& result, std::size_t n, std::uint16_t form, WriterAt writer_at) {
     Owner values;
     values.record.data_pointer = allocate_packed(head_of<Value>(n, form), n);
-    auto* const out = static_cast<Value*>(values.record.data_pointer);
-    for (std::size_t first = 0; first < n; first += heed_every) {
-        fill(out + first, first, std::min(heed_every, n - first));
-        heed_attention();
+    const Run<Value, WriterAt> run{static_cast<Value*>(values.record.data_pointer), writer_at};
+    const bool is_kept = packing && n > 1, is_posted = is_kept && hands_off(n);
+    if (is_posted) {
+        static std::optional<Run<Value, WriterAt>> posted;  // it stays as long as the hand-off is in flight
+        posted.emplace(run);
+        const Kernel kernel = [](void* published, std::uint32_t thread) {
+            static_cast<const Run<Value, WriterAt>*>(published)->write(stretch_of(thread));
+            return true;
+        };
+        chance_decided = false;  // here it has no part
+        post(kernel, &*posted, n);
+    } else {
+        run.write({0, n});
     }
     result.record.data_pointer =
-        packing && n > 1 ? std::exchange(values.record.data_pointer, nullptr) : unpack(values.record.data_pointer, n);
-    return result.take();
+        is_kept ? std::exchange(values.record.data_pointer, nullptr) : unpack(values.record.data_pointer, n);
+    return {result.take(), is_posted};
 }
 
-template <class Value, class Fill>
-DataElement list(std::uint64_t n, Fill fill) {
-    if (n == 0) return make_empty();
+template <class Value, class WriterAt>
+Computed list(std::uint64_t n, WriterAt writer_at) {
+    if (n == 0) return {make_empty()};
     const auto count = static_cast<std::uint32_t>(n);
     Owner result(make_array(vector_shape(count), 1, nullptr, count, kind_bits(tag_of<Value>)));
-    return filled<Value>(result, n, form::cartesian, fill);
+    return filled<Value>(result, n, form::cartesian, writer_at);
 }
 
 VECTOR_CLONES void write_run(std::int64_t* out, std::uint64_t from, std::uint64_t step, std::size_t n) {
@@ -70,10 +92,13 @@ VECTOR_CLONES void write_run(double* out, double from, double step, std::size_t 
     for (std::size_t i = 0; i < n; ++i) out[i] = from + static_cast<double>(static_cast<std::int32_t>(i)) * step;
 }
 
-DataElement integers(std::int64_t from, std::int64_t step, std::uint64_t n) {
+Computed integers(std::int64_t from, std::int64_t step, std::uint64_t n) {
     const auto start = static_cast<std::uint64_t>(from), apart = static_cast<std::uint64_t>(step);
-    return list<std::int64_t>(n, [=](std::int64_t* out, std::size_t first, std::size_t count) {
-        write_run(out, start + first * apart, apart, count);
+    return list<std::int64_t>(n, [=](std::size_t first) {
+        return [apart, next = start + first * apart](std::int64_t* out, std::size_t count) mutable {
+            write_run(out, next, apart, count);
+            next += count * apart;
+        };
     });
 }
 
@@ -94,15 +119,23 @@ Even even_from(double value, double step) {
     return {apart, static_cast<std::size_t>(std::clamp(room - 1, 1.0, static_cast<double>(heed_every)))};
 }
 
-DataElement reals(double from, double step, std::uint64_t n) {
-    return list<double>(n, [step, value = from](double* out, std::size_t, std::size_t count) mutable {
-        for (std::size_t done = 0; done < count;) {
-            const auto [apart, items] = even_from(value, step);
-            const std::size_t written = std::min(items, count - done);
-            write_run(out + done, value, apart, written);
-            done += written;
-            value = out[done - 1] + step;
-        }
+// Where a thread begins: the step may be infinite.
+double number_at(double from, double step, std::size_t position) {
+    return position == 0 ? from : from + static_cast<double>(position) * step;
+}
+
+// From where a thread begins each is the one before and the step.
+Computed reals(double from, double step, std::uint64_t n) {
+    return list<double>(n, [from, step](std::size_t first) {
+        return [step, value = number_at(from, step, first)](double* out, std::size_t count) mutable {
+            for (std::size_t done = 0; done < count;) {
+                const auto [apart, items] = even_from(value, step);
+                const std::size_t written = std::min(items, count - done);
+                write_run(out + done, value, apart, written);
+                done += written;
+                value = out[done - 1] + step;
+            }
+        };
     });
 }
 
@@ -149,7 +182,7 @@ double as_real_number(const DataElement& item) {
     return item.tag == tag::integer ? static_cast<double>(item.integer) : item.real;
 }
 
-DataElement counted(std::int64_t n, Site site) {
+Computed counted(std::int64_t n, Site site) {
     const std::int64_t first = origin();
     const std::uint64_t magnitude = n < 0 ? -static_cast<std::uint64_t>(n) : static_cast<std::uint64_t>(n);
     if (magnitude > most_items) raise(too_big, site);
@@ -157,14 +190,14 @@ DataElement counted(std::int64_t n, Site site) {
     return integers(first, 1, magnitude);
 }
 
-DataElement reals_between(std::span<const double> ends, Site site) {
+Computed reals_between(std::span<const double> ends, Site site) {
     const double step = ends.size() == 3 ? ends[2] : ends[0] <= ends[1] ? 1 : -1;
     const double n = count_between(ends[0], ends[1], step);
     if (const int error = error_of_count(n)) raise(error, site);
     return reals(ends[0], step, static_cast<std::uint64_t>(n));
 }
 
-DataElement between(std::span<const DataElement> items, Site site) {
+Computed between(std::span<const DataElement> items, Site site) {
     std::array<DataElement, 3> whole{};
     std::ranges::copy(items, whole.begin());
     const double near = tolerance();
@@ -181,7 +214,7 @@ DataElement between(std::span<const DataElement> items, Site site) {
     return reals_between(std::span(ends).first(items.size()), site);
 }
 
-DataElement number_interval(std::span<DataElement> items, Site site) {
+Computed number_interval(std::span<DataElement> items, Site site) {
     if (!std::ranges::all_of(items, [](const DataElement& item) { return item.tag <= tag::real; }))
         raise(different_kinds, site);
     if (items.size() > 1) return between(items, site);
@@ -191,7 +224,7 @@ DataElement number_interval(std::span<DataElement> items, Site site) {
 
 // ---- characters
 
-DataElement character_interval(std::span<const DataElement> items, Site site) {
+Computed character_interval(std::span<const DataElement> items, Site site) {
     constexpr std::uint8_t blank = ' ';
     if (items.size() == 3) raise(step_of_characters, site);
     if (items.size() == 2 && items[1].tag != tag::ascii) raise(not_both_characters, site);
@@ -200,7 +233,7 @@ DataElement character_interval(std::span<const DataElement> items, Site site) {
     const int step = from <= to ? 1 : -1;
     std::string text;
     for (int c = from; c != to + step; c += step) text.push_back(static_cast<char>(c));
-    return make_characters(text);
+    return {make_characters(text)};
 }
 
 // ---- grids
@@ -230,32 +263,61 @@ Components polar_components(const DataElement& item) {
     return components;
 }
 
-// The numbers along one axis of a grid, each the one before and the step.
-using Axis = std::vector<double>;
-
-template <class Value>
-DataElement grid_of(Owner& result, const std::vector<Axis>& axes, std::uint16_t form) {
-    std::array<std::size_t, 8> position{};
-    Components item{};
-    for (std::size_t k = 0; k < axes.size(); ++k) item[k] = axes[k][0];
-    return filled<Value>(result, result.record.elements, form, [&](Value* out, std::size_t, std::size_t count) {
-        for (std::size_t i = 0; i < count; ++i) {
-            std::memcpy(out + i, item.data(), sizeof(Value));
-            for (std::size_t k = 0; k < axes.size(); ++k) {
-                const bool turns = ++position[k] == axes[k].size();
-                if (turns) position[k] = 0;
-                item[k] = axes[k][position[k]];
-                if (!turns) break;
-            }
-        }
-    });
-}
-
 struct AxisRange {
     double from, step, count;
 };
 
-DataElement grid(std::span<const AxisRange> ranges, std::uint16_t form, Site site) {
+// The items of a grid, the first axis fastest: along each the numbers are the one before and the step, from where a
+// thread begins.
+class Odometer {
+public:
+    Odometer(std::span<const AxisRange> ranges, std::size_t first) : axes(ranges.size()) {
+        for (std::size_t k = 0; k < axes; ++k) {
+            const AxisRange& range = axis[k] = ranges[k];
+            const auto count = static_cast<std::size_t>(range.count);
+            const std::size_t position = first % count;
+            first /= count;
+            item[k] = number_at(range.from, range.step, position);
+            left[k] = count - position;
+        }
+    }
+
+    template <class Value>
+    void operator()(Value* out, std::size_t count) {
+        for (std::size_t i = 0; i < count; ++i) {
+            std::memcpy(out + i, item.data(), sizeof(Value));
+            step();
+        }
+    }
+
+private:
+    std::size_t axes;
+    std::array<AxisRange, 8> axis{};
+    Components item{};
+    std::array<std::size_t, 8> left{};  // numbers of the axis, the present one included
+
+    void step() {
+        for (std::size_t k = 0; k < axes; ++k) {
+            if (--left[k] > 0) {
+                item[k] += axis[k].step;
+                return;
+            }
+            left[k] = static_cast<std::size_t>(axis[k].count);
+            item[k] = axis[k].from;
+        }
+    }
+};
+
+template <class Value>
+Computed grid_of(Owner& result, std::span<const AxisRange> ranges, std::uint16_t form) {
+    std::array<AxisRange, 8> axes{};
+    std::ranges::copy(ranges, axes.begin());
+    return filled<Value>(result, result.record.elements, form, [axes, used = ranges.size()](std::size_t first) {
+        return Odometer(std::span(axes).first(used), first);
+    });
+}
+
+Computed grid(std::span<const AxisRange> ranges, std::uint16_t form, Site site) {
     constexpr double most_representable = 9.223372036854776e18;
     double product = 1;
     for (const AxisRange& range : ranges) product *= range.count;
@@ -269,16 +331,11 @@ DataElement grid(std::span<const AxisRange> ranges, std::uint16_t form, Site sit
                            [](const AxisRange& range) { return static_cast<std::int64_t>(range.count); });
     result.record =
         make_array(shape, static_cast<std::int32_t>(ranges.size()), nullptr, n, n == 0 ? 0 : kind_bits(tag));
-    if (n == 0) return result.take();
-    std::vector<Axis> axes;
-    for (const auto& [from, step, count] : ranges) {
-        Axis& axis = axes.emplace_back(static_cast<std::size_t>(count), from);
-        for (std::size_t i = 1; i < axis.size(); ++i) axis[i] = axis[i - 1] + step;
-    }
+    if (n == 0) return {result.take()};
     switch (tag) {
-        case tag::complex: return grid_of<Complex>(result, axes, form);
-        case tag::quaternion: return grid_of<Quaternion>(result, axes, form);
-        default: return grid_of<Octonion>(result, axes, form);
+        case tag::complex: return grid_of<Complex>(result, ranges, form);
+        case tag::quaternion: return grid_of<Quaternion>(result, ranges, form);
+        default: return grid_of<Octonion>(result, ranges, form);
     }
 }
 
@@ -306,7 +363,7 @@ std::size_t components_in_use(std::span<const Components> items) {
     return used;
 }
 
-DataElement hypercomplex_interval(std::span<const DataElement> operand, Site site) {
+Computed hypercomplex_interval(std::span<const DataElement> operand, Site site) {
     if (!std::ranges::all_of(operand, [&](const DataElement& item) { return item.tag == operand[0].tag; }))
         raise(different_kinds, site);
     const bool single = operand.size() == 1;
@@ -331,14 +388,14 @@ DataElement hypercomplex_interval(std::span<const DataElement> operand, Site sit
     return grid(ranges, form, site);
 }
 
-DataElement integer_scalar(std::int64_t value) {
+Computed integer_scalar(std::int64_t value) {
     DataElement item{};
     item.head = make_head(tag::integer, form::number);
     item.integer = value;
-    return make_scalar(item);
+    return {make_scalar(item)};
 }
 
-DataElement interval_of(const DataElement& operand, Site site) {
+Computed interval_of(const DataElement& operand, Site site) {
     if (operand.rank < 0) raise(no_interval_of_kind, site);
     if (operand.type & ISEMPTY) return integer_scalar(0);
     if (operand.elements > 3 || operand.type & NESTED) raise(bad_operand, site);
@@ -350,11 +407,25 @@ DataElement interval_of(const DataElement& operand, Site site) {
     return used[0].tag <= tag::real ? number_interval(used, site) : hypercomplex_interval(used, site);
 }
 
+// The interval with nothing left to do.
+DataElement interval_at_once(const void*, DataElement* operands, const Setting& setting) {
+    const auto [record, is_posted] = interval_of(operands[0], setting.site);
+    Owner result(record);
+    if (is_posted) {
+        collect();
+        raise_failure(setting.site);
+    }
+    return result.take();
+}
+
 }  // namespace
 
 void interval(DataElement*& sp, DataElement* cell) {
-    Owner result(interval_of(*sp, {sp, cell}));
-    std::swap(*sp, result.record);
+    const Setting setting{.site = {sp, cell}};
+    const auto [result, is_posted] = interval_of(*sp, setting.site);
+    if (is_posted) return leave_result({nullptr, {*sp}, 1, &sp, setting, interval_at_once}, result);
+    dereferencepoint(*sp);
+    *sp = result;
 }
 
 }  // namespace ondrel

@@ -44,15 +44,15 @@ struct Operands {
     DataElement right_item(std::size_t i) const { return item_at(right.data_pointer, extent == right_single ? 0 : i); }
 };
 
-DataElement compute(const DyadicVerb& verb, DataElement& left, DataElement& right, bool may_reuse,
-                    const Setting& setting);
+Computed compute(const DyadicVerb& verb, DataElement& left, DataElement& right, Freedom freedom,
+                 const Setting& setting);
 
 // ---- item by item
 
 DataElement pair(const DyadicVerb& verb, const DataElement& left, const DataElement& right, const Setting& setting) {
     if (left.tag == tag::subarray || right.tag == tag::subarray) {
         Owner l(value_of_item(left)), r(value_of_item(right));
-        Owner result(compute(verb, l.record, r.record, false, setting));
+        Owner result(compute(verb, l.record, r.record, Freedom::none, setting).record);
         return nested_item(result);
     }
     const std::size_t row = kind_index(left.tag), column = kind_index(right.tag);
@@ -60,12 +60,16 @@ DataElement pair(const DyadicVerb& verb, const DataElement& left, const DataElem
     return verb.pairs[row][column].item(left, right, setting);
 }
 
-// Fills `result` from where it stands; the operands are only read, so that an error leaves them whole.
-void by_item(const DyadicVerb& verb, const Operands& operands, ItemsOwner& result) {
-    for (std::size_t& i = result.filled; i < operands.n; ++i) {
-        if (i % heed_every == heed_every - 1) heed_attention();
-        result.items[i] = pair(verb, operands.left_item(i), operands.right_item(i), operands.setting);
-    }
+// A block of items, of which some are done; the operands are only read, so that an error leaves them whole.
+DataElement* by_item(const DyadicVerb& verb, const Operands& operands, const void* block = nullptr,
+                     std::size_t done = 0) {
+    return items_by(block, done, operands.n, operands.setting,
+                    [&](DataElement* items, std::size_t& i, std::size_t end, const Setting& setting) {
+                        for (; i < end; ++i) {
+                            if (i % heed_every == heed_every - 1) heed_attention();
+                            items[i] = pair(verb, operands.left_item(i), operands.right_item(i), setting);
+                        }
+                    });
 }
 
 // ---- loops over bare values
@@ -109,55 +113,62 @@ void* reusable(Operands& operands, std::uint64_t head) {
     return nullptr;
 }
 
-// The data block of the result by loops, or null if the operands' items have to be looked at one by one.
-void* by_loop(const DyadicVerb& verb, Operands& operands, bool may_reuse) {
+// A loop for two payloads.
+struct PairLoop {
+    DyadicLoop loop;
+    Payload left, right;
+    Setting setting;
+
+    std::size_t operator()(std::size_t first, std::byte* out, std::size_t n, Words* words) const {
+        return loop(left.at(first, n, words, 0), right.at(first, n, words, 1), out, n, setting);
+    }
+};
+
+// The data block of the result by loops.
+LoopResult by_loop(const DyadicVerb& verb, Operands& operands, Freedom freedom) {
     Payload left = payload_of(operands.left, operands.extent == left_single);
     Payload right = payload_of(operands.right, operands.extent == right_single);
-    if (left.head == 0 || right.head == 0 || is_polar(left.head) || is_polar(right.head)) return nullptr;
+    if (left.head == 0 || right.head == 0 || is_polar(left.head) || is_polar(right.head)) return {};
     const DyadicKinds& of_kinds = verb.pairs[kind_index(head_tag(left.head))][kind_index(head_tag(right.head))];
     const bool as_they_lie = left.one != 0 && right.one != 0 && verb.of_truths.loops[0].tag != 0;
     if (as_they_lie) left.one = right.one = 0;
     return by_loops(
         as_they_lie ? verb.of_truths : of_kinds, operands.n, left.one != 0 || right.one != 0,
+        freedom == Freedom::may_leave,
         [&](std::uint32_t tag) {
             return of_kinds.head(left.head, right.head, as_they_lie ? of_kinds.loops[0].tag : tag);
         },
-        [&](std::uint64_t head) { return may_reuse ? reusable(operands, head) : nullptr; },
-        [&](const auto& loop, std::size_t from, std::byte* out, std::size_t n, Words* words) {
-            const std::byte* const l = left.at(from, n, words, 0);
-            const std::byte* const r = right.at(from, n, words, 1);
-            return loop.by_extent[operands.extent](l, r, out, n, operands.setting);
+        [&](std::uint64_t head) { return freedom != Freedom::none ? reusable(operands, head) : nullptr; },
+        [&](const auto& loop) {
+            return PairLoop{loop.by_extent[operands.extent], left, right, operands.setting};
         },
-        [&](ItemsOwner& rest) { by_item(verb, operands, rest); });
+        [&](const void* block, std::size_t done) { return by_item(verb, operands, block, done); });
 }
 
 // ---- values
 
-// The result of the verb as a record of its own. The operands stay whole, but that with `may_reuse` the block of one
-// may have been taken over: its data pointer is then null.
-DataElement compute(const DyadicVerb& verb, DataElement& left, DataElement& right, bool may_reuse,
-                    const Setting& setting) {
+// The operands stay whole, but that one whose block may be written into may have lost it: its data pointer is null
+// then.
+Computed compute(const DyadicVerb& verb, DataElement& left, DataElement& right, Freedom freedom,
+                 const Setting& setting) {
     if ((left.type | right.type) & ISEMPTY) {
         const DataElement& other = right.type & ISEMPTY ? left : right;
         referencepoint(other);
-        return other;
+        return {other};
     }
     check_conformability(verb, left, right, setting.site);
     const DataElement& giver = shape_giver(left, right);
     const std::uint32_t probable = (left.type | right.type) & ISPROBABLE;
     Operands operands{left, right, extent_of(left, right), giver.elements, setting};
 
-    Owner result;
-    void* const block = operands.n > 1 ? by_loop(verb, operands, may_reuse) : nullptr;
-    if (block != nullptr) {
-        result.record = result_record(giver, block, probable);
-    } else {
-        ItemsOwner items(operands.n);
-        by_item(verb, operands, items);
-        result.record = result_record(giver, items.take(), probable);
-    }
+    const auto [block, is_posted] = operands.n > 1 ? by_loop(verb, operands, freedom) : LoopResult{};
+    Owner result(result_record(giver, block != nullptr ? block : by_item(verb, operands), probable));
     pack(result.record);
-    return result.take();
+    return {result.take(), is_posted};
+}
+
+DataElement compute_again(const void* verb, DataElement* operands, const Setting& setting) {
+    return compute(*static_cast<const DyadicVerb*>(verb), operands[0], operands[1], Freedom::may_reuse, setting).record;
 }
 
 // Two plain scalars: no shape, no walk, and the block of one of them serves again when it is free.
@@ -194,7 +205,7 @@ DataElement* separate_item(DataElement& scalar) {
     item->head = shared.head;
     item->name = nullptr;
     item->integer = shared.integer;
-    release(scalar.data_pointer);
+    release_alone(scalar.data_pointer);
     scalar.data_pointer = item;
     return item;
 }
@@ -221,7 +232,9 @@ void dyadic(const DyadicVerb& verb, DataElement*& sp, DataElement* cell) {
     if (scalar_pair(verb, sp, setting)) return;
     DataElement& left = sp[-1];
     DataElement& right = sp[0];
-    const DataElement result = compute(verb, left, right, true, setting);
+    if (is_large(std::max(left.elements, right.elements))) wait_for_coprocessors();
+    const auto [result, is_posted] = compute(verb, left, right, Freedom::may_leave, setting);
+    if (is_posted) return leave_result({&verb, {left, right}, 2, &sp, setting, compute_again}, result);
     dereferencepoint(left);
     dereferencepoint(right);
     left = result;

@@ -13,6 +13,7 @@
 #include "data/errors.h"
 #include "numbers/kinds.h"
 #include "numbers/polar.h"
+#include "numbers/random.h"
 
 namespace ondrel {
 
@@ -73,6 +74,14 @@ struct Setting {
     std::int64_t* stream = nullptr;  // the thread's stream of chance, likewise
     bool probable = false;           // the operand of a monadic verb depends on chance
     bool* drew = nullptr;            // set by a rule where chance decided
+
+    // For a thread that takes part in the work.
+    Setting on_this_thread(bool& decided) const {
+        Setting own = *this;
+        own.stream = &prngs_seed;
+        own.drew = &decided;
+        return own;
+    }
 };
 
 // A rule as an object: one that depends on the circumstances is made from them, the others hold nothing.

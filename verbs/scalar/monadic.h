@@ -169,14 +169,14 @@ constexpr MonadicVerb make_monadic() {
 
 // Runs the verb on the record at `sp`, in place. An empty value stays as it is. Raises 27 and what the rule raises for
 // an item; the record then stands as it was.
-void monadic(const MonadicVerb& verb, DataElement* sp, DataElement* cell);
+void monadic(const MonadicVerb& verb, DataElement*& sp, DataElement* cell);
 
 template <class Rule>
 inline constexpr MonadicVerb monadic_verb = make_monadic<Rule>();
 
 // The same for the verb of a rule.
 template <class Rule>
-void monadic(DataElement* sp, DataElement* cell) {
+void monadic(DataElement*& sp, DataElement* cell) {
     monadic(monadic_verb<Rule>, sp, cell);
 }
 

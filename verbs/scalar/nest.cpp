@@ -1,24 +1,8 @@
 #include "verbs/scalar/nest.h"
 
-#include "verbs/scalar/clones.h"
+#include <span>
 
 namespace ondrel {
-
-VECTOR_CLONES const std::byte* widen(const std::byte* bytes, std::uint64_t one, std::uint64_t* words, std::size_t n) {
-    for (std::size_t i = 0; i < n; ++i) words[i] = -static_cast<std::uint64_t>(bytes[i]) & one;
-    return reinterpret_cast<const std::byte*>(words);
-}
-
-VECTOR_CLONES std::size_t narrow(const std::int64_t* words, std::byte* bytes, std::size_t n) {
-    std::uint64_t seen = 0;
-    for (std::size_t i = 0; i < n; ++i) {
-        bytes[i] = static_cast<std::byte>(words[i]);
-        seen |= static_cast<std::uint64_t>(words[i]);
-    }
-    if (seen <= 1) return n;
-    const auto is_boolean = [](std::int64_t word) { return word == 0 || word == 1; };
-    return static_cast<std::size_t>(std::find_if_not(words, words + n, is_boolean) - words);
-}
 
 DataElement result_record(const DataElement& giver, void* data, std::uint32_t probable) {
     DataElement record = giver;
@@ -38,6 +22,53 @@ DataElement value_of_item(const DataElement& item) {
     }
     referencepoint(*item.nested);
     return *item.nested;
+}
+
+WorkersItems::~WorkersItems() {
+    if (items == nullptr) return;
+    for (const auto& [first, next] : parts) dereferencedataelems(items + first, next - first);
+}
+
+// ---- results in flight
+
+namespace {
+
+PendingVerb pending;
+
+void put_back() {
+    DataElement*& top = *pending.top;
+    while (top >= pending.slot) dereferencepoint(*top--);
+    for (const DataElement& operand : std::span(pending.operands).first(pending.count)) *++top = operand;
+}
+
+void finish(bool complete) {
+    const auto operands = std::span(pending.operands).first(pending.count);
+    DataElement& slot = *pending.slot;
+    if (complete) {
+        if (chance_decided) slot.type |= ISPROBABLE;
+    } else {
+        try {
+            raise_failure(pending.setting.site);
+            const DataElement result = pending.again(pending.verb, operands.data(), pending.setting);
+            dereferencepoint(slot);
+            slot = result;
+        } catch (...) {
+            put_back();
+            throw;
+        }
+    }
+    for (DataElement& operand : operands) dereferencepoint(operand);
+}
+
+}  // namespace
+
+void leave_result(const PendingVerb& verb, const DataElement& result) {
+    pending = verb;
+    pending.setting.drew = nullptr;
+    *verb.top -= verb.count - 1;
+    pending.slot = *verb.top;
+    *pending.slot = result;
+    leave_in_flight(pending.slot, finish);
 }
 
 }  // namespace ondrel

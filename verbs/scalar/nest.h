@@ -1,15 +1,22 @@
-// What both frames need around the items: records of results, nested values, the loops, and how often to look up.
+// What both frames need around the items: records of results, nested values, items that are made one by one, and what a
+// verb leaves in flight.
 #pragma once
 
-#include <algorithm>
-#include <utility>
+#include <array>
+#include <vector>
 
-#include "data/blocks.h"
+#include "verbs/scalar/loops.h"
 
 namespace ondrel {
 
-// Items between two looks at `attention`: some tenths of a millisecond of work.
-inline constexpr std::size_t heed_every = std::size_t{1} << 16;
+// A result as a record of its own, and whether workers are still at it.
+struct Computed {
+    DataElement record;
+    bool is_posted = false;
+};
+
+// What a verb may do besides: write into the operands' blocks, and leave the workers at the result.
+enum class Freedom { none, may_reuse, may_leave };
 
 // A record of the giver's shape with the finished block; takes the block over, and a reference on the shape.
 DataElement result_record(const DataElement& giver, void* data, std::uint32_t probable);
@@ -17,87 +24,62 @@ DataElement result_record(const DataElement& giver, void* data, std::uint32_t pr
 // The value that an item stands for, with references of its own: the nested one, or a scalar of it.
 DataElement value_of_item(const DataElement& item);
 
-// Runs `loop(done, out, n)`, which returns how many of the n items from `done` on it wrote to `out`, over all of them
-// and returns how many it wrote. Where the result is a block of its own an interrupt may leave in between; an operand
-// that is being overwritten is finished first.
-template <class Loop>
-std::size_t in_stretches(void* block, std::size_t width, std::size_t n, bool in_place, const Loop& loop) {
-    for (std::size_t done = 0; done < n;) {
-        const std::size_t stretch = std::min(n - done, heed_every);
-        const std::size_t wrote = loop(done, static_cast<std::byte*>(block) + done * width, stretch);
-        done += wrote;
-        if (wrote < stretch) return done;
-        if (!in_place) heed_attention();
-    }
-    return n;
-}
+// What the workers have made of a block of items: each its stretch, from the start. Given back when an error leaves the
+// block unfinished.
+struct WorkersItems {
+    struct alignas(64) Part {
+        std::size_t first = 0, next = 0;  // the items up to the next one are there
+    };
+    DataElement* items;
+    std::vector<Part> parts;  // by thread
 
-// The loops work on words, but truths lie in bytes: such operands, and integer results, go through these words, so many
-// items at a time. A result that has the form of a boolean, but is none, ends a loop as one of another kind does.
-struct Words {
-    static constexpr std::size_t capacity = 2048;
-    std::uint64_t operands[2][capacity];
-    std::int64_t results[capacity];
+    explicit WorkersItems(DataElement* block) : items(block), parts(processors) {}
+    WorkersItems(const WorkersItems&) = delete;
+    WorkersItems& operator=(const WorkersItems&) = delete;
+    ~WorkersItems();
+    std::size_t& from(std::uint32_t thread, std::size_t first) {
+        parts[thread] = {first, first};
+        return parts[thread].next;
+    }
+    void keep() { items = nullptr; }
 };
-// The words, each 0 or `one`.
-const std::byte* widen(const std::byte* bytes, std::uint64_t one, std::uint64_t* words, std::size_t n);
-// Gives how many there are up to one that is no 0 or 1.
-std::size_t narrow(const std::int64_t* words, std::byte* bytes, std::size_t n);
 
-// Runs `run(done, out, n, words)` on stretches that fit the words, with narrowed results where `narrowed`. Not inlined,
-// since the words must not lie on the native stack while nested values are computed.
-template <class Run>
-[[gnu::noinline]] std::size_t in_words(std::byte* out, std::size_t width, bool narrowed, std::size_t n,
-                                       const Run& run) {
-    Words words;
-    for (std::size_t done = 0; done < n;) {
-        const std::size_t k = std::min(Words::capacity, n - done);
-        std::byte* const to = out + done * width;
-        std::size_t wrote = run(done, narrowed ? reinterpret_cast<std::byte*>(words.results) : to, k, &words);
-        if (narrowed) wrote = narrow(words.results, to, wrote);
-        done += wrote;
-        if (wrote < k) return done;
+// A block of n items: copies of the first `done` of the given block, and behind them what `fill(items, next, end,
+// setting)` makes, which counts `next` up to `end` as it goes on; by all threads where that is worth it.
+template <class Fill>
+DataElement* items_by(const void* block, std::size_t done, std::size_t n, const Setting& setting, const Fill& fill) {
+    ItemsOwner made(n);
+    for (; made.filled < done; ++made.filled) made.items[made.filled] = own_item(item_at(block, made.filled));
+    if (!hands_off(n - done)) {
+        fill(made.items, made.filled, n, setting);
+        return made.take();
     }
-    return n;
+    WorkersItems others(made.items);
+    chance_decided = false;
+    spread(n - done, setting.site, [&](std::uint32_t thread, Stretch stretch) {
+        bool drew = false;
+        fill(made.items, thread == 0 ? made.filled : others.from(thread, done + stretch.first), done + stretch.end,
+             setting.on_this_thread(drew));
+        if (drew) chance_decided.store(true, std::memory_order_relaxed);
+    });
+    if (chance_decided && setting.drew != nullptr) *setting.drew = true;
+    others.keep();
+    return made.take();
 }
 
-// The data block of n results by the loops of a verb for its operands' kinds, or null if the items have to be looked at
-// one by one. `head_of(tag)` is the head of a result, or 0; `reuse(head)` gives up an operand's block of that width to
-// write into, or null; `run(loop, done, out, n, words)` is as above, with words where operands are `widened`;
-// `rest(items)` fills the items of a result behind those that it has.
-template <class Rule, class HeadOf, class Reuse, class Run, class Rest>
-void* by_loops(const Rule& rule, std::size_t n, bool widened, const HeadOf& head_of, const Reuse& reuse, const Run& run,
-               const Rest& rest) {
-    for (const auto& loop : rule.loops) {
-        const std::uint64_t item = loop.tag == 0 ? 0 : head_of(loop.tag);
-        if (item == 0) return nullptr;
-        const bool narrowed = loop.tag == tag::integer && loop.width > 1 && byte_head(item) != 0;
-        const std::uint64_t head = narrowed || loop.width < item_width(item) ? byte_head(item) : item;
-        if (head == 0) continue;  // for results of another form
-        const std::size_t width = item_width(head);
-        void* const reused = loop.whole && !narrowed ? reuse(head) : nullptr;
-        Owner result;  // of no rank: only its block counts
-        result.record.data_pointer = reused != nullptr ? reused : allocate_packed(head, n);
-        void* const block = result.record.data_pointer;
-        const std::size_t done = in_stretches(
-            block, width, n, reused != nullptr, [&](std::size_t from, std::byte* out, std::size_t k) -> std::size_t {
-                if (!narrowed && !widened) return run(loop, from, out, k, nullptr);
-                return in_words(out, width, narrowed, k,
-                                [&](std::size_t at, std::byte* to, std::size_t m, Words* words) {
-                                    return run(loop, from + at, to, m, words);
-                                });
-            });
-        header(block).head = head;
-        if (done == n) return std::exchange(result.record.data_pointer, nullptr);
-        if (done == 0 || rule.loops[1].whole) continue;  // which writes all anew
+// A verb whose result is in flight, with its operands, which it holds meanwhile.
+struct PendingVerb {
+    const void* verb;
+    std::array<DataElement, 2> operands;
+    std::size_t count;  // of operands
+    DataElement** top;  // the stack pointer of the run
+    Setting setting;
+    DataElement (*again)(const void* verb, DataElement* operands, const Setting& setting);  // all of it, at once
+    DataElement* slot = nullptr;                                                            // of the result
+};
 
-        // Items of another kind follow: what stands becomes items, and the rest is done one by one.
-        ItemsOwner items(n);
-        for (; items.filled < done; ++items.filled) items.items[items.filled] = own_item(item_at(block, items.filled));
-        rest(items);
-        return items.take();
-    }
-    return nullptr;
-}
+// Leaves the result in the slot of its first operand, on top of the stack, in flight. Where the workers do not come to
+// the end of it, it is made again. An error then finds the operands on the stack as they were, and nothing above them.
+void leave_result(const PendingVerb& verb, const DataElement& result);
 
 }  // namespace ondrel

@@ -202,7 +202,7 @@ inline bool plain_scalars(DataElement*& sp) {
         left.data_pointer = goes_left ? l : r;
         put_plain(rule, *items_of(left), left, value);
         --sp;
-        release(goes_left ? r : l);
+        release_alone(goes_left ? r : l);
         return true;
     };
     return r->head == plain_integer ? run(l->integer, r->integer) : run(l->real, r->real);
