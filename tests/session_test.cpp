@@ -208,7 +208,7 @@ template <bool many>
 class WorkersSession : public Session {
 public:
     using Session::Session;
-    static bool takes(const fs::path& path) { return !contains(contents(path), "## by the main thread alone"); }
+    static bool takes(const fs::path& path) { return !contains(contents(path), "## threads as they are"); }
     void TestBody() override {
         replay("0 SERIAL .\n", many ? std::vector<std::string>{"-c4", "-th2"} : std::vector<std::string>{"-c2"});
     }

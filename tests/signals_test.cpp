@@ -48,7 +48,8 @@ TEST(Signals, AnInterruptComesBackToThePrompt) {
     std::uniform_real_distribution<double> moment(0, 0.02 * std::min(time_scale, 4.0));
     int interrupted = 0;
     for (int i = 0; i < processes && !testing::Test::HasFailure(); ++i) {
-        Process process({});
+        const bool by_workers = i % 2 == 1;
+        Process process({.arguments = by_workers ? std::vector<std::string>{"-c3"} : std::vector<std::string>{}});
         ASSERT_TRUE(process.wait_for("Ondrel [0]> ")) << tail(process.output);
         for (int round = 0; round < rounds; ++round) {
             const std::string& sentence = long_sentences[random() % std::size(long_sentences)];

@@ -273,6 +273,21 @@ TEST(StartStop, SizesThePool) {
 }
 
 // An option that goes on, and what stops it.
+// A thread takes room for its stack, so that there is an end to them.
+TEST(StartStop, GoesOnWithTheThreadsThatItGets) {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    GTEST_SKIP() << "needs all the memory that it can get";
+#endif
+    const std::string input = "0 SERIAL 99 PARALLEL (1 2 3)[20] 1 + .\n";
+    const Result run = run_program(input, {.arguments = {"-c8"}, .memory = std::size_t{900} << 20});
+    EXPECT_TRUE(contains(run.output, "--- Hello. (0) ---, Succeeded to start ")) << run.output;
+    EXPECT_TRUE(contains(run.output, "\n\n 2 3 4 2 3 4 2 3 4 2 3 4 2 3 4 2 3 4 2 3\n")) << run.output;
+    EXPECT_EQ(run.exit_code, 0);
+    const Result quiet = run_program(input, {.arguments = {"-c8", "-q"}, .memory = std::size_t{900} << 20});
+    EXPECT_FALSE(contains(quiet.output, "Succeeded")) << quiet.output;
+    EXPECT_TRUE(contains(quiet.output, "started processors (")) << quiet.output;
+}
+
 TEST(StartStop, ReadsWhatGoesWithAnOption) {
     for (const char* word : {"-th", "-th0", "-thx", "-th-1"}) {
         const Result refused = run({word}, "1 2 + .");
