@@ -35,20 +35,6 @@ void wait_on(sem_t& semaphore) {
     }
 }
 
-// The threads of a hand-off end at about the same time: it would take longer to fall asleep and be woken than to look
-// again. Where a worker has no processor of its own, it gets this one.
-void await(sem_t& semaphore) {
-    constexpr int looks = 64, pauses = 32;
-    for (int look = 0; look < looks; ++look) {
-        for (int i = 0; i < pauses; ++i) {
-            if (sem_trywait(&semaphore) == 0) return;
-            __builtin_ia32_pause();
-        }
-        sched_yield();
-    }
-    wait_on(semaphore);
-}
-
 // ---- the workers
 
 void run_kernel(CoprocessorRecord& own, std::uint32_t number) {
@@ -84,16 +70,36 @@ void* vector_coprocessor_thread(void* record) {
     return nullptr;
 }
 
-// Where there is a processor for each thread, a worker that last ran on the main thread's is kept off it. The system
-// would wake it there again, beside its waker, and take milliseconds to move it.
+// ---- processors
+
+// Where there is one for each thread, a worker that last ran on the main thread's is kept off it: the system would wake
+// it there again, beside its waker, and take milliseconds to move it. But it may have that one too when the main thread
+// goes to sleep, as others may keep the rest busy.
 cpu_set_t allowed_processors;
 bool is_spacious = false;
 
 void keep_off(CoprocessorRecord& worker, int processor) {
     cpu_set_t others = allowed_processors;
     CPU_CLR(static_cast<std::size_t>(processor), &others);
-    pthread_setaffinity_np(worker.thread, sizeof others, &others);
-    worker.processor = -1;
+    worker.kept_off = pthread_setaffinity_np(worker.thread, sizeof others, &others) == 0;
+}
+
+void allow_all(CoprocessorRecord& worker) {
+    if (!worker.kept_off) return;
+    pthread_setaffinity_np(worker.thread, sizeof allowed_processors, &allowed_processors);
+    worker.kept_off = false;
+}
+
+// The threads of a hand-off end at about the same time: it would take longer to fall asleep and be woken than to look
+// again for some tens of microseconds.
+void await(CoprocessorRecord& worker) {
+    constexpr int looks = 128;
+    for (int look = 0; look < looks; ++look) {
+        if (sem_trywait(&worker.mainprocess) == 0) return;
+        sched_yield();
+    }
+    allow_all(worker);
+    wait_on(worker.mainprocess);
 }
 
 }  // namespace
@@ -172,7 +178,7 @@ bool post(Kernel kernel, void* work, std::size_t count) {
 bool collect() {
     bool complete = true;
     for (CoprocessorRecord& worker : workers(processors)) {
-        if (!worker.collected) await(worker.mainprocess);
+        if (!worker.collected) await(worker);
         worker.collected = true;
         complete &= worker.complete;
     }

@@ -48,6 +48,7 @@ struct alignas(64) CoprocessorRecord {
     int error = 0;                 // the number, or 0 for an interrupt
     double total_flops = 0;        // floating-point operations since the start: an estimate
     sem_t coprocess, mainprocess;  // wakes the worker; tells that it has done
+    bool kept_off = false;         // a processor, by the main thread
     int processor = -1;            // that the worker last ran on
     pthread_t thread;
 };

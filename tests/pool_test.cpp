@@ -184,5 +184,45 @@ TEST(Pool, EveryScalarVerbGivesWhatOneThreadGives) {
     for (DataElement& value : values) dereferencepoint(value);
 }
 
+// The ends of runs and grids of some 10,000 items. Steps and ends are whole or halves, so that no real is rounded.
+TEST(Pool, EveryIntervalIsWhatOneThreadGives) {
+    const Evaluator evaluator;
+    const Threads threads;
+    const std::vector<Value> ends{
+        scalar_value(integer(10007)),
+        scalar_value(integer(-9001)),
+        vector_value({integer(INT64_MAX - 9999), integer(INT64_MAX)}),
+        vector_value({integer(5), integer(-40000), integer(-4)}),
+        vector_value({real(0.5), real(-9000)}),
+        vector_value({real(1e17), real(2e17), real(1e13)}),
+        scalar_value(hypercomplex({-101, 97})),
+        vector_value({hypercomplex({0.5, 3}), hypercomplex({40, -300}), hypercomplex({0.5, -2})}),
+        vector_value({hypercomplex({1, 2}, form::polar), hypercomplex({90, 100}, form::polar)}),
+        scalar_value(hypercomplex({10, -10, 12, 9})),
+        vector_value({hypercomplex({1, 1, 1, 0}), hypercomplex({20, 25, 21, 0})}),
+        scalar_value(hypercomplex({3, 2, 3, 4, 3, -3, 4, 5})),
+        scalar_value(hypercomplex({6, 5, -6, 7, 8, 0, 0, 0})),
+    };
+    constexpr auto interval = static_cast<std::size_t>(Instruction::INTERVAL);
+    DataElement below = build(scalar_value(integer(7)), Layout::items);
+    for (const Value& value : ends) {
+        DataElement operand = build(value, Layout::packed);
+        Ran alone = run_verb(interval, below, operand);
+        for (std::uint32_t workers = 1; workers <= most_workers; ++workers) {
+            SCOPED_TRACE(describe(value) + ", workers: " + std::to_string(workers));
+            Threads::use(1 + workers, workers % 2 == 0 ? 1001 * (1 + workers) : 0);
+            Ran together = run_verb(interval, below, operand);
+            Threads::use(1, 0);
+            EXPECT_EQ(together.error, 0);
+            EXPECT_GT(together.result.elements, 5000U);
+            EXPECT_TRUE(same(together.result, alone.result));
+            dereferencepoint(together.result);
+        }
+        dereferencepoint(alone.result);
+        dereferencepoint(operand);
+    }
+    dereferencepoint(below);
+}
+
 }  // namespace
 }  // namespace ondrel
