@@ -63,7 +63,7 @@ public:
     ~Entered() {
         if (inside_run) settle(caller, callee);
         if (callee.contexts != nullptr) release_contexts(callee);
-        if (sole_holder(stream)) [[unlikely]]
+        if (sole_holder_alone(stream)) [[unlikely]]
             release_function(stream);
         else
             release_alone(stream);

@@ -113,6 +113,7 @@ inline void reference(void* block) {
     if (block != nullptr && holders(block) > 0)
         std::atomic_ref(header(block).count).fetch_add(1, std::memory_order_relaxed);
 }
+inline bool sole_holder_alone(const void* block) { return header(block).count == 1; }
 inline bool sole_holder(const void* block) { return holders(block) == 1; }
 
 // Drops one reference to a block that holds no others: a shape, a text, an octonion block.
@@ -152,11 +153,11 @@ inline bool is_plain(const DataElement& item) {
 // The record is going away: drops its references and nulls its pointers.
 void drop_record(DataElement& record);
 inline void dereferencepoint(DataElement& record) {
-    if (record.rank == 0 && record.data_pointer != nullptr) [[likely]] {
+    if (record.rank == 0 && record.data_pointer != nullptr && !is_shared) [[likely]] {
         DataElement* const item = static_cast<DataElement*>(record.data_pointer);
-        if (!sole_holder(item) || is_plain(*item)) {
+        if (!sole_holder_alone(item) || is_plain(*item)) {
             record.data_pointer = nullptr;
-            return release(item);
+            return release_alone(item);
         }
     }
     drop_record(record);

@@ -176,7 +176,7 @@ template <class Rule>
 bool plain_literal(DataElement& left, const DataElement& right) {
     DataElement* item = items_of(left);
     if (item->head != right.head || !is_plain_number(right.head)) return false;
-    if (!sole_holder(item)) item = separate_item(left);
+    if (!sole_holder_alone(item)) item = separate_item(left);
     const auto run = [&](auto a, auto b) {
         const Rule rule = bare_rule<Rule>();
         put_plain(rule, *item, left, combine(rule, a, b));
@@ -194,11 +194,11 @@ inline bool plain_scalars(DataElement*& sp) {
         return false;
     DataElement *l = items_of(left), *const r = items_of(*sp);
     if (l->head != r->head || !is_plain_number(r->head) || l == r) return false;
-    if (!sole_holder(l) && !sole_holder(r)) l = separate_item(left);
+    if (!sole_holder_alone(l) && !sole_holder_alone(r)) l = separate_item(left);
     const auto run = [&](auto a, auto b) {
         const Rule rule = bare_rule<Rule>();
         const auto value = combine(rule, a, b);
-        const bool goes_left = sole_holder(l);
+        const bool goes_left = sole_holder_alone(l);
         left.data_pointer = goes_left ? l : r;
         put_plain(rule, *items_of(left), left, value);
         --sp;
