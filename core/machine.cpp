@@ -226,6 +226,7 @@ void abandon(Activation& activation) {
 }
 
 void recover(Activation& activation) {
+    forget_hand_off();
     if (!endprocess && !PrintOut) std::fputs("\nException processing:...", stdout);
     abandon(activation);
 }
@@ -239,7 +240,6 @@ void run_sentence(Activation& activation) {
     sigjmp_buf* const outer = std::exchange(fault_jump, &fault);
     try {
         if (sigsetjmp(fault, 0) != 0) {
-            forget_hand_off();
             recover(activation);
         } else if (run(activation) == Outcome::abandon) {
             abandon(activation);

@@ -23,6 +23,7 @@ struct Constant {
 };
 
 Outcome with_constant(Activation& activation, double value, Place place, ScalarVerb* verb) {
+    wait_for_coprocessors();  // which may put the stack back below the constant
     DataElement item{};
     item.head = make_head(tag::real, form::number);
     item.real = value;

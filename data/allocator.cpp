@@ -129,7 +129,7 @@ void* malloc_slowly(std::size_t size) {
     if (fail_countdown > 0 && --fail_countdown == 0) return nullptr;
 #endif
     if (buckets[k] == nullptr && !fill_bucket(k, size)) {
-        std::fputs("No more active memory available\n", stderr);
+        if (!is_shared) std::fputs("No more active memory available\n", stderr);  // or each thread would say so
         return nullptr;
     }
     void* const block = pop_free(k);

@@ -151,9 +151,10 @@ void stop_pool() {
 
 // ---- hand-offs
 
+// Up to where the next one begins: of a threshold of 1 the main thread has no item, which UPPER cannot say.
 Stretch stretch_of(std::uint32_t thread) {
-    const std::size_t first = LOWER(to_coprocessors.count, processors, thread);
-    return {first, std::max(first, std::size_t{UPPER(to_coprocessors.count, processors, thread)} + 1)};
+    const std::uint32_t n = to_coprocessors.count, first = LOWER(n, processors, thread);
+    return {first, thread + 1 >= processors ? n : std::max(first, LOWER(n, processors, thread + 1))};
 }
 
 bool post(Kernel kernel, void* work, std::size_t count) {
@@ -207,7 +208,7 @@ void wait_for_coprocessors() {
     std::fflush(stdout);
     to_coprocessors.element = nullptr;
     call_for(calls::hand_off, false);
-    finish_in_flight(complete);
+    finish_in_flight(complete ? Ending::complete : Ending::incomplete);
 }
 
 void forget_hand_off() {
@@ -216,9 +217,11 @@ void forget_hand_off() {
         collect();
         call_for(calls::give_up, false);
     }
+    stop_sharing();
+    if (!is_in_flight()) return;
     to_coprocessors.element = nullptr;
     call_for(calls::hand_off, false);
-    stop_sharing();
+    finish_in_flight(Ending::forgotten);
 }
 
 }  // namespace ondrel

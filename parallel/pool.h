@@ -86,13 +86,15 @@ bool collect();
 void raise_failure(Site site);
 
 // Leaves what has been posted in flight, with its result in the slot. Once it has been collected `finish` is told
-// whether all stretches are `complete`; it may raise.
-using Finish = void (*)(bool complete);
+// whether all stretches are complete; it may raise where they are not. Or that nobody wants it any more.
+enum class Ending { complete, incomplete, forgotten };
+using Finish = void (*)(Ending ending);
 void leave_in_flight(DataElement* element, Finish finish);
 
 inline bool is_in_flight() { return to_coprocessors.element != nullptr; }
 
-// After a fault: the workers are collected, and what they were at stays as it is.
+// Where work has been left by a road that no hand-off expects: the workers are collected, and what they were at is
+// given up. Raises nothing.
 void forget_hand_off();
 
 // The items of a thread's stretch of what has been published: from `first` up to, but not with, `end`.

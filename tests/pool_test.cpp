@@ -63,6 +63,22 @@ TEST(Split, GivesEveryItemToOneThread) {
     MIN_PARALLEL = before;
 }
 
+// Also of a threshold that was set for fewer threads than there are now.
+TEST(Split, HandsEveryItemToOneThread) {
+    const Threads threads;
+    for (std::uint32_t p = 2; p <= 1 + most_workers; ++p)
+        for (const std::int64_t threshold : {1, 2, 5, 40})
+            for (std::uint32_t n = p; n < 100; ++n) {
+                processors = p;
+                MIN_PARALLEL = threshold;
+                std::vector<std::uint8_t> visits(n);
+                spread(n, {}, [&](std::uint32_t, Stretch stretch) {
+                    for (std::size_t i = stretch.first; i < stretch.end; ++i) ++visits[i];
+                });
+                ASSERT_EQ(std::ranges::count(visits, 1), n) << p << " threads, from " << threshold << " on";
+            }
+}
+
 // ---- every scalar verb
 
 bool same_items(const DataElement& left, const DataElement& right);

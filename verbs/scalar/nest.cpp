@@ -41,11 +41,14 @@ void put_back() {
     for (const DataElement& operand : std::span(pending.operands).first(pending.count)) *++top = operand;
 }
 
-void finish(bool complete) {
+void finish(Ending ending) {
     const auto operands = std::span(pending.operands).first(pending.count);
     DataElement& slot = *pending.slot;
-    if (complete) {
+    if (ending == Ending::complete) {
         if (chance_decided) slot.type |= ISPROBABLE;
+    } else if (ending == Ending::forgotten) {
+        dereferencepoint(slot);
+        slot = make_empty();
     } else {
         try {
             raise_failure(pending.setting.site);
