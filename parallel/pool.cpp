@@ -16,6 +16,7 @@ std::int32_t thrds = 1;
 ToCoprocessors to_coprocessors;
 std::unique_ptr<CoprocessorRecord[]> from_coprocessor;
 bool handing_off = false;
+double shortest_work = 50e-6;
 
 namespace {
 
@@ -93,7 +94,7 @@ void allow_all(CoprocessorRecord& worker) {
 // The threads of a hand-off end at about the same time: it would take longer to fall asleep and be woken than to look
 // again for some tens of microseconds.
 void await(CoprocessorRecord& worker) {
-    constexpr int looks = 128;
+    constexpr int looks = 512;
     for (int look = 0; look < looks; ++look) {
         if (sem_trywait(&worker.mainprocess) == 0) return;
         sched_yield();

@@ -13,6 +13,7 @@
 #include <pthread.h>
 #include <semaphore.h>
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -74,6 +75,22 @@ inline bool is_large(std::size_t n) {
     return static_cast<std::int64_t>(n) > MIN_PARALLEL && processors > 1 && n >= processors;
 }
 inline bool hands_off(std::size_t n) { return is_large(n) && !handing_off; }
+
+// A hand-off takes tens of microseconds. Work that would take one thread no more than this, in seconds, stays on it.
+extern double shortest_work;
+
+// Whether work on n items, of which the first are done by `run(end)` as a trial, is worth a hand-off. Work that is
+// split into very small parts is not tried.
+template <class Run>
+bool is_worth_it(std::size_t n, const Run& run) {
+    constexpr std::size_t trial = 1000;
+    if (n <= trial || LOWER(static_cast<std::uint32_t>(n), processors, 1) < trial) return true;
+    using Clock = std::chrono::steady_clock;
+    const auto begin = Clock::now();
+    run(trial);
+    const std::chrono::duration<double> taken = Clock::now() - begin;
+    return taken.count() * static_cast<double>(n / trial) > shortest_work;
+}
 
 // Runs the kernel on all threads, and comes back with what it says on the main one. Where that raises, the workers are
 // collected first. Nothing must be under way.

@@ -15,6 +15,7 @@ class Threads {
 public:
     explicit Threads(std::uint32_t threads = 1) {
         static const Pool pool;
+        shortest_work = 0;
         use(threads, 0);
     }
     ~Threads() { use(1, 0); }

@@ -58,7 +58,9 @@ Computed filled(Owner& result, std::size_t n, std::uint16_t form, WriterAt write
     Owner values;
     values.record.data_pointer = allocate_packed(head_of<Value>(n, form), n);
     const Run<Value, WriterAt> run{static_cast<Value*>(values.record.data_pointer), writer_at};
-    const bool is_kept = packing && n > 1, is_posted = is_kept && hands_off(n);
+    const bool is_kept = packing && n > 1, is_posted = is_kept && hands_off(n) && is_worth_it(n, [&](std::size_t end) {
+                                                           run.write({0, end});
+                                                       });
     if (is_posted) {
         static std::optional<Run<Value, WriterAt>> posted;  // it stays as long as the hand-off is in flight
         posted.emplace(run);

@@ -71,14 +71,14 @@ inline constexpr bool is_either<const Either<Usual, Other>> = true;
 struct Setting {
     Site site;
     double tolerance = 0;            // that of comparisons, for rules that are made from a Setting
-    std::int64_t* stream = nullptr;  // the thread's stream of chance, likewise
+    std::int64_t* stream = nullptr;  // the thread's stream of chance, for rules that draw
     bool probable = false;           // the operand of a monadic verb depends on chance
     bool* drew = nullptr;            // set by a rule where chance decided
 
     // For a thread that takes part in the work.
     Setting on_this_thread(bool& decided) const {
         Setting own = *this;
-        own.stream = &prngs_seed;
+        if (stream != nullptr) own.stream = &prngs_seed;
         own.drew = &decided;
         return own;
     }

@@ -90,16 +90,18 @@ extern std::atomic<bool> chance_decided;
 template <class Run>
 struct PostedLoop {
     BoundLoop<Run> loop;
-    std::size_t done = 0;  // by the main thread
+    std::size_t done;  // by the main thread, from the first item on
 
     static bool run_stretch(void* posted, std::uint32_t thread) {
         BoundLoop<Run> own = static_cast<PostedLoop*>(posted)->loop;
         bool drew = false;
         own.run.setting = own.run.setting.on_this_thread(drew);
-        const Stretch stretch = stretch_of(thread);
+        Stretch stretch = stretch_of(thread);
+        std::size_t& done_before = static_cast<PostedLoop*>(posted)->done;
+        if (thread == 0) stretch.first = done_before;
         const std::size_t done = own.over(stretch);
         if (drew) chance_decided.store(true, std::memory_order_relaxed);
-        if (thread == 0) static_cast<PostedLoop*>(posted)->done = done;
+        if (thread == 0) done_before += done;
         return done == stretch.items();
     }
 };
@@ -113,13 +115,20 @@ struct Done {
 template <class Run>
 Done over_all(const BoundLoop<Run>& loop, std::size_t n, bool may_leave) {
     if (!hands_off(n)) return {loop.over({0, n})};
+    const Setting& setting = loop.run.setting;
+    std::size_t done = 0;
+    if (setting.stream == nullptr) {  // who draws must not depend on time
+        std::size_t tried = 0;
+        const bool is_worth = is_worth_it(n, [&](std::size_t end) { done = loop.over({0, tried = end}); });
+        if (done < tried) return {done};
+        if (!is_worth) return {done + loop.over({done, n})};
+    }
     static std::optional<PostedLoop<Run>> posted;
-    posted.emplace(loop);
+    posted.emplace(loop, done);
     chance_decided = false;
     const bool complete = post(PostedLoop<Run>::run_stretch, &*posted, n);
     if (complete && may_leave) return {n, true};
     const bool all = collect() && complete;
-    const Setting& setting = loop.run.setting;
     raise_failure(setting.site);
     if (chance_decided && setting.drew != nullptr) *setting.drew = true;
     return {all ? n : posted->done};

@@ -105,7 +105,9 @@ bool scalar(const MonadicVerb& verb, DataElement& value, const Setting& setting)
 }  // namespace
 
 void monadic(const MonadicVerb& verb, DataElement*& sp, DataElement* cell) {
-    const Setting setting{.site = {sp, cell}, .tolerance = verb.takes_setting ? tolerance() : 0, .stream = &prngs_seed};
+    const Setting setting{.site = {sp, cell},
+                          .tolerance = verb.takes_setting ? tolerance() : 0,
+                          .stream = verb.draws ? &prngs_seed : nullptr};
     if (scalar(verb, *sp, setting)) return;
     if (is_large(sp->elements)) wait_for_coprocessors();
     const auto [result, is_posted] = compute(verb, *sp, Freedom::may_leave, setting);

@@ -40,6 +40,7 @@ struct MonadicKinds {
 
 struct MonadicVerb {
     bool by_chance = false;      // whatever comes out depends on chance
+    bool draws = false;          // the rule may
     bool takes_setting = false;  // the rule is made from a Setting
     MonadicKinds of_truths{};    // with a loop if the operand can be truths in bytes, and the results then too
     std::array<MonadicKinds, kinds> kinds_of{};
@@ -157,7 +158,8 @@ constexpr MonadicKinds kinds_of_item() {
 template <class Rule>
 constexpr MonadicVerb make_monadic() {
     constexpr bool by_chance = requires { Rule::by_chance; };
-    MonadicVerb verb{by_chance, std::is_constructible_v<Rule, const Setting&>, {}, {}};
+    constexpr bool draws = requires(const Rule& rule) { rule.stream; };
+    MonadicVerb verb{by_chance, draws, std::is_constructible_v<Rule, const Setting&>, {}, {}};
     if constexpr (requires { Rule::of_truth(true); })
         verb.of_truths.loops[0] = {tag::integer, 1, true, truth_loop<Rule>};
     [&]<std::size_t... kind>(std::index_sequence<kind...>) {
