@@ -229,6 +229,11 @@ void put_value(void* block, std::size_t i, const DataElement& item) {
 
 }  // namespace
 
+void store_items(void* target, std::size_t at, const void* source, std::size_t n) {
+    if (is_packed(source)) return copy_items(target, at, source, 0, n);
+    for (std::size_t i = 0; i < n; ++i) put_value(target, at + i, static_cast<const DataElement*>(source)[i]);
+}
+
 void* packed_items(const void* block, std::size_t n) {
     if (!packing || is_packed(block)) return nullptr;
     const auto* const items = static_cast<const DataElement*>(block);

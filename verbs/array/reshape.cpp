@@ -8,7 +8,7 @@
 #include <utility>
 #include <vector>
 
-#include "data/blocks.h"
+#include "data/moving.h"
 #include "numbers/kinds.h"
 #include "numbers/polar.h"
 
@@ -87,15 +87,6 @@ void* cycled(const DataElement& data, std::size_t m, std::size_t n) {
     return std::exchange(values.record.data_pointer, nullptr);
 }
 
-// Drops the value's hold on its items, and takes over the block in their place.
-void exchange_items(DataElement& data, void* block, std::uint32_t n) {
-    DataElement old = data;
-    old.shape_pointer = nullptr;
-    dereferencepoint(old);
-    data.data_pointer = block;
-    set_elements(data, n);
-}
-
 int reshaping_error(DataElement& data, const DataElement& shape, std::vector<std::int64_t>& dimensions) {
     if (shape.rank > 1) return bad_rank;
     if (shape.rank < 0) return not_a_count;
@@ -123,7 +114,7 @@ int reshape(DataElement& data, DataElement& shape, Site site) {
     const std::uint32_t m = data.elements;
     if (shape.type & ISEMPTY) {  // asks for nothing but a block of its own
         if (data.rank >= 0 && data.data_pointer != nullptr && !sole_holder(data.data_pointer))
-            exchange_items(data, cycled(data, m, m), m);
+            replace_items(data, cycled(data, m, m), m);
         dereferencepoint(shape);
         return 0;
     }
@@ -131,7 +122,7 @@ int reshape(DataElement& data, DataElement& shape, Site site) {
     Owner reshaped;
     reshaped.record.shape_pointer = allocate_shape(dimensions.size());
     std::ranges::copy(dimensions, reshaped.record.shape_pointer);
-    if (n != m) exchange_items(data, n == 0 ? nullptr : cycled(data, m, n), n);
+    if (n != m) replace_items(data, n == 0 ? nullptr : cycled(data, m, n), n);
 
     std::swap(data.shape_pointer, reshaped.record.shape_pointer);
     data.rank = static_cast<std::int32_t>(dimensions.size());

@@ -1,0 +1,86 @@
+#include "data/moving.h"
+
+#include <algorithm>
+
+namespace ondrel {
+
+void replace_items(DataElement& record, void* block, std::uint32_t n) {
+    DataElement old = record;
+    old.shape_pointer = nullptr;
+    dereferencepoint(old);
+    record.data_pointer = block;
+    set_elements(record, n);
+}
+
+void* copied_items(const void* block, std::size_t from, std::size_t n) {
+    if (n == 0) return nullptr;
+    if (n == 1) {
+        ItemsOwner one(1);
+        *one.items = own_item(item_at(block, from));
+        one.filled = 1;
+        return one.take();
+    }
+    return gathered(block, n, [&](const auto* source, auto* target) { std::copy_n(source + from, n, target); });
+}
+
+void keep_first(DataElement& record, std::uint32_t n) {
+    void* const block = record.data_pointer;
+    const bool packed = is_packed(block), worth_keeping = n >= record.elements / 2 && !(packed && n == 1);
+    if (!sole_holder(block) || !worth_keeping) return replace_items(record, copied_items(block, 0, n), n);
+    if (!packed) dereferencedataelems(items_of(record) + n, record.elements - n);
+    set_elements(record, n);
+}
+
+namespace {
+
+// The head of the block that all items of both values could lie in; 0 if there is none but an item block.
+std::uint64_t common_head(const DataElement& left, const DataElement& right) {
+    const auto head_of = [](const DataElement& value) {
+        const std::uint64_t head = header(value.data_pointer).head;
+        if (head != 0 || value.elements > 1) return head;
+        const std::uint64_t item = items_of(value)->head;  // a single one
+        const bool bare = head_tag(item) >= tag::ascii && head_tag(item) <= tag::octonion &&
+                          head_tag(item) != tag::unicode && !(head_marks(item) & mark::named);
+        return bare ? item : 0;
+    };
+    const std::uint64_t l = head_of(left), r = head_of(right);
+    return packing && l == r ? l : 0;
+}
+
+}  // namespace
+
+void* joined_items(DataElement& left, DataElement& right) {
+    const std::size_t l = left.elements, r = right.elements, n = l + r;
+    const std::uint64_t head = common_head(left, right);
+    const std::size_t width = item_width(head);
+    if (head != 0) {
+        void* block;
+        if (is_packed(left.data_pointer) && sole_holder(left.data_pointer)) {
+            block = left.data_pointer = Reallocate(left.data_pointer, n * width);
+        } else {
+            block = allocate_packed(head, n);
+            store_items(block, 0, left.data_pointer, l);
+        }
+        store_items(block, l, right.data_pointer, r);
+        if (block == left.data_pointer) left.data_pointer = nullptr;
+        return block;
+    }
+    Owner others;  // copies of the items on the right
+    others.record.data_pointer = unpack(right.data_pointer, r);
+    others.record.rank = 1;
+    others.record.elements = right.elements;
+    DataElement* block;
+    if (!is_packed(left.data_pointer) && sole_holder(left.data_pointer)) {
+        block = static_cast<DataElement*>(Reallocate(left.data_pointer, n * sizeof(DataElement)));
+        left.data_pointer = nullptr;
+    } else {
+        ItemsOwner own(n);
+        for (; own.filled < l; ++own.filled) own.items[own.filled] = own_item(item_at(left.data_pointer, own.filled));
+        block = own.take();
+    }
+    std::copy_n(items_of(others.record), r, block + l);
+    others.record.elements = 0;  // they have moved
+    return block;
+}
+
+}  // namespace ondrel
