@@ -15,8 +15,11 @@
 #include "core/results.h"
 #include "core/soundness.h"
 #include "core/stack_verbs.h"
+#include "verbs/array/cells.h"
 #include "verbs/array/interval.h"
 #include "verbs/array/reshape.h"
+#include "verbs/array/selection.h"
+#include "verbs/array/shapes.h"
 #include "verbs/scalar/dyadic.h"
 #include "verbs/scalar/monadic.h"
 

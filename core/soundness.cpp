@@ -50,6 +50,7 @@ void check_shape(const DataElement& value) {
     for (const std::int64_t dimension : std::span(value.shape_pointer, static_cast<std::size_t>(value.rank)))
         product *= static_cast<std::uint64_t>(dimension);
     if (product != value.elements) broken("product of the shape", value);
+    if (value.type == ISEMPTY && value.rank == 1) return;  // the shape of a scalar
     if (!(value.type & ISSCALAR) && !(value.type & (value.rank == 1 ? ISVECTOR : ISARRAY))) broken("rank bits", value);
     if ((value.elements == 1) != ((value.type & SHAPE_BITS) != 0)) broken("one element", value);
 }

@@ -48,10 +48,21 @@ Extent extent_of(const DataElement& value) {
 }
 
 bool is_dyadic(Instruction instruction) { return row(instruction).type == dyadic_class; }
-bool counts_result(Instruction instruction) {
+// Verbs that move items and compute none.
+bool moves_items(Instruction instruction) {
     using enum Instruction;
-    return row(instruction).type == monadic_class || is_dyadic(instruction) || instruction == RESHAPE ||
-           instruction == DEAL || instruction == INTERVAL;
+    constexpr std::array movers{RESHAPE,  DEAL,      RAVEL,    ENCLOSE,   DISCLOSE,        FIRST,
+                                REST,     SHAPE,     RANK,     DEPTH,     MIRROR,          REVERSE,
+                                CATENATE, TRANSPOSE, COMPRESS, REPLICATE, COMPRESSLASTAXIS};
+    return std::ranges::find(movers, instruction) != movers.end();
+}
+bool counts_result(Instruction instruction) {
+    return scalar_operands(static_cast<std::uint16_t>(instruction)) > 0 || instruction == Instruction::INTERVAL ||
+           moves_items(instruction);
+}
+// What a mask leaves out has been looked at too.
+bool counts_masked(Instruction instruction) {
+    return instruction == Instruction::COMPRESS || instruction == Instruction::COMPRESSLASTAXIS;
 }
 
 // What a verb computes for an item, by the highest kind of number that it works on, as its plain formula has it.
@@ -77,10 +88,8 @@ Flops flops_of(Instruction instruction) {
         case ISBINARY:
         case ISNUMBER:
         case ISPOLAR:
-        case ISCARTESIAN:
-        case RESHAPE:
-        case DEAL: return {0, 0, 0, 0};
-        default: return {1, 2, 4, 8};
+        case ISCARTESIAN: return {0, 0, 0, 0};
+        default: return moves_items(instruction) ? Flops{0, 0, 0, 0} : Flops{1, 2, 4, 8};
     }
 }
 
@@ -173,12 +182,14 @@ AccountedInstruction::AccountedInstruction(const Activation& activation)
     // An empty operand gives way to the other, and nothing is computed.
     counts_items = std::ranges::none_of(found, [](const DataElement& operand) { return operand.type & ISEMPTY; });
     if (!counts_items) return;
+    if (counts_masked(instruction) && activation.sp > activation.argument_floor)
+        masked_items = extent_of(activation.sp[-1]).items;
     for (const DataElement& operand : found) operands |= extent_of(operand).kinds;
 }
 
 void AccountedInstruction::finish(const DataElement* top) {
     if (counts_items) {
-        const double items = extent_of(*top).items;
+        const double items = counts_masked(instruction) ? masked_items : extent_of(*top).items;
         operations += items;
         flopos = is_dyadic(instruction) + items * flops_an_item(instruction, operands);
         share_flops(flopos);

@@ -56,6 +56,7 @@ public:
 private:
     Instruction instruction;
     bool counts_items = false;   // of its result
+    double masked_items = 0;     // of what a mask is applied to
     std::uint32_t operands = 0;  // the kinds of item that it works on
 };
 

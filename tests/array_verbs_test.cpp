@@ -1,0 +1,285 @@
+// The verbs on whole arrays, held against plain ones written here: on values of every kind and rank, packed and as
+// items, alone and shared. An operand that someone else holds stays what it was, and so do those of an error.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <functional>
+#include <numeric>
+#include <optional>
+
+#include "core/stack.h"
+#include "tests/variation.h"
+#include "verbs/array/cells.h"
+#include "verbs/array/selection.h"
+#include "verbs/array/shapes.h"
+
+namespace ondrel {
+namespace {
+
+using Shape = std::vector<std::int64_t>;
+
+std::size_t product(const Shape& shape) {
+    return static_cast<std::size_t>(std::accumulate(shape.begin(), shape.end(), std::int64_t{1}, std::multiplies<>{}));
+}
+
+// ---- the plain verbs; nothing where the verb refuses
+
+using Plain = std::optional<Value>;
+
+Value with_items(Shape shape, const Value& value, const std::vector<std::size_t>& places) {
+    Value made{std::move(shape), {}};
+    for (const std::size_t place : places) made.items.push_back(value.items[place]);
+    return made;
+}
+
+std::vector<std::size_t> counting(std::size_t from, std::size_t to) {
+    std::vector<std::size_t> places(to - from);
+    std::iota(places.begin(), places.end(), from);
+    return places;
+}
+
+Plain plain_ravel(const Value& value) { return Value{{static_cast<std::int64_t>(value.items.size())}, value.items}; }
+
+Plain plain_reverse(const Value& value) {
+    Value turned = value;
+    std::ranges::reverse(turned.items);
+    return turned;
+}
+
+Plain plain_transpose(const Value& value) {
+    if (value.items.empty()) return value;
+    Shape shape = value.shape;
+    std::ranges::reverse(shape);
+    std::vector<std::size_t> places;
+    for (std::size_t i = 0; i < value.items.size(); ++i) {
+        std::size_t rest = i, place = 0, after = value.items.size();
+        for (const std::int64_t extent : shape) {
+            after /= static_cast<std::size_t>(extent);
+            place += rest % static_cast<std::size_t>(extent) * after;
+            rest /= static_cast<std::size_t>(extent);
+        }
+        places.push_back(place);
+    }
+    return with_items(shape, value, places);
+}
+
+Item prototype(const Value& value) { return !value.items.empty() ? value.items[0] : integer(0); }
+
+Plain plain_first(const Value& value) {
+    if (value.shape.size() < 2 || value.items.empty()) return Value{{}, {prototype(value)}};
+    Shape shape = value.shape;
+    shape.pop_back();
+    return with_items(shape, value, counting(0, product(shape)));
+}
+
+Plain plain_first_item(const Value& value) {
+    const Item item = prototype(value);
+    if (!value.shape.empty() && item.tag == tag::subarray) return *item.nested;
+    return Value{{}, {item}};
+}
+
+Plain plain_rest(const Value& value) {
+    const std::size_t cells = value.shape.empty() ? 1 : static_cast<std::size_t>(value.shape.back());
+    if (value.items.size() < 2 || cells < 2) return Value{Shape(std::max<std::size_t>(value.shape.size(), 1), 0), {}};
+    Shape shape = value.shape;
+    --shape.back();
+    return with_items(shape, value, counting(value.items.size() / cells, value.items.size()));
+}
+
+Plain plain_rest_less(const Value& value) {
+    Plain rest = plain_rest(value);
+    if (rest->items.empty()) return Value{{0}, {}};
+    if (rest->shape.back() == 1) rest->shape.pop_back();
+    return rest;
+}
+
+Plain plain_shape(const Value& value) {
+    Value shape{{static_cast<std::int64_t>(value.shape.size())}, {}};
+    for (const std::int64_t extent : value.shape) shape.items.push_back(integer(extent));
+    return shape;
+}
+
+// ---- the operands
+
+// A value of each shape, the items of the group in turn.
+std::vector<Value> values_of(const Group& group) {
+    const Shape shapes[]{{},     {1},    {2},    {7},    {40},     {0},       {1, 1},
+                         {3, 2}, {2, 1}, {1, 4}, {0, 3}, {33, 35}, {2, 3, 4}, {3, 1, 2, 2}};
+    std::vector<Value> values;
+    for (const Shape& shape : shapes) {
+        Value value{shape, {}};
+        for (std::size_t i = 0; i < product(shape); ++i) value.items.push_back(group[i % group.size()]);
+        values.push_back(value);
+    }
+    return values;
+}
+
+// The groups of the palette, numbers with nests among them, and all kinds together.
+std::vector<Group> groups() {
+    std::vector<Group> all = small_palette();
+    const Group first = all[0], last = all.back();
+    all.push_back({first[0], last[1], integer(3), subarray(vector_value({first[1], last[0]})), real(0.5)});
+    all.push_back({subarray(scalar_value(first[0])), subarray({{2, 1}, {last[0], integer(7)}})});
+    return all;
+}
+
+using Run = void (*)(DataElement*& sp, DataElement* cell);
+
+DataElement* cell_with(std::uint16_t modifier) {
+    static DataElement cell;
+    cell = *instruction_cell();
+    cell.modifier = modifier;
+    return &cell;
+}
+
+struct Monadic {
+    const char* name;
+    Run run;
+    Plain (*plain)(const Value& value);
+    std::uint16_t modifier = 0;
+};
+constexpr Monadic monadic_verbs[]{
+    {"RAVEL", ravel, plain_ravel},
+    {"REVERSE", reverse, plain_reverse},
+    {"TRANSPOSE", transpose, plain_transpose},
+    {"FIRST", first, plain_first},
+    {"FIRSTONE", first, plain_first_item, 93},
+    {"REST", rest, plain_rest},
+    {"RREST", rest, plain_rest_less, 196},
+    {"SHAPE", shape, plain_shape},
+};
+
+constexpr Holding holdings[]{plain, plain_shared, packed, packed_shared};
+
+TEST(ArrayVerbs, OfOneValue) {
+    instruction_cell();
+    for (const Monadic& verb : monadic_verbs)
+        for (const Group& group : groups())
+            for (const Value& value : values_of(group))
+                for (const Holding holding : holdings) {
+                    SCOPED_TRACE(std::string(verb.name) + " of " + describe(value) + describe_holding(holding));
+                    const std::int64_t blocks = blocks_out();
+                    DataElement* sp = stack + 1;
+                    *sp = build(value, holding.layout);
+                    Operand operand(value, *sp, holding.shared);
+                    EXPECT_EQ(error_of([&] { verb.run(sp, cell_with(verb.modifier)); }), 0);
+                    // Characters have a prototype of their own, and the shape of a scalar a type.
+                    const bool is_told = !(value.items.empty() && group[0].tag == tag::ascii && verb.run == first) &&
+                                         !(value.shape.empty() && verb.run == shape);
+                    if (is_told) {
+                        const Value result = read(*sp);
+                        EXPECT_TRUE(identical(result, *verb.plain(value))) << describe(result);
+                    }
+                    dereferencepoint(*sp);
+                    operand.check();
+                    EXPECT_EQ(blocks_out(), blocks) << "blocks not given back";
+                    if (enough_failures()) return;
+                }
+}
+
+// ---- two operands
+
+Plain plain_catenate(const Value& left, const Value& right) {
+    if (left.shape.size() > 1 || right.shape.size() > 1) return {};
+    if (left.items.empty()) return right;
+    if (right.items.empty()) return left;
+    Value joined = left;
+    joined.items.insert(joined.items.end(), right.items.begin(), right.items.end());
+    joined.shape = {static_cast<std::int64_t>(joined.items.size())};
+    return joined;
+}
+
+// The axis that the mask goes along, by the number of neighbours that stay together.
+Plain plain_compress(const Value& value, const Value& mask, bool cells) {
+    for (const Item& item : mask.items)
+        if (item.tag != tag::integer) return {};
+    if (mask.shape.size() > 1 || mask.items.empty()) return {};
+    if (mask.items.size() == 1) return mask.items[0].integer > 0 ? value : Value{{0}, {}};
+    if (value.shape.empty()) return {};
+    const std::size_t axis = cells ? value.shape.size() - 1 : 0;
+    if (value.shape[axis] != static_cast<std::int64_t>(mask.items.size())) return {};
+    std::vector<std::size_t> places;
+    const std::size_t together = cells ? value.items.size() / mask.items.size() : 1;
+    for (std::size_t i = 0; i < value.items.size(); ++i)
+        if (mask.items[i / std::max<std::size_t>(together, 1) % mask.items.size()].integer > 0) places.push_back(i);
+    Shape shape = value.shape;
+    shape[axis] = std::ranges::count_if(mask.items, [](const Item& item) { return item.integer > 0; });
+    return with_items(shape, value, places);
+}
+
+struct Dyadic {
+    const char* name;
+    Run run;
+    std::function<Plain(const Value&, const Value&)> plain;
+};
+
+void check(const Dyadic& verb, const Value& left, const Value& right, Holding of_left, Holding of_right) {
+    SCOPED_TRACE(describe(left) + describe_holding(of_left) + " " + describe(right) + describe_holding(of_right) + " " +
+                 verb.name);
+    const std::int64_t blocks = blocks_out();
+    DataElement* sp = stack + 2;
+    sp[-1] = build(left, of_left.layout);
+    sp[0] = build(right, of_right.layout);
+    Operand left_operand(left, sp[-1], of_left.shared), right_operand(right, sp[0], of_right.shared);
+    const int error = error_of([&] { verb.run(sp, cell_with(0)); });
+    const Plain expected = verb.plain(left, right);
+    EXPECT_EQ(error == 0, expected.has_value()) << error;
+    if (error == 0) {
+        ASSERT_EQ(sp, stack + 1);
+        const Value result = read(*sp);
+        if (expected.has_value()) {
+            EXPECT_TRUE(identical(result, *expected)) << describe(result);
+        }
+    } else {
+        EXPECT_TRUE(identical(read(sp[-1]), left)) << "the error left " << describe(read(sp[-1]));
+        EXPECT_TRUE(identical(read(*sp), right)) << "the error left " << describe(read(*sp));
+    }
+    while (sp > stack) dereferencepoint(*sp--);
+    left_operand.check();
+    right_operand.check();
+    EXPECT_EQ(blocks_out(), blocks) << "blocks not given back";
+}
+
+TEST(ArrayVerbs, OfTwoValues) {
+    instruction_cell();
+    const Dyadic catenated{"CATENATE", catenate, plain_catenate};
+    const Dyadic masked[]{
+        {"COMPRESS", compress, [](const Value& l, const Value& r) { return plain_compress(l, r, false); }},
+        {"COMPRESSLASTAXIS", compress_cells,
+         [](const Value& l, const Value& r) { return plain_compress(l, r, true); }}};
+    std::vector<Value> masks{scalar_value(integer(2)),
+                             scalar_value(integer(-1)),
+                             vector_value({integer(0)}),
+                             scalar_value(real(1)),
+                             {{2, 2}, {integer(1), integer(1), integer(0), integer(1)}},
+                             Value{{0}, {}}};
+    for (const std::int64_t n : {1, 2, 3, 4, 7, 33, 35, 40})
+        for (const int keeps : {0, 1, 2, 3}) {
+            Value mask{{n}, {}};
+            for (std::int64_t i = 0; i < n; ++i)
+                mask.items.push_back(integer(keeps == 0   ? -i
+                                             : keeps == 1 ? 9
+                                                          : (i * i) % keeps,
+                                             keeps == 2 && n > 7 ? form::boolean : form::number));
+            masks.push_back(mask);
+        }
+    std::size_t turn = 0;
+    const std::vector<Group> all = groups();
+    for (const Group& group : all)
+        for (const Value& value : values_of(group)) {
+            for (const Dyadic& verb : masked)
+                for (const Value& mask : masks) {
+                    ++turn;
+                    check(verb, value, mask, holdings[turn % 4], holdings[turn / 4 % 4]);
+                }
+            for (const Group& others : {group, all[turn % all.size()]})
+                for (const Value& other : values_of(others)) {
+                    ++turn;
+                    check(catenated, value, other, holdings[turn % 4], holdings[turn / 4 % 4]);
+                }
+            if (enough_failures()) return;
+        }
+}
+
+}  // namespace
+}  // namespace ondrel
