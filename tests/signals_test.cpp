@@ -143,6 +143,9 @@ TEST(Signals, AnInterruptTakesTheTopAndNoMore) {
 }
 
 TEST(Signals, TheThirdFaultEndsTheProcess) {
+#if defined(__SANITIZE_THREAD__)
+    GTEST_SKIP() << "the sanitizer keeps a fault back that is sent while the program waits";
+#endif
     Process process({});
     ASSERT_TRUE(process.wait_for("Ondrel [0]> "));
     process.send("'kept' .\n");
@@ -165,6 +168,9 @@ TEST(Signals, TheThirdFaultEndsTheProcess) {
 }
 
 TEST(Signals, TwoFaultsAreSurvived) {
+#if defined(__SANITIZE_THREAD__)
+    GTEST_SKIP() << "the sanitizer keeps a fault back that is sent while the program waits";
+#endif
     Process process({});
     process.send("'kept' .\n");
     ASSERT_TRUE(process.wait_for("Ondrel [1]> "));
