@@ -17,7 +17,7 @@ namespace ondrel {
 
 inline constexpr unsigned smallest_class = 3, classes = 64;
 // The first free block of each class, of this thread.
-extern constinit thread_local void* buckets[classes] __attribute__((tls_model("local-exec")));
+extern constinit thread_local void* buckets[classes];
 
 constexpr std::size_t class_bytes(unsigned k) { return std::size_t{1} << k; }
 
