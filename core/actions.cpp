@@ -17,6 +17,7 @@
 #include "core/stack_verbs.h"
 #include "verbs/array/cells.h"
 #include "verbs/array/interval.h"
+#include "verbs/array/nests.h"
 #include "verbs/array/reshape.h"
 #include "verbs/array/selection.h"
 #include "verbs/array/shapes.h"

@@ -35,7 +35,7 @@ constexpr std::size_t page = 4096;
 constexpr std::size_t line = 64, lead = 24;
 constexpr std::size_t huge = std::size_t{1} << 22;
 
-std::mutex mp;  // held around all below, where several threads can be at it
+std::mutex mp;         // held around all below, where several threads can be at it
 void* spare[classes];  // free blocks that any thread may take while memory is shared
 
 std::byte* pre_brk;

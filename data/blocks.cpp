@@ -202,10 +202,9 @@ namespace {
 
 // The head that a packed block of these items would have, or 0 if they do not qualify.
 std::uint64_t common_head(const DataElement* items, std::size_t n) {
-    const std::uint64_t head = items[0].head;
-    const std::uint32_t tag = head_tag(head);
-    if (tag < tag::ascii || tag > tag::octonion || tag == tag::unicode || (head_marks(head) & mark::named)) return 0;
-    if (!std::all_of(items, items + n, [head](const DataElement& item) { return item.head == head; })) return 0;
+    const std::uint64_t head = bare_head(items[0]);
+    if (head == 0 || !std::all_of(items, items + n, [head](const DataElement& item) { return item.head == head; }))
+        return 0;
     const auto one = static_cast<std::int64_t>(word_of_one(head));
     const auto is_truth = [one](const DataElement& item) { return item.integer == 0 || item.integer == one; };
     return byte_head(head) != 0 && std::all_of(items, items + n, is_truth) ? byte_head(head) : head;

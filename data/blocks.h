@@ -198,8 +198,15 @@ DataElement own_item(const DataElement& item);
 // Copies items [from, from + n) of `source` to `target` at `at`, taking references; both blocks of one layout.
 void copy_items(void* target, std::size_t at, const void* source, std::size_t from, std::size_t n);
 
-// Copies the values of the first n items of a block of any layout, which all have the head of the packed `target` and no
-// block of their own but for octonions' values, to `target` at `at`.
+// The head of an item that could lie in a packed block as a bare value, else 0.
+constexpr std::uint64_t bare_head(const DataElement& item) {
+    const bool bare =
+        item.tag >= tag::ascii && item.tag <= tag::octonion && item.tag != tag::unicode && !(item.marks & mark::named);
+    return bare ? item.head : 0;
+}
+
+// Copies the values of the first n items of a block of any layout, which all have the head of the packed `target` and
+// no block of their own but for octonions' values, to `target` at `at`.
 void store_items(void* target, std::size_t at, const void* source, std::size_t n);
 
 // An item block with copies of the first n items of a block of any layout.

@@ -38,10 +38,7 @@ std::uint64_t common_head(const DataElement& left, const DataElement& right) {
     const auto head_of = [](const DataElement& value) {
         const std::uint64_t head = header(value.data_pointer).head;
         if (head != 0 || value.elements > 1) return head;
-        const std::uint64_t item = items_of(value)->head;  // a single one
-        const bool bare = head_tag(item) >= tag::ascii && head_tag(item) <= tag::octonion &&
-                          head_tag(item) != tag::unicode && !(head_marks(item) & mark::named);
-        return bare ? item : 0;
+        return bare_head(*items_of(value));
     };
     const std::uint64_t l = head_of(left), r = head_of(right);
     return packing && l == r ? l : 0;

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cmath>
 #include <functional>
 #include <numeric>
 #include <optional>
@@ -10,6 +11,7 @@
 #include "core/stack.h"
 #include "tests/variation.h"
 #include "verbs/array/cells.h"
+#include "verbs/array/nests.h"
 #include "verbs/array/selection.h"
 #include "verbs/array/shapes.h"
 
@@ -39,6 +41,22 @@ std::vector<std::size_t> counting(std::size_t from, std::size_t to) {
 }
 
 Plain plain_ravel(const Value& value) { return Value{{static_cast<std::int64_t>(value.items.size())}, value.items}; }
+
+void add_leaves(std::vector<Item>& leaves, const Value& value) {
+    for (const Item& item : value.items) {
+        if (item.tag == tag::subarray)
+            add_leaves(leaves, *item.nested);
+        else
+            leaves.push_back(item);
+    }
+}
+
+Plain plain_enlist(const Value& value) {
+    Value leaves;
+    add_leaves(leaves.items, value);
+    leaves.shape = {static_cast<std::int64_t>(leaves.items.size())};
+    return leaves;
+}
 
 Plain plain_reverse(const Value& value) {
     Value turned = value;
@@ -120,6 +138,8 @@ std::vector<Group> groups() {
     const Group first = all[0], last = all.back();
     all.push_back({first[0], last[1], integer(3), subarray(vector_value({first[1], last[0]})), real(0.5)});
     all.push_back({subarray(scalar_value(first[0])), subarray({{2, 1}, {last[0], integer(7)}})});
+    all.push_back({subarray(vector_value({integer(1), integer(2)})), subarray(vector_value({integer(3), integer(4)}))});
+    all.push_back({subarray(Value{{0}, {}}), subarray(vector_value({subarray(Value{{0}, {}}), integer(5)})), real(6)});
     return all;
 }
 
@@ -139,13 +159,10 @@ struct Monadic {
     std::uint16_t modifier = 0;
 };
 constexpr Monadic monadic_verbs[]{
-    {"RAVEL", ravel, plain_ravel},
-    {"REVERSE", reverse, plain_reverse},
-    {"TRANSPOSE", transpose, plain_transpose},
-    {"FIRST", first, plain_first},
-    {"FIRSTONE", first, plain_first_item, 93},
-    {"REST", rest, plain_rest},
-    {"RREST", rest, plain_rest_less, 196},
+    {"RAVEL", ravel, plain_ravel},       {"ENLIST", enlist, plain_enlist},
+    {"REVERSE", reverse, plain_reverse}, {"TRANSPOSE", transpose, plain_transpose},
+    {"FIRST", first, plain_first},       {"FIRSTONE", first, plain_first_item, 93},
+    {"REST", rest, plain_rest},          {"RREST", rest, plain_rest_less, 196},
     {"SHAPE", shape, plain_shape},
 };
 
@@ -238,6 +255,50 @@ void check(const Dyadic& verb, const Value& left, const Value& right, Holding of
     left_operand.check();
     right_operand.check();
     EXPECT_EQ(blocks_out(), blocks) << "blocks not given back";
+}
+
+// Degrees worked out by hand: two points an item, one for its kind and one for its value, and one each for depth, rank
+// and every dimension.
+TEST(ArrayVerbs, MatchGivesDegreesOfLikeness) {
+    instruction_cell();
+    const Value flat = vector_value({integer(1), real(2), character('x')}), empty{{0}, {}};
+    const Value nest = vector_value({integer(1), subarray(flat)}), other = vector_value({integer(2), subarray(flat)});
+    const Value octonion = scalar_value(hypercomplex({1, 2, 3, 4, 5, 6, 7, NAN}));
+    struct {
+        Value left, right;
+        double scored, most;
+        bool same;
+    } const cases[]{
+        {scalar_value(integer(1)), scalar_value(integer(2)), 3, 4, false},
+        {scalar_value(integer(1)), scalar_value(real(1)), 2, 4, false},
+        {empty, vector_value({integer(1), integer(2), integer(3)}), 2, 9, false},
+        {flat, flat, 9, 9, true},
+        {empty, empty, 3, 3, true},
+        {octonion, octonion, 4, 4, true},
+        {scalar_value(real(0.0)), scalar_value(real(-0.0)), 4, 4, true},
+        {scalar_value(real(INFINITY)), scalar_value(real(-INFINITY)), 3, 4, false},
+        {nest, nest, 11, 11, true},
+        {nest, other, 10, 11, false},
+        {nest, vector_value({integer(1), integer(1)}), 4, 13, false},
+        {{{3, 2}, Value(plain_enlist(vector_value({subarray(flat), subarray(flat)})).value()).items},
+         {{2, 3}, Value(plain_enlist(vector_value({subarray(flat), subarray(flat)})).value()).items},
+         14,
+         16,
+         false},
+    };
+    for (const auto& [left, right, scored, most, same] : cases)
+        for (const Holding holding : {plain, packed})
+            for (const bool exact : {false, true}) {
+                SCOPED_TRACE(describe(left) + " MATCH " + describe(right) + describe_holding(holding));
+                DataElement* sp = stack + 2;
+                sp[-1] = build(left, holding.layout);
+                sp[0] = build(right, holding.layout);
+                EXPECT_EQ(error_of([&] { match(sp, cell_with(exact ? 258 : 0)); }), 0);
+                ASSERT_EQ(sp, stack + 1);
+                Item expected = exact ? integer(same, form::boolean) : degree(scored / most);
+                EXPECT_TRUE(identical(read(*sp), scalar_value(expected))) << describe(read(*sp));
+                dereferencepoint(*sp);
+            }
 }
 
 TEST(ArrayVerbs, OfTwoValues) {

@@ -60,7 +60,7 @@ void ravel(DataElement*& sp, DataElement* cell) {
     if (top.rank == 1) return;
     std::int64_t* const one_axis = vector_shape(top.elements);
     release(std::exchange(top.shape_pointer, one_axis));
-    if (top.rank == 0) top.depth = std::max<std::int16_t>(top.depth, 1);
+    if (top.rank == 0) top.depth = depth_of(top.data_pointer, 1);
     top.rank = 1;
     top.type = (top.type & ~RANK_BITS) | ISVECTOR | (top.elements == 1 ? ISONEELEMENT : 0);
 }

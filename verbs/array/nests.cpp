@@ -1,0 +1,190 @@
+#include "verbs/array/nests.h"
+
+#include <algorithm>
+#include <limits>
+#include <span>
+
+#include "data/errors.h"
+#include "data/moving.h"
+#include "verbs/array/shapes.h"
+
+namespace ondrel {
+namespace {
+
+constexpr int restriction = 994, too_big = 146;
+
+void need_value(const DataElement& record, Site site) {
+    if (record.rank < 0) raise(restriction, site);
+}
+
+// ---- ENLIST
+
+// What lies in a nest: how much, of which kinds, and the head that all of it shares as bare values, or 0.
+struct Leaves {
+    std::uint64_t count = 0;
+    std::uint32_t type = 0;
+    std::uint64_t head = 0;
+    bool is_uniform = packing;
+
+    void add(std::uint64_t of, std::uint64_t n) {
+        is_uniform = is_uniform && of != 0 && (count == 0 || of == head);
+        head = of;
+        count += n;
+    }
+};
+
+void enlist1(Leaves& leaves, const DataElement& value) {
+    leaves.type |= value.type;
+    if (value.elements == 0) return;
+    if (is_packed(value.data_pointer)) return leaves.add(header(value.data_pointer).head, value.elements);
+    for (const DataElement& item : std::span(items_of(value), value.elements)) {
+        if (item.tag == tag::subarray)
+            enlist1(leaves, *item.nested);
+        else
+            leaves.add(bare_head(item), 1);
+    }
+}
+
+// To a packed block: values; the position behind the last one.
+std::size_t enlist2(void* block, std::size_t at, const DataElement& value) {
+    if (value.elements == 0) return at;
+    if (is_packed(value.data_pointer)) {
+        store_items(block, at, value.data_pointer, value.elements);
+        return at + value.elements;
+    }
+    for (const DataElement& item : std::span(items_of(value), value.elements)) {
+        if (item.tag == tag::subarray)
+            at = enlist2(block, at, *item.nested);
+        else
+            store_items(block, at++, &item, 1);
+    }
+    return at;
+}
+
+// To a block of items, which hold what they point at.
+void enlist2(ItemsOwner& made, const DataElement& value) {
+    for (std::uint32_t i = 0; i < value.elements; ++i) {
+        const DataElement item = item_at(value.data_pointer, i);
+        if (item.tag == tag::subarray)
+            enlist2(made, *item.nested);
+        else
+            made.items[made.filled++] = own_item(item);
+    }
+}
+
+// ---- MATCH
+
+bool equal(double left, double right) { return left == right || (left != left && right != right); }
+
+// Two items of one tag, of no other than the kinds of number and character.
+bool equal(const DataElement& left, const DataElement& right) {
+    const auto equal_parts = [](const double* l, const double* r, std::size_t n) {
+        return std::equal(l, l + n, r, [](double a, double b) { return equal(a, b); });
+    };
+    switch (left.tag) {
+        case tag::ascii: return left.ascii == right.ascii;
+        case tag::unicode: return true;
+        case tag::integer: return left.integer == right.integer;
+        case tag::real: return equal(left.real, right.real);
+        case tag::complex: return equal_parts(left.complex, right.complex, 2);
+        case tag::quaternion: return equal_parts(left.quaternion, right.quaternion, 4);
+        case tag::octonion: return equal_parts(left.octonion, right.octonion, 8);
+        default: return false;
+    }
+}
+
+struct Points {
+    std::uint64_t most, scored;
+};
+
+constexpr std::uint32_t heed_every = 65536;
+
+Points match(const DataElement& left, const DataElement& right) {
+    Points points{2 * std::uint64_t{std::max(left.elements, right.elements)}, 0};
+    for (std::uint32_t i = 0; i < std::min(left.elements, right.elements); ++i) {
+        if (i % heed_every == heed_every - 1) heed_attention();
+        const DataElement l = item_at(left.data_pointer, i), r = item_at(right.data_pointer, i);
+        if (l.tag == tag::subarray && r.tag == tag::subarray) {
+            const Points inner = match(*l.nested, *r.nested);
+            points.most += inner.most - 2;
+            points.scored += inner.scored;
+        } else if (l.tag == tag::subarray || r.tag == tag::subarray) {
+            points.most += 2 * std::uint64_t{(l.tag == tag::subarray ? l : r).nested->elements};
+        } else if (l.tag == r.tag) {
+            points.scored += 1U + equal(l, r);
+        }
+    }
+    return points;
+}
+
+bool exactmatch(const DataElement& left, const DataElement& right) {
+    if (left.elements != right.elements) return false;
+    for (std::uint32_t i = 0; i < left.elements; ++i) {
+        if (i % heed_every == heed_every - 1) heed_attention();
+        const DataElement l = item_at(left.data_pointer, i), r = item_at(right.data_pointer, i);
+        if (l.tag != r.tag || !(l.tag == tag::subarray ? exactmatch(*l.nested, *r.nested) : equal(l, r))) return false;
+    }
+    return true;
+}
+
+std::span<const std::int64_t> dimensions(const DataElement& value) {
+    return {value.shape_pointer, static_cast<std::size_t>(value.rank)};
+}
+
+// Outline and items together: depth, rank and each dimension are a point each.
+double likeness(const DataElement& left, const DataElement& right) {
+    const Points items = match(left, right);
+    const std::int32_t shorter = std::min(left.rank, right.rank), longer = std::max(left.rank, right.rank);
+    std::uint64_t scored = items.scored + (left.depth == right.depth) + (left.rank == right.rank);
+    for (std::int32_t k = 0; k < shorter; ++k) scored += left.shape_pointer[k] == right.shape_pointer[k];
+    return static_cast<double>(scored) / static_cast<double>(items.most + static_cast<std::uint64_t>(longer) + 2);
+}
+
+bool same(const DataElement& left, const DataElement& right) {
+    return left.depth == right.depth && std::ranges::equal(dimensions(left), dimensions(right)) &&
+           exactmatch(left, right);
+}
+
+}  // namespace
+
+void enlist(DataElement*& sp, DataElement* cell) {
+    DataElement& top = *sp;
+    need_value(top, {sp, cell});
+    if (!(top.type & STRUCTURED)) return ravel(sp, cell);
+    Leaves leaves;
+    enlist1(leaves, top);
+    if (leaves.count > std::numeric_limits<std::uint32_t>::max()) raise(too_big, {sp, cell});
+    const auto n = static_cast<std::uint32_t>(leaves.count);
+    Owner result(n == 0 ? make_empty(leaves.type & HASASCII) : make_array(vector_shape(n), 1, nullptr, n, 0));
+    if (n > 1 && leaves.is_uniform) {
+        result.record.data_pointer = allocate_packed(leaves.head, n);
+        enlist2(result.record.data_pointer, 0, top);
+    } else if (n > 0) {
+        ItemsOwner made(n);
+        enlist2(made, top);
+        result.record.data_pointer = made.take();
+    }
+    result.record.type |= leaves.type & ISPROBABLE;
+    rebuild_kinds(result.record);
+    pack(result.record);
+    std::swap(top, result.record);
+}
+
+void match(DataElement*& sp, DataElement* cell) {
+    const DataElement &left = sp[-1], &right = *sp;
+    need_value(left, {sp, cell});
+    need_value(right, {sp, cell});
+    DataElement item{};
+    if (cell->modifier != 0) {
+        item.head = make_head(tag::integer, form::boolean);
+        item.integer = same(left, right);
+    } else {
+        item.head = make_head(tag::real, form::logical);
+        item.real = likeness(left, right);
+    }
+    Owner result(make_scalar(item));
+    dereferencepoint(*sp--);
+    std::swap(*sp, result.record);
+}
+
+}  // namespace ondrel
