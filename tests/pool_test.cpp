@@ -68,7 +68,7 @@ TEST(Split, HandsEveryItemToOneThread) {
     const Threads threads;
     for (std::uint32_t p = 2; p <= 1 + most_workers; ++p)
         for (const std::int64_t threshold : {1, 2, 5, 40})
-            for (std::uint32_t n = p; n < 100; ++n) {
+            for (const std::uint32_t n : {p, p + 1, 2 * p + 1, 37U, 40U, 41U, 99U}) {
                 processors = p;
                 MIN_PARALLEL = threshold;
                 std::vector<std::uint8_t> visits(n);
