@@ -81,7 +81,7 @@ inline LiteralForm* literal_form_behind(const DataElement& below, const DataElem
 inline bool goes_into_verb(Activation& activation, DataElement* literal) {
     if (activation.sp < activation.argument_floor) return false;
     LiteralForm* const form = literal_form_behind(*activation.sp, literal);
-    if (form == nullptr || !form(*activation.sp, *items_of(*literal))) return false;
+    if (form == nullptr || !run_literal_form(form, *activation.sp, *items_of(*literal))) return false;
     activation.cell = literal + 1;
     return true;
 }

@@ -119,8 +119,7 @@ bool is_skipped(const Activation& activation) {
 }
 
 Outcome run_instruction(Activation& activation) {
-    const auto number = static_cast<std::size_t>(activation.cell->depth);
-    return actions[number < actions.size() ? number : 0](activation);
+    return actions[static_cast<std::size_t>(activation.cell->depth)](activation);
 }
 
 [[gnu::always_inline]] inline Outcome run_cell(Activation& activation, bool fuses) {

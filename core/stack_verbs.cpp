@@ -55,23 +55,6 @@ DataElement vector_of(const DataElement* first, const DataElement* last) {
     return vector.take();
 }
 
-// What CHECK decides on, when the verb has the top of the stack and the literal: it works on a copy of the item that
-// lies here, so that there is no block to make and to give back. Nothing if no integer comes out.
-std::optional<bool> decision_by_copy(const DataElement& top, LiteralForm* form, const DataElement& literal) {
-    struct {
-        BlockHeader header;
-        DataElement item;
-    } copy;  // of what a plain number has
-    copy.header = {1, 0};
-    copy.item.head = items_of(top)->head;
-    copy.item.integer = items_of(top)->integer;
-    DataElement record;
-    record.type = top.type;
-    record.data_pointer = &copy.item;
-    if (!form(record, *items_of(literal)) || record.type != (ISSCALAR | HASINTEGER)) return {};
-    return copy.item.integer > 0;
-}
-
 bool can_be_item(const DataElement& element) {
     return element.rank >= 0 && (element.rank == 0 || element.depth < deepest_nest);
 }
@@ -107,15 +90,16 @@ Outcome duplicate(Activation& activation) {
     LiteralForm* const form =
         activation.fuses && activation.sp < stacktop ? literal_form_behind(*activation.sp, literal) : nullptr;
     if (form != nullptr && is_instruction(literal[2], Instruction::CHECK)) {
-        // the usual way of deciding by a value that is still needed
-        if (const std::optional<bool> yes = decision_by_copy(*activation.sp, form, *literal)) {
+        // the usual way of deciding by a value that is still needed: there is no block to make and to give back
+        DataElement result;
+        if (form(*items_of(*activation.sp), *items_of(*literal), result) == (ISSCALAR | HASINTEGER)) {
             activation.cell += 3;
-            return decide(activation, *yes);
+            return decide(activation, result.integer > 0);
         }
     }
     activation.sp[1] = activation.sp[0];
     referencepoint(*++activation.sp);
-    if (form == nullptr || !form(*activation.sp, *items_of(*literal))) return Outcome::next;
+    if (form == nullptr || !with_separate_item(form, *activation.sp, *items_of(*literal))) return Outcome::next;
     activation.cell += 2;
     return Outcome::next;
 }

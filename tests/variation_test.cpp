@@ -210,7 +210,7 @@ TEST(Variation, LiteralForms) {
                                      std::to_string(static_cast<int>(verb)));
                         DataElement scalar = build(l, Layout::items), literal = build(r, Layout::items);
                         Operand operand(l, scalar, &left == &lefts[0]);
-                        if (form(scalar, *items_of(literal))) {
+                        if (run_literal_form(form, scalar, *items_of(literal))) {
                             EXPECT_EQ(oracle::apply(verb, l, r).mismatch(read(scalar)), "");
                         } else {
                             EXPECT_TRUE(identical(read(scalar), l));

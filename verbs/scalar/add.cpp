@@ -58,7 +58,11 @@ struct Subtract : Componentwise<Subtract> {
 void add(DataElement*& sp, DataElement* cell) { arithmetic<Add>(sp, cell); }
 void subtract(DataElement*& sp, DataElement* cell) { arithmetic<Subtract>(sp, cell); }
 
-bool add_literal(DataElement& left, const DataElement& right) { return plain_literal<Add>(left, right); }
-bool subtract_literal(DataElement& left, const DataElement& right) { return plain_literal<Subtract>(left, right); }
+std::uint32_t add_literal(const DataElement& left, const DataElement& right, DataElement& result) {
+    return plain_literal<Add>(left, right, result);
+}
+std::uint32_t subtract_literal(const DataElement& left, const DataElement& right, DataElement& result) {
+    return plain_literal<Subtract>(left, right, result);
+}
 
 }  // namespace ondrel

@@ -208,9 +208,17 @@ void notequivalent(DataElement*& sp, DataElement* cell) { arithmetic<Equivalence
 void identical(DataElement*& sp, DataElement* cell) { arithmetic<Identity<true>>(sp, cell); }
 void notidentical(DataElement*& sp, DataElement* cell) { arithmetic<Identity<false>>(sp, cell); }
 
-bool less_literal(DataElement& left, const DataElement& right) { return plain_literal<Less>(left, right); }
-bool notgreater_literal(DataElement& left, const DataElement& right) { return plain_literal<NotGreater>(left, right); }
-bool notless_literal(DataElement& left, const DataElement& right) { return plain_literal<NotLess>(left, right); }
-bool greater_literal(DataElement& left, const DataElement& right) { return plain_literal<Greater>(left, right); }
+std::uint32_t less_literal(const DataElement& left, const DataElement& right, DataElement& result) {
+    return plain_literal<Less>(left, right, result);
+}
+std::uint32_t notgreater_literal(const DataElement& left, const DataElement& right, DataElement& result) {
+    return plain_literal<NotGreater>(left, right, result);
+}
+std::uint32_t notless_literal(const DataElement& left, const DataElement& right, DataElement& result) {
+    return plain_literal<NotLess>(left, right, result);
+}
+std::uint32_t greater_literal(const DataElement& left, const DataElement& right, DataElement& result) {
+    return plain_literal<Greater>(left, right, result);
+}
 
 }  // namespace ondrel

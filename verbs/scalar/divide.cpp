@@ -52,7 +52,11 @@ struct Residue : UpToComplex {
 void divide(DataElement*& sp, DataElement* cell) { arithmetic<Divide>(sp, cell); }
 void residue(DataElement*& sp, DataElement* cell) { arithmetic<Residue>(sp, cell); }
 
-bool divide_literal(DataElement& left, const DataElement& right) { return plain_literal<Divide>(left, right); }
-bool residue_literal(DataElement& left, const DataElement& right) { return plain_literal<Residue>(left, right); }
+std::uint32_t divide_literal(const DataElement& left, const DataElement& right, DataElement& result) {
+    return plain_literal<Divide>(left, right, result);
+}
+std::uint32_t residue_literal(const DataElement& left, const DataElement& right, DataElement& result) {
+    return plain_literal<Residue>(left, right, result);
+}
 
 }  // namespace ondrel

@@ -210,6 +210,17 @@ DataElement* separate_item(DataElement& scalar) {
     return item;
 }
 
+bool with_separate_item(LiteralForm* form, DataElement& scalar, const DataElement& right) {
+    ItemsOwner made(1);
+    made.items->name = nullptr;
+    const std::uint32_t type = form(*items_of(scalar), right, *made.items);
+    if (type == 0) return false;
+    release_alone(scalar.data_pointer);
+    scalar.data_pointer = made.take();
+    scalar.type = type;
+    return true;
+}
+
 constexpr std::array<LiteralForm*, Instructions.size()> literal_forms = [] {
     std::array<LiteralForm*, Instructions.size()> forms{};
     for (const auto& [verb, form] : std::initializer_list<std::pair<Instruction, LiteralForm*>>{

@@ -34,15 +34,27 @@ ScalarVerb power, logarithm, circular, binomial;
 ScalarVerb and_, or_, nand, nor, strongand, strongor, strongnand, strongnor;
 ScalarVerb less, notgreater, equivalent, notless, greater, notequivalent, identical, notidentical;
 
-// What a verb does to a scalar with a literal behind it, of which only the item is needed; null for verbs that have no
-// such short way. False, with nothing done, where the verb itself must look.
-using LiteralForm = bool(DataElement& left, const DataElement& right);
+// What a verb does to the item of a scalar and that of a literal behind it; null for verbs that have no such short way.
+// Gives the type of a scalar record with the result, which may take the place of `left`. 0, with nothing done, where
+// the verb itself must look.
+using LiteralForm = std::uint32_t(const DataElement& left, const DataElement& right, DataElement& result);
 extern const std::array<LiteralForm*, Instructions.size()> literal_forms;
 inline LiteralForm* literal_form_of(const DataElement& verb) {
-    const auto number = static_cast<std::size_t>(verb.depth);
-    return verb.rank == kind::OPERATOR && number < literal_forms.size() ? literal_forms[number] : nullptr;
+    return verb.rank == kind::OPERATOR ? literal_forms[static_cast<std::size_t>(verb.depth)] : nullptr;
 }
 LiteralForm add_literal, subtract_literal, multiply_literal, divide_literal, residue_literal;
 LiteralForm less_literal, notgreater_literal, notless_literal, greater_literal;
+
+// Runs a literal form on a scalar, in its own item if nothing else holds that. False, with nothing done, where the verb
+// itself must look.
+bool with_separate_item(LiteralForm* form, DataElement& scalar, const DataElement& right);
+inline bool run_literal_form(LiteralForm* form, DataElement& scalar, const DataElement& right) {
+    DataElement* const item = items_of(scalar);
+    if (!sole_holder_alone(item)) return with_separate_item(form, scalar, right);
+    const std::uint32_t type = form(*item, right, *item);
+    if (type == 0) return false;
+    set_type(scalar, type);
+    return true;
+}
 
 }  // namespace ondrel

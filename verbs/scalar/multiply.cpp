@@ -65,6 +65,8 @@ struct Multiply : Arithmetic {
 
 void multiply(DataElement*& sp, DataElement* cell) { arithmetic<Multiply>(sp, cell); }
 
-bool multiply_literal(DataElement& left, const DataElement& right) { return plain_literal<Multiply>(left, right); }
+std::uint32_t multiply_literal(const DataElement& left, const DataElement& right, DataElement& result) {
+    return plain_literal<Multiply>(left, right, result);
+}
 
 }  // namespace ondrel

@@ -146,18 +146,16 @@ inline void set_type(DataElement& record, std::uint32_t type) {
     if (record.type != type) [[unlikely]]
         record.type = type;
 }
-// The head follows from the rule alone, as both operands are plain.
+// Puts the result into the item, and gives the type of a scalar record with it. The head follows from the rule alone,
+// as both operands are plain.
 template <class Rule, class Result>
-inline void put_plain(const Rule& rule, DataElement& item, DataElement& record, const Result& result) {
+inline std::uint32_t put_plain(const Rule& rule, DataElement& item, const Result& result) {
     if constexpr (is_either<Result>) {
-        if (result.usual)
-            put_plain(rule, item, record, result.value);
-        else
-            put_plain(rule, item, record, result.other);
+        return result.usual ? put_plain(rule, item, result.value) : put_plain(rule, item, result.other);
     } else {
         item.head = rule.head(plain_real, plain_real, tag_of<Result>);
         put_value(item, result);
-        set_type(record, ISSCALAR | kind_bits(tag_of<Result>));
+        return ISSCALAR | kind_bits(tag_of<Result>);
     }
 }
 
@@ -170,19 +168,16 @@ inline Rule bare_rule() {
         return Rule{};
 }
 
-// Runs an arithmetic rule on a plain scalar and a plain item of the same kind that stays as it is. False, with nothing
-// done, if they are not that.
+// Runs an arithmetic rule on two plain items of the same kind; `result` may be one of them. The type of a scalar record
+// with the result; 0, with nothing done, if they are not that.
 template <class Rule>
-bool plain_literal(DataElement& left, const DataElement& right) {
-    DataElement* item = items_of(left);
-    if (item->head != right.head || !is_plain_number(right.head)) return false;
-    if (!sole_holder_alone(item)) item = separate_item(left);
+std::uint32_t plain_literal(const DataElement& left, const DataElement& right, DataElement& result) {
+    if (left.head != right.head || !is_plain_number(right.head)) return 0;
     const auto run = [&](auto a, auto b) {
         const Rule rule = bare_rule<Rule>();
-        put_plain(rule, *item, left, combine(rule, a, b));
-        return true;
+        return put_plain(rule, result, combine(rule, a, b));
     };
-    return right.head == plain_integer ? run(item->integer, right.integer) : run(item->real, right.real);
+    return right.head == plain_integer ? run(left.integer, right.integer) : run(left.real, right.real);
 }
 
 // Runs an arithmetic rule on the two records at `sp` if both are plain integers or both plain reals, scalars untouched
@@ -200,7 +195,7 @@ inline bool plain_scalars(DataElement*& sp) {
         const auto value = combine(rule, a, b);
         const bool goes_left = sole_holder_alone(l);
         left.data_pointer = goes_left ? l : r;
-        put_plain(rule, *items_of(left), left, value);
+        set_type(left, put_plain(rule, *items_of(left), value));
         --sp;
         release_alone(goes_left ? r : l);
         return true;
