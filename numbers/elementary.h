@@ -21,7 +21,8 @@ struct NaturalLogarithm {
     static void of(const double* x, double* results, std::size_t n);
 };
 
-// Of radians. Angles up to 2^30 are reduced by half turns of 160 bits, greater ones by the general library.
+// Of radians. Angles up to 2^30 are reduced by half turns of 160 bits, greater ones by the general library. Sines and
+// cosines next to nothing are nothing (numbers/polar.h).
 struct Sine {
     static double of(double radians);
     static void of(const double* radians, double* results, std::size_t n);

@@ -90,11 +90,28 @@ inline long double extended(double value) { return value; }
 // ---- one value, and arrays
 //
 // A Rule has, for one argument: outside, a word with the sign bit where it is not ordinary; place, in the table; plain,
-// the value for an ordinary argument and its place; rare, the value for another one.
+// the value for an ordinary argument and its place; rare, the value for another one. A rule that has `far` as well
+// takes that for what is not ordinary, unless its far_outside has the sign bit.
+
+template <class Rule>
+constexpr bool goes_far = requires {
+    Rule::far_outside(1.0);
+};
+
+template <class Rule>
+Word beyond_reach(double x) {
+    if constexpr (goes_far<Rule>)
+        return Rule::far_outside(x);
+    else
+        return Rule::outside(x);
+}
 
 template <class Rule>
 double value_of(double x) {
-    return has_sign(Rule::outside(x)) ? Rule::rare(x) : Rule::plain(x, Rule::place(x));
+    if (!has_sign(Rule::outside(x))) return Rule::plain(x, Rule::place(x));
+    if constexpr (goes_far<Rule>)
+        if (!has_sign(Rule::far_outside(x))) return Rule::far(x, Rule::place(x));
+    return Rule::rare(x);
 }
 
 // Values that are taken together: few enough to stay in the nearest cache.
@@ -113,9 +130,19 @@ void values_of(const double* x, double* results, std::size_t n) {
         if (has_sign(outside)) std::copy_n(x, m, kept);
 #pragma GCC ivdep
         for (std::size_t i = 0; i < m; ++i) results[i] = Rule::plain(x[i], places_of[i]);
-        if (has_sign(outside))
-            for (std::size_t i = 0; i < m; ++i)
-                if (has_sign(Rule::outside(kept[i]))) results[i] = Rule::rare(kept[i]);
+        if (!has_sign(outside)) continue;
+        if constexpr (goes_far<Rule>) {
+            outside = 0;
+#pragma GCC ivdep
+            for (std::size_t i = 0; i < m; ++i) {
+                const double far = Rule::far(kept[i], places_of[i]);
+                results[i] = has_sign(Rule::outside(kept[i])) ? far : results[i];
+                outside |= Rule::far_outside(kept[i]);
+            }
+            if (!has_sign(outside)) continue;
+        }
+        for (std::size_t i = 0; i < m; ++i)
+            if (has_sign(beyond_reach<Rule>(kept[i]))) results[i] = Rule::rare(kept[i]);
     }
 }
 

@@ -3,6 +3,7 @@
 
 #include "numbers/elementary.h"
 #include "numbers/elementary_parts.h"
+#include "numbers/polar.h"
 #include "verbs/scalar/clones.h"
 
 namespace ondrel {
@@ -97,6 +98,16 @@ struct Steps {
         const double lost = (first - (r - taken)) - (part + taken);
         return sum(r, std::fma(-k, low, lost - std::fma(k, middle, -part)));
     }
+
+    // The same in fewer operations, with a rest to 2^-115, for angles so small that the products of k with two parts of
+    // 36 bits are exact.
+    static constexpr double largest_near = 0x1p17 * high;
+    static Sum near_rest(double angle, double k) {
+        constexpr double first_part = 0x1.921fb54440000p-9 * scale, second_part = 0x1.68c234c400000p-48 * scale,
+                         third_part = 0x1.8cc51701b839ap-81 * scale;
+        const double first = std::fma(-k, first_part, angle), r = std::fma(-k, second_part, first);
+        return {r, std::fma(-k, third_part, std::fma(-k, second_part, first - r))};
+    }
 };
 
 // The cosine is the sine a quarter of a turn further on.
@@ -106,14 +117,19 @@ struct TurnRule {
     using Turn = Steps<size>;
     static constexpr double rounding = rounding_to(1) + (is_sine ? quarter : 2 * quarter);
 
-    static Word outside(double angle) { return beyond(Turn::largest, angle); }
-    // The sine is odd, zeros and all.
+    static Word outside(double angle) { return beyond(Turn::largest_near, angle); }
+    static Word far_outside(double angle) { return beyond(Turn::largest, angle); }
+    // The sine is odd.
     static double turned(double angle) { return is_sine ? std::fabs(angle) : angle; }
     static Word place(double angle) { return word_of(Turn::scaled(turned(angle), rounding)) & (size - 1); }
 
-    static double plain(double angle, Word place) {
+    static double plain(double angle, Word place) { return behind_step<Turn::near_rest>(angle, place); }
+    static double far(double angle, Word place) { return behind_step<Turn::rest>(angle, place); }
+
+    template <Sum (*rest)(double, double)>
+    static double behind_step(double angle, Word place) {
         const double step = Turn::scaled(turned(angle), rounding);
-        const Sum r = Turn::rest(turned(angle), step - rounding);
+        const Sum r = rest(turned(angle), step - rounding);
         constexpr double base = 0x1p52 / quarter;  // the unit in its last place is 1 / quarter
         const double u = double_of((word_of(step) & (size - 1)) | word_of(base)) - (base + 1);
         const TurnEntry& entry = turns[place];
@@ -127,14 +143,15 @@ struct TurnRule {
         const double curved = std::fma(cosine_part, std::fma(square, -1.0 / 120, 1.0 / 6),
                                        std::fma(u, ratio.low, sine) * std::fma(square, -1.0 / 24, 0.5));
         const Sum start = sum(sine, linear);
-        const double rest =
+        const double others =
             std::fma(r.high, entry.cosine, std::fma(-square, curved, std::fma(u, ratio.low, linear_low)));
-        const double value = start.high + (start.low + rest);
+        const double value = start.high + (start.low + others);
         const Word odd_turns = word_of(step) << (63 - std::countr_zero(size));
-        return double_of(word_of(value) ^ ((is_sine ? odd_turns ^ word_of(angle) : odd_turns) & sign_bit));
+        const Word sign = (is_sine ? odd_turns ^ word_of(angle) : odd_turns) & sign_bit;
+        return angle_zero(double_of(word_of(value) ^ sign));
     }
     static double rare(double angle) {
-        return rounded(is_sine ? std::sin(extended(angle)) : std::cos(extended(angle)));
+        return angle_zero(rounded(is_sine ? std::sin(extended(angle)) : std::cos(extended(angle))));
     }
 };
 

@@ -30,16 +30,6 @@ constexpr Function fast() {
     return {Fast::of, Fast::of};
 }
 
-// Sines and cosines next to nothing are nothing.
-template <class Fast>
-constexpr Function zeroed() {
-    return {[](double x) { return angle_zero(Fast::of(x)); },
-            [](const double* x, double* results, std::size_t n) {
-                Fast::of(x, results, n);
-                std::transform(results, results + n, results, angle_zero<double>);
-            }};
-}
-
 constexpr std::int64_t last_selector = 7;
 constexpr Function functions[] = {
     one_by_one<area_hyperbolic_tangent>(),   // -7
@@ -50,8 +40,8 @@ constexpr Function functions[] = {
     one_by_one<arc_cosine>(),                // -2
     one_by_one<arc_sine>(),                  // -1
     one_by_one<root_of_one_minus_square>(),  // 0
-    zeroed<Sine>(),                          // 1
-    zeroed<Cosine>(),                        // 2
+    fast<Sine>(),                            // 1
+    fast<Cosine>(),                          // 2
     fast<Tangent>(),                         // 3
     one_by_one<root_of_one_plus_square>(),   // 4
     one_by_one<hyperbolic_sine>(),           // 5
