@@ -137,8 +137,9 @@ struct Equivalence : Comparison {
     requires(!is_hypercomplex<A> && !is_hypercomplex<B> && !Discrete<A, B>)  //
         VECTOR_CLONES static std::size_t
         truths(const void* left, const void* right, void* result, std::size_t n, const Setting& setting) {
-        constexpr std::uint64_t lowest_exponent = std::uint64_t{1} << 52;  // takes what is not finite to the first bit
+        constexpr auto infinite = std::bit_cast<std::uint64_t>(std::numeric_limits<double>::infinity());
         const double most = setting.tolerance;
+        const std::uint64_t within = most == 0 ? 0 : std::bit_cast<std::uint64_t>(most) - 1;
         const auto* const a = static_cast<const A*>(left);
         const auto* const b = static_cast<const B*>(right);
         auto* const c = static_cast<bool*>(result);
@@ -148,14 +149,15 @@ struct Equivalence : Comparison {
                 return std::fabs(static_cast<double>(a[extent == left_single ? 0 : i]) -
                                  static_cast<double>(b[extent == right_single ? 0 : i]));
             };
-            std::uint64_t near = 0, far = 0;
+            // words of differences order as they do; that of none, less 1, is the greatest
+            std::uint64_t near = std::numeric_limits<std::uint64_t>::max(), far = 0;
             for (std::size_t i = at; i < end; ++i) {
                 const auto word = std::bit_cast<std::uint64_t>(apart(i));
-                near |= apart(i) < most ? word : 0;
-                far |= word + lowest_exponent;
+                near = std::min(near, word - 1);
+                far = std::max(far, word);
                 c[i] = (apart(i) < most) == equal;
             }
-            if (near != 0 || far >> 63 != 0) return at;
+            if (near < within || far >= infinite) return at;
         }
         return n;
     }
