@@ -139,7 +139,7 @@ struct Equivalence : Comparison {
         truths(const void* left, const void* right, void* result, std::size_t n, const Setting& setting) {
         constexpr auto infinite = std::bit_cast<std::uint64_t>(std::numeric_limits<double>::infinity());
         const double most = setting.tolerance;
-        const std::uint64_t within = most == 0 ? 0 : std::bit_cast<std::uint64_t>(most) - 1;
+        const std::uint64_t within = most > 0 ? std::bit_cast<std::uint64_t>(most) - 1 : 0;
         const auto* const a = static_cast<const A*>(left);
         const auto* const b = static_cast<const B*>(right);
         auto* const c = static_cast<bool*>(result);
