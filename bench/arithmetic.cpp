@@ -4,6 +4,7 @@
 #include <benchmark/benchmark.h>
 
 #include <cmath>
+#include <functional>
 #include <numeric>
 #include <string>
 #include <vector>
@@ -77,6 +78,14 @@ void plain_run(benchmark::State& state) {
     state.SetItemsProcessed(state.iterations() * state.range(0));
 }
 
+// All items to one, in order.
+template <class Value, class Work>
+void plain_fold(benchmark::State& state, Value value, Work work) {
+    const std::vector<Value> a(static_cast<std::size_t>(state.range(0)), value);
+    for (auto _ : state) benchmark::DoNotOptimize(std::accumulate(a.begin() + 1, a.end(), a[0], work));
+    state.SetItemsProcessed(state.iterations() * state.range(0));
+}
+
 struct Row {
     const char* name;
     const char* left;   // an operand
@@ -124,6 +133,14 @@ const Row rows[] = {
     {"interval of integers", "(1 %)", "", "INTERVAL", plain_run<std::int64_t{1}>},
     {"interval of reals", "(0.5 %)", "", "INTERVAL", plain_run<0.5>},
     {"interval of rounded reals", "(0.1 %)", "", "INTERVAL", plain_run<0.1>},
+    {"sum of reals", "1.5 2.25", "", "SUM",
+     [](benchmark::State& state) { plain_fold(state, 1.5, std::plus<>{}); }},
+    {"sum of integers", "1 2", "", "SUM",
+     [](benchmark::State& state) { plain_fold(state, std::int64_t{1}, std::plus<>{}); }},
+    {"largest of reals", "1.5 2.25", "", "LARGEST",
+     [](benchmark::State& state) { plain_fold(state, 1.5, [](double a, double b) { return a > b ? a : b; }); }},
+    {"all of truths", "(1 1)[%] 1 =", "", "ALL",
+     [](benchmark::State& state) { plain_fold(state, Truth{1}, std::logical_and<>{}); }},
     {"complex * complex", "#1i2 #3i4", "#5i6 #7i8", "*",
      [](benchmark::State& state) {
          plain(state, Complex{1, 2}, Complex{5, 6}, [](Complex a, Complex b) { return plain_product(a, b); });

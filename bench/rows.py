@@ -24,6 +24,7 @@ GENERATOR = numpy.random.default_rng(7)
 
 REAL, INTEGER = ([1.5, 2.25], [3.5, 4.75]), ([1, 2], [3, 4])
 DEGREES, TRUTHS = ([0.5, 0.25], [0.3, 0.4]), ([1, 0], [1, 1])
+TRUTHS_ALONE = ([1, 1], [1])
 ANGLES, POSITIVE = ([0.3, 1.7, -2.5, 11.25], [0]), ([0.3, 1.7, 2.5, 11.25], [3.5, -4.75])
 
 # The same work in NumPy: the kind of item, what the two operands repeat, and the function of them.
@@ -57,6 +58,10 @@ WORK = {
     "interval of integers": (numpy.int64, INTEGER, lambda a, b: numpy.arange(1, a.size + 1)),
     "interval of reals": (numpy.float64, REAL, lambda a, b: numpy.arange(0.5, a.size)),
     "interval of rounded reals": (numpy.float64, REAL, lambda a, b: numpy.arange(0.1, a.size)),
+    "sum of reals": (numpy.float64, REAL, lambda a, b: a.sum()),
+    "sum of integers": (numpy.int64, INTEGER, lambda a, b: a.sum()),
+    "largest of reals": (numpy.float64, REAL, lambda a, b: a.max()),
+    "all of truths": (numpy.bool_, TRUTHS_ALONE, lambda a, b: a.all()),
     "complex * complex": (numpy.complex128, REAL, lambda a, b: a * b),
 }
 

@@ -18,6 +18,7 @@
 #include "verbs/array/cells.h"
 #include "verbs/array/interval.h"
 #include "verbs/array/nests.h"
+#include "verbs/array/reduction.h"
 #include "verbs/array/reshape.h"
 #include "verbs/array/selection.h"
 #include "verbs/array/shapes.h"

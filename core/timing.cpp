@@ -56,9 +56,12 @@ bool moves_items(Instruction instruction) {
                                 CATENATE, TRANSPOSE, COMPRESS, REPLICATE, COMPRESSLASTAXIS};
     return std::ranges::find(movers, instruction) != movers.end();
 }
+bool folds(Instruction instruction) {
+    return instruction == Instruction::REDUCE || instruction == Instruction::REDUCELASTAXIS;
+}
 bool counts_result(Instruction instruction) {
     return scalar_operands(static_cast<std::uint16_t>(instruction)) > 0 || instruction == Instruction::INTERVAL ||
-           moves_items(instruction);
+           moves_items(instruction) || folds(instruction);
 }
 // What a mask leaves out has been looked at too.
 bool counts_masked(Instruction instruction) {
@@ -183,13 +186,14 @@ AccountedInstruction::AccountedInstruction(const Activation& activation)
     counts_items = std::ranges::none_of(found, [](const DataElement& operand) { return operand.type & ISEMPTY; });
     if (!counts_items) return;
     if (counts_masked(instruction) && activation.sp > activation.argument_floor)
-        masked_items = extent_of(activation.sp[-1]).items;
+        looked_at = extent_of(activation.sp[-1]).items;
+    if (folds(instruction)) looked_at = activation.sp->rank > 0 ? extent_of(*activation.sp).items : 0;
     for (const DataElement& operand : found) operands |= extent_of(operand).kinds;
 }
 
 void AccountedInstruction::finish(const DataElement* top) {
     if (counts_items) {
-        const double items = counts_masked(instruction) ? masked_items : extent_of(*top).items;
+        const double items = counts_masked(instruction) || folds(instruction) ? looked_at : extent_of(*top).items;
         operations += items;
         flopos = is_dyadic(instruction) + items * flops_an_item(instruction, operands);
         share_flops(flopos);

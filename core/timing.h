@@ -56,7 +56,7 @@ public:
 private:
     Instruction instruction;
     bool counts_items = false;   // of its result
-    double masked_items = 0;     // of what a mask is applied to
+    double looked_at = 0;        // items that a mask is applied to, or that are folded
     std::uint32_t operands = 0;  // the kinds of item that it works on
 };
 

@@ -58,6 +58,9 @@ struct Subtract : Componentwise<Subtract> {
 void add(DataElement*& sp, DataElement* cell) { arithmetic<Add>(sp, cell); }
 void subtract(DataElement*& sp, DataElement* cell) { arithmetic<Subtract>(sp, cell); }
 
+const DyadicVerb& add_verb = dyadic_verb<Add>;
+const DyadicVerb& subtract_verb = dyadic_verb<Subtract>;
+
 std::uint32_t add_literal(const DataElement& left, const DataElement& right, DataElement& result) {
     return plain_literal<Add>(left, right, result);
 }

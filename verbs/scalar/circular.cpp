@@ -116,4 +116,6 @@ struct Circular : Arithmetic {
 
 void circular(DataElement*& sp, DataElement* cell) { dyadic<Circular>(sp, cell); }
 
+const DyadicVerb& circular_verb = dyadic_verb<Circular>;
+
 }  // namespace ondrel

@@ -63,4 +63,6 @@ void factorial(DataElement*& sp, DataElement* cell) {
 }
 void binomial(DataElement*& sp, DataElement* cell) { dyadic<Binomial>(sp, cell); }
 
+const DyadicVerb& binomial_verb = dyadic_verb<Binomial>;
+
 }  // namespace ondrel

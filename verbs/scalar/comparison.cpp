@@ -210,6 +210,15 @@ void notequivalent(DataElement*& sp, DataElement* cell) { arithmetic<Equivalence
 void identical(DataElement*& sp, DataElement* cell) { arithmetic<Identity<true>>(sp, cell); }
 void notidentical(DataElement*& sp, DataElement* cell) { arithmetic<Identity<false>>(sp, cell); }
 
+const DyadicVerb& less_verb = dyadic_verb<Less>;
+const DyadicVerb& notgreater_verb = dyadic_verb<NotGreater>;
+const DyadicVerb& notless_verb = dyadic_verb<NotLess>;
+const DyadicVerb& greater_verb = dyadic_verb<Greater>;
+const DyadicVerb& equivalent_verb = dyadic_verb<Equivalence<true>>;
+const DyadicVerb& notequivalent_verb = dyadic_verb<Equivalence<false>>;
+const DyadicVerb& identical_verb = dyadic_verb<Identity<true>>;
+const DyadicVerb& notidentical_verb = dyadic_verb<Identity<false>>;
+
 std::uint32_t less_literal(const DataElement& left, const DataElement& right, DataElement& result) {
     return plain_literal<Less>(left, right, result);
 }

@@ -131,4 +131,11 @@ void strongor(DataElement*& sp, DataElement* cell) { dyadic<StrongOr>(sp, cell);
 void strongnand(DataElement*& sp, DataElement* cell) { dyadic<StrongNand>(sp, cell); }
 void strongnor(DataElement*& sp, DataElement* cell) { dyadic<StrongNor>(sp, cell); }
 
+const DyadicVerb& and_verb = dyadic_verb<And>;
+const DyadicVerb& or_verb = dyadic_verb<Or>;
+const DyadicVerb& strongand_verb = dyadic_verb<StrongAnd>;
+const DyadicVerb& strongor_verb = dyadic_verb<StrongOr>;
+const DyadicVerb& strongnand_verb = dyadic_verb<StrongNand>;
+const DyadicVerb& strongnor_verb = dyadic_verb<StrongNor>;
+
 }  // namespace ondrel

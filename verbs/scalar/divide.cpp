@@ -52,6 +52,9 @@ struct Residue : UpToComplex {
 void divide(DataElement*& sp, DataElement* cell) { arithmetic<Divide>(sp, cell); }
 void residue(DataElement*& sp, DataElement* cell) { arithmetic<Residue>(sp, cell); }
 
+const DyadicVerb& divide_verb = dyadic_verb<Divide>;
+const DyadicVerb& residue_verb = dyadic_verb<Residue>;
+
 std::uint32_t divide_literal(const DataElement& left, const DataElement& right, DataElement& result) {
     return plain_literal<Divide>(left, right, result);
 }

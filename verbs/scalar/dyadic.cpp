@@ -238,8 +238,18 @@ constexpr std::array<LiteralForm*, Instructions.size()> literal_forms = [] {
     return forms;
 }();
 
+DataElement item_of_pair(const DyadicVerb& verb, const DataElement& left, const DataElement& right,
+                         const Setting& setting) {
+    if ((kind_bits(left.tag) | kind_bits(right.tag)) & verb.refused) raise(17, setting.site);
+    return pair(verb, left, right, setting);
+}
+
+Setting setting_of(const DyadicVerb& verb, Site site) {
+    return {.site = site, .tolerance = verb.takes_setting ? tolerance() : 0};
+}
+
 void dyadic(const DyadicVerb& verb, DataElement*& sp, DataElement* cell) {
-    const Setting setting{.site = {sp, cell}, .tolerance = verb.takes_setting ? tolerance() : 0};
+    const Setting setting = setting_of(verb, {sp, cell});
     if (scalar_pair(verb, sp, setting)) return;
     DataElement& left = sp[-1];
     DataElement& right = sp[0];

@@ -34,6 +34,21 @@ ScalarVerb power, logarithm, circular, binomial;
 ScalarVerb and_, or_, nand, nor, strongand, strongor, strongnand, strongnor;
 ScalarVerb less, notgreater, equivalent, notless, greater, notequivalent, identical, notidentical;
 
+// The tables of the verbs that reductions fold with.
+extern const DyadicVerb &add_verb, &subtract_verb, &multiply_verb, &divide_verb, &residue_verb, &minimum_verb,
+    &maximum_verb;
+extern const DyadicVerb &power_verb, &logarithm_verb, &circular_verb, &binomial_verb;
+extern const DyadicVerb &and_verb, &or_verb, &strongand_verb, &strongor_verb, &strongnand_verb, &strongnor_verb;
+extern const DyadicVerb &less_verb, &notgreater_verb, &equivalent_verb, &notless_verb, &greater_verb,
+    &notequivalent_verb, &identical_verb, &notidentical_verb;
+
+// The circumstances of a dyadic verb.
+Setting setting_of(const DyadicVerb& verb, Site site);
+
+// The item that the verb gives for two items, nested ones too. Raises what the verb raises.
+DataElement item_of_pair(const DyadicVerb& verb, const DataElement& left, const DataElement& right,
+                         const Setting& setting);
+
 // What a verb does to the item of a scalar and that of a literal behind it; null for verbs that have no such short way.
 // Gives the type of a scalar record with the result, which may take the place of `left`. 0, with nothing done, where
 // the verb itself must look.

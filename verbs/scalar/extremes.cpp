@@ -73,4 +73,7 @@ struct Extreme {
 void minimum(DataElement*& sp, DataElement* cell) { dyadic<Extreme<false>>(sp, cell); }
 void maximum(DataElement*& sp, DataElement* cell) { dyadic<Extreme<true>>(sp, cell); }
 
+const DyadicVerb& minimum_verb = dyadic_verb<Extreme<false>>;
+const DyadicVerb& maximum_verb = dyadic_verb<Extreme<true>>;
+
 }  // namespace ondrel

@@ -65,6 +65,8 @@ struct Multiply : Arithmetic {
 
 void multiply(DataElement*& sp, DataElement* cell) { arithmetic<Multiply>(sp, cell); }
 
+const DyadicVerb& multiply_verb = dyadic_verb<Multiply>;
+
 std::uint32_t multiply_literal(const DataElement& left, const DataElement& right, DataElement& result) {
     return plain_literal<Multiply>(left, right, result);
 }

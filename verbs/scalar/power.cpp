@@ -133,4 +133,7 @@ struct ToBase : UpToComplex {
 void power(DataElement*& sp, DataElement* cell) { arithmetic<ToPower>(sp, cell); }
 void logarithm(DataElement*& sp, DataElement* cell) { dyadic<ToBase>(sp, cell); }
 
+const DyadicVerb& power_verb = dyadic_verb<ToPower>;
+const DyadicVerb& logarithm_verb = dyadic_verb<ToBase>;
+
 }  // namespace ondrel
