@@ -246,7 +246,7 @@ TEST(Reduction, OfManyItems) {
                                   Instruction::MINIMUM, Instruction::MAXIMUM,    Instruction::LESS,
                                   Instruction::GREATER, Instruction::EQUIVALENT, Instruction::STRONGOR};
     for (const auto& kind : kinds)
-        for (const Shape& shape : {Shape{333}, {31, 33}, {33, 41}, {2, 300}, {300, 3}, {5, 3, 40}}) {
+        for (const Shape& shape : {Shape{4999}, {31, 33}, {33, 41}, {2, 300}, {300, 3}, {5, 3, 40}}) {
             Value value = filled(shape, {integer(0)});
             std::ranges::generate(value.items, kind);
             for (const Folding& folding : foldings) {

@@ -172,19 +172,53 @@ void* folded_numbers(Fold fold, const DataElement& value, const Groups& groups) 
     return results_of(room, groups.count);
 }
 
-// Whether sums of n of these are exact in doubles, so that they may go any way.
-VECTOR_CLONES bool sums_are_exact(const std::int64_t* values, std::size_t count, std::size_t n) {
-    std::int64_t bits = 0;
-    for (std::size_t i = 0; i < count; ++i) bits |= values[i] ^ (values[i] >> 63);
-    return std::bit_width(static_cast<std::uint64_t>(bits)) + std::bit_width(n) <= std::numeric_limits<double>::digits;
+// The sum of n integers, wrapped, and the bits that there are in their magnitudes.
+struct SumAndBits {
+    std::uint64_t sum = 0, bits = 0;
+};
+VECTOR_CLONES void add_integers(const std::int64_t* values, std::size_t n, SumAndBits& so_far) {
+    std::uint64_t sum = 0, bits = 0;
+    for (std::size_t i = 0; i < n; ++i) {
+        sum += static_cast<std::uint64_t>(values[i]);
+        bits |= static_cast<std::uint64_t>(values[i] ^ (values[i] >> 63));
+    }
+    so_far.sum += sum;
+    so_far.bits |= bits;
+}
+
+// Whether sums of n numbers of such magnitudes are exact in doubles, so that they may go any way.
+bool are_exact(std::uint64_t bits, std::size_t n) {
+    return std::bit_width(bits) + std::bit_width(n) <= std::numeric_limits<double>::digits;
+}
+
+// False where a sum might not be exact.
+bool sum_exactly(const std::int64_t* values, const Groups& groups, std::int64_t* results) {
+    constexpr std::size_t worth_a_call = 32;
+    const auto [count, n, neighbours] = groups;
+    if ((neighbours || count == 1) && n >= worth_a_call) {
+        for (std::size_t group = 0; group < count; ++group) {
+            SumAndBits all;
+            for (std::size_t from = 0; from < n; from += heed_every) {
+                add_integers(values + group * n + from, std::min(heed_every, n - from), all);
+                heed_attention();
+            }
+            if (!are_exact(all.bits, n)) return false;
+            results[group] = static_cast<std::int64_t>(all.sum);
+        }
+        return true;
+    }
+    SumAndBits all;
+    add_integers(values, count * n, all);
+    if (!are_exact(all.bits, n)) return false;
+    fold_all<Sum>(values, groups, results);
+    return true;
 }
 
 void* folded_integers(Fold fold, const DataElement& value, const Groups& groups) {
     const Operand<std::int64_t> operand(value);
-    if (fold == Fold::sum && sums_are_exact(operand.values, value.elements, groups.n)) {
-        Room<std::int64_t> room(groups.count);
-        fold_all<Sum>(operand.values, groups, room.values());
-        return results_of(room, groups.count);
+    if (fold == Fold::sum) {
+        Room<std::int64_t> sums(groups.count);
+        if (sum_exactly(operand.values, groups, sums.values())) return results_of(sums, groups.count);
     }
     Room<double> room(groups.count);
     fold_all(fold, operand.values, groups, room.values());
@@ -274,24 +308,30 @@ void* folded_by_loops(const DyadicVerb& verb, bool from_left, bool is_free, cons
         return std::exchange(made.record.data_pointer, nullptr);
     }
 
-    if (can_be_nan && (head_tag(of_item) != tag::real || has_nan(static_cast<const double*>(block), n))) return nullptr;
-    // the one half with the other, and again, until few are left
+    if (can_be_nan && head_tag(of_item) != tag::real) return nullptr;
+    // A front of items takes in all others, so many at a time; then its one half the other, and again.
+    constexpr std::size_t widest = 2048;
+    std::size_t front = std::min(n, widest);
     Owner made;
-    made.record.data_pointer = allocate_packed(head, n - n / 2);
-    auto* const left = static_cast<std::byte*>(made.record.data_pointer);
-    const std::byte* from = values;
-    for (std::size_t items = n; items > 1;) {
-        const std::size_t half = items / 2, kept = items - half;
-        in_stretches(left, width, half, true, [&](std::size_t at, std::byte* out, std::size_t some) {
-            return pairs(from + at * width, from + (kept + at) * width, out, some, setting);
-        });
-        if (kept > half && from != left) std::copy_n(from + half * width, width, left + half * width);
-        from = left;
-        items = kept;
-        heed_attention();
+    made.record.data_pointer = allocate_packed(head, widest);
+    auto* const results = static_cast<std::byte*>(made.record.data_pointer);
+    for (std::size_t at = 0; at < n; at += widest) {
+        const std::size_t some = std::min(widest, n - at);
+        const std::byte* const next = values + at * width;
+        if (can_be_nan && has_nan(reinterpret_cast<const double*>(next), some)) return nullptr;
+        if (at == 0)
+            std::copy_n(next, some * width, results);
+        else
+            pairs(results, next, results, some, setting);
+        if (at % heed_every == 0) heed_attention();
     }
-    if (can_be_nan && is_zero_or_nan(left)) return nullptr;
-    return unpack(left, 1);
+    while (front > 1) {
+        const std::size_t half = front / 2;
+        front -= half;
+        pairs(results, results + front * width, results, half, setting);
+    }
+    if (can_be_nan && is_zero_or_nan(results)) return nullptr;
+    return unpack(results, 1);
 }
 
 }  // namespace ondrel
