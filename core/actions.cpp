@@ -7,6 +7,7 @@
 #include "core/console.h"
 #include "core/control.h"
 #include "core/debugger.h"
+#include "core/each.h"
 #include "core/editor.h"
 #include "core/naming.h"
 #include "core/powers.h"

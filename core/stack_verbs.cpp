@@ -55,11 +55,11 @@ DataElement vector_of(const DataElement* first, const DataElement* last) {
     return vector.take();
 }
 
+}  // namespace
+
 bool can_be_item(const DataElement& element) {
     return element.rank >= 0 && (element.rank == 0 || element.depth < deepest_nest);
 }
-
-}  // namespace
 
 Outcome clear(Activation& activation) {
     drop_above(activation, activation.argument_floor - 1);

@@ -7,6 +7,9 @@
 
 namespace ondrel {
 
+// Whether a vector can take it in: a value, and no deeper than nests may be in one.
+bool can_be_item(const DataElement& element);
+
 Outcome clear(Activation& activation);
 Outcome discard(Activation& activation);
 Outcome drop_second(Activation& activation);  // RIGHT
