@@ -279,8 +279,8 @@ void* folded_by_loops(const DyadicVerb& verb, bool from_left, bool is_free, cons
     const auto [count, n, neighbours] = groups;
     const void* const block = value.data_pointer;
     const bool by_rows = !neighbours && count >= worth_a_call;
-    if (!is_packed(block) || is_polar(header(block).head) || !(by_rows || (is_free && n >= worth_a_call && count == 1)))
-        return nullptr;
+    const bool by_groups = is_free && n >= worth_a_call && (neighbours || count == 1);
+    if (!is_packed(block) || is_polar(header(block).head) || !(by_rows || by_groups)) return nullptr;
     const std::uint64_t head = header(block).head, of_item = item_head(head);
     const std::size_t kind = kind_index(head_tag(of_item)), width = item_width(head);
     const DyadicKinds& of_kinds = verb.pairs[kind][kind];
@@ -309,29 +309,34 @@ void* folded_by_loops(const DyadicVerb& verb, bool from_left, bool is_free, cons
     }
 
     if (can_be_nan && head_tag(of_item) != tag::real) return nullptr;
-    // A front of items takes in all others, so many at a time; then its one half the other, and again.
+    // A front of each group's items takes in all others, so many at a time; then its one half the other, and again.
     constexpr std::size_t widest = 2048;
-    std::size_t front = std::min(n, widest);
-    Owner made;
-    made.record.data_pointer = allocate_packed(head, widest);
+    Owner made, front;
+    made.record.data_pointer = allocate_packed(head, count);
+    front.record.data_pointer = allocate_packed(head, std::min(n, widest));
     auto* const results = static_cast<std::byte*>(made.record.data_pointer);
-    for (std::size_t at = 0; at < n; at += widest) {
-        const std::size_t some = std::min(widest, n - at);
-        const std::byte* const next = values + at * width;
-        if (can_be_nan && has_nan(reinterpret_cast<const double*>(next), some)) return nullptr;
-        if (at == 0)
-            std::copy_n(next, some * width, results);
-        else
-            pairs(results, next, results, some, setting);
-        if (at % heed_every == 0) heed_attention();
+    auto* const so_far = static_cast<std::byte*>(front.record.data_pointer);
+    for (std::size_t group = 0; group < count; ++group) {
+        const std::byte* const items = values + group * n * width;
+        for (std::size_t at = 0; at < n; at += widest) {
+            const std::size_t some = std::min(widest, n - at);
+            const std::byte* const next = items + at * width;
+            if (can_be_nan && has_nan(reinterpret_cast<const double*>(next), some)) return nullptr;
+            if (at == 0)
+                std::copy_n(next, some * width, so_far);
+            else
+                pairs(so_far, next, so_far, some, setting);
+            if (at % heed_every == 0) heed_attention();
+        }
+        for (std::size_t left = std::min(n, widest); left > 1;) {
+            const std::size_t half = left / 2;
+            left -= half;
+            pairs(so_far, so_far + left * width, so_far, half, setting);
+        }
+        if (can_be_nan && is_zero_or_nan(so_far)) return nullptr;
+        std::copy_n(so_far, width, results + group * width);
     }
-    while (front > 1) {
-        const std::size_t half = front / 2;
-        front -= half;
-        pairs(results, results + front * width, results, half, setting);
-    }
-    if (can_be_nan && is_zero_or_nan(results)) return nullptr;
-    return unpack(results, 1);
+    return count == 1 ? unpack(results, 1) : std::exchange(made.record.data_pointer, nullptr);
 }
 
 }  // namespace ondrel
