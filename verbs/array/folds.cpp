@@ -67,7 +67,7 @@ Value step(const Value& so_far, const Value& next) {
     return Operation::from_left ? Operation::apply(so_far, next) : Operation::apply(next, so_far);
 }
 
-// Places of one group from `first` on, in the order of the operation.
+// The place of the i-th item of a group of n in the order of the operation.
 template <class Operation>
 std::size_t place_in_order(std::size_t i, std::size_t n) {
     return Operation::from_left ? i : n - 1 - i;

@@ -11,6 +11,7 @@
 #include "data/instructions.h"
 #include "numbers/magnitude.h"
 #include "verbs/array/folds.h"
+#include "verbs/scalar/loops.h"
 
 namespace ondrel {
 namespace {
@@ -61,8 +62,6 @@ const Reduction* reduction_of(std::uint16_t instruction) {
 }
 
 // ---- item by item
-
-constexpr std::size_t heed_every = 65536;
 
 // A nested scalar gives way to the item in it.
 void leave_scalar(DataElement& item) {
