@@ -33,6 +33,9 @@ constexpr std::size_t page = 4096;
 // An area starts so many bytes before a cache line that the payload of a counted block (this word and a header of 16
 // bytes) lies on the line: vector loads of large arrays then never straddle one.
 constexpr std::size_t line = 64, lead = 24;
+// Areas of large blocks start so many bytes further into a page than the one before: items of one position, which a
+// verb reads at once, would otherwise lie at distances that the cache takes for one place.
+constexpr std::size_t apart = 5 * line;
 constexpr std::size_t huge = std::size_t{1} << 22;
 
 std::mutex mp;         // held around all below, where several threads can be at it
@@ -65,7 +68,10 @@ bool take_area(unsigned k, std::size_t size) {
     pre_brk_left = bytes;
     if (class_bytes(k) < line) return true;
     const std::size_t past = (reinterpret_cast<std::uintptr_t>(area) + lead) % line;
-    if (const std::size_t skip = (line - past) % line; pre_brk_left - skip >= class_bytes(k)) {
+    static std::size_t step;
+    step = (step + apart) % page;
+    if (const std::size_t skip = (line - past) % line + (class_bytes(k) < page ? 0 : step);
+        pre_brk_left - skip >= class_bytes(k)) {
         pre_brk += skip;
         pre_brk_left -= skip;
     }

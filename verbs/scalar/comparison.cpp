@@ -138,24 +138,25 @@ struct Equivalence : Comparison {
         VECTOR_CLONES static std::size_t
         truths(const void* left, const void* right, void* result, std::size_t n, const Setting& setting) {
         constexpr auto infinite = std::bit_cast<std::uint64_t>(std::numeric_limits<double>::infinity());
-        const double most = setting.tolerance;
-        const std::uint64_t within = most > 0 ? std::bit_cast<std::uint64_t>(most) - 1 : 0;
+        auto* const c = static_cast<bool*>(result);
+        if (!(setting.tolerance > 0)) {  // which no distance is below
+            std::fill_n(c, n, !equal);
+            return n;
+        }
+        const std::uint64_t within = std::bit_cast<std::uint64_t>(setting.tolerance) - 1;
         const auto* const a = static_cast<const A*>(left);
         const auto* const b = static_cast<const B*>(right);
-        auto* const c = static_cast<bool*>(result);
         for (std::size_t at = 0; at < n; at += look_ahead) {
             const std::size_t end = std::min(at + look_ahead, n);
-            const auto apart = [&](std::size_t i) {
-                return std::fabs(static_cast<double>(a[extent == left_single ? 0 : i]) -
-                                 static_cast<double>(b[extent == right_single ? 0 : i]));
-            };
             // words of differences order as they do; that of none, less 1, is the greatest
             std::uint64_t near = std::numeric_limits<std::uint64_t>::max(), far = 0;
             for (std::size_t i = at; i < end; ++i) {
-                const auto word = std::bit_cast<std::uint64_t>(apart(i));
+                const auto word =
+                    std::bit_cast<std::uint64_t>(std::fabs(static_cast<double>(a[extent == left_single ? 0 : i]) -
+                                                           static_cast<double>(b[extent == right_single ? 0 : i])));
                 near = std::min(near, word - 1);
                 far = std::max(far, word);
-                c[i] = (apart(i) < most) == equal;
+                c[i] = (word == 0) == equal;
             }
             if (near < within || far >= infinite) return at;
         }
