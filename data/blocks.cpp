@@ -198,10 +198,8 @@ DataElement* unpack(const void* block, std::size_t n) {
     return items.take();
 }
 
-namespace {
-
-// The head that a packed block of these items would have, or 0 if they do not qualify.
 std::uint64_t common_head(const DataElement* items, std::size_t n) {
+    if (!packing) return 0;
     const std::uint64_t head = bare_head(items[0]);
     if (head == 0 || !std::all_of(items, items + n, [head](const DataElement& item) { return item.head == head; }))
         return 0;
@@ -226,15 +224,13 @@ void put_value(void* block, std::size_t i, const DataElement& item) {
     }
 }
 
-}  // namespace
-
 void store_items(void* target, std::size_t at, const void* source, std::size_t n) {
     if (is_packed(source)) return copy_items(target, at, source, 0, n);
     for (std::size_t i = 0; i < n; ++i) put_value(target, at + i, static_cast<const DataElement*>(source)[i]);
 }
 
 void* packed_items(const void* block, std::size_t n) {
-    if (!packing || is_packed(block)) return nullptr;
+    if (is_packed(block)) return nullptr;
     const auto* const items = static_cast<const DataElement*>(block);
     const std::uint64_t head = common_head(items, n);
     if (head == 0) return nullptr;

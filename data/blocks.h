@@ -205,6 +205,12 @@ constexpr std::uint64_t bare_head(const DataElement& item) {
     return bare ? item.head : 0;
 }
 
+// The head that a packed block of these items would have, or 0 if they do not qualify: one head, no names.
+std::uint64_t common_head(const DataElement* items, std::size_t n);
+
+// Puts the value of an item that has its head, and is a truth if those lie in bytes, into a packed block.
+void put_value(void* block, std::size_t i, const DataElement& item);
+
 // Copies the values of the first n items of a block of any layout, which all have the head of the packed `target` and
 // no block of their own but for octonions' values, to `target` at `at`.
 void store_items(void* target, std::size_t at, const void* source, std::size_t n);
@@ -212,7 +218,7 @@ void store_items(void* target, std::size_t at, const void* source, std::size_t n
 // An item block with copies of the first n items of a block of any layout.
 DataElement* unpack(const void* block, std::size_t n);
 
-// A packed block with copies of n items of an item block, or null if they do not qualify: one head, no names.
+// A packed block with copies of n items of an item block, or null if they do not qualify.
 void* packed_items(const void* block, std::size_t n);
 
 // Exchanges the value's item block for a packed one if it qualifies and has two items or more.
