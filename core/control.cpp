@@ -248,26 +248,15 @@ public:
         items->head = make_head(tag::integer, form::number);
         items->integer = value;
         ++header(items).count;
-        write(slot);
+        fill_scalar(slot, items);
     }
 
 private:
     DataElement* items;
 
-    // Field by field: a record that is made elsewhere and copied would wait for its own words to arrive.
-    void write(DataElement& record) const {
-        record.rank = 0;
-        record.type = ISSCALAR | HASINTEGER;
-        record.shape_pointer = nullptr;
-        record.depth = 0;
-        record.locals = 0;
-        record.elements = 1;
-        record.bound_table = 0;
-        record.data_pointer = items;
-    }
     void drop() {
         DataElement last;
-        write(last);
+        fill_scalar(last, items);
         dereferencepoint(last);
     }
 };

@@ -1,7 +1,6 @@
 #include "core/each.h"
 
 #include "core/item_calls.h"
-#include "verbs/scalar/nest.h"
 
 namespace ondrel {
 namespace {
@@ -26,10 +25,8 @@ Outcome monadiceach(Activation& activation) {
     if (function.record.depth == 2) return Outcome::next;
 
     ItemCalls calls(activation, function.record, value.elements);
-    for (std::uint32_t i = 0; i < value.elements; ++i) {
-        Owner argument(value_of_item(item_at(value.data_pointer, i)));
-        if (const Outcome outcome = calls(argument); outcome != Outcome::next) return outcome;
-    }
+    for (std::uint32_t i = 0; i < value.elements; ++i)
+        if (const Outcome outcome = calls.on_item(value.data_pointer, i); outcome != Outcome::next) return outcome;
     calls.put_into(value);
     return Outcome::next;
 }

@@ -1,5 +1,7 @@
 #include "core/item_calls.h"
 
+#include <new>
+
 #include "core/stack_verbs.h"
 #include "core/timing.h"
 #include "data/moving.h"
@@ -8,12 +10,16 @@
 namespace ondrel {
 namespace {
 
-// Takes the top one of what a call has left above `before`, and drops the rest.
-DataElement result_above(Activation& activation, const DataElement* before) {
-    if (activation.sp <= before) return make_empty();
-    Owner result(*activation.sp--);
-    while (activation.sp > before) dereferencepoint(*activation.sp--);
-    return result.take();
+// Puts what stands for item i of the block into a slot that holds nothing.
+void put_value_of(const void* block, std::size_t i, DataElement& slot) {
+    if (!is_packed(block))
+        if (const DataElement& item = static_cast<const DataElement*>(block)[i]; item.tag == tag::subarray) {
+            slot = *item.nested;
+            return referencepoint(slot);
+        }
+    ItemsOwner held(1);
+    new (held.items) DataElement(own_item_at(block, i));  // not copied: that would wait for its own words
+    fill_scalar(slot, held.take());
 }
 
 }  // namespace
@@ -21,22 +27,37 @@ DataElement result_above(Activation& activation, const DataElement* before) {
 ItemCalls::ItemCalls(Activation& outer, const DataElement& function, std::uint32_t n)
     : activation(outer), body(outer, static_cast<DataElement*>(function.data_pointer), {}), made(n) {}
 
-Outcome ItemCalls::operator()(Owner& argument) {
+Outcome ItemCalls::on_item(const void* block, std::size_t i) {
     if (is_full(activation)) return full_stack(activation);
-    const DataElement* const before = activation.sp;
-    *++activation.sp = argument.take();
+    put_value_of(block, i, activation.sp[1]);
+    return on_top();
+}
+
+Outcome ItemCalls::on_value(Owner& value) {
+    if (is_full(activation)) return full_stack(activation);
+    activation.sp[1] = value.take();
+    return on_top();
+}
+
+// On what lies in the slot above the top.
+Outcome ItemCalls::on_top() {
+    const DataElement* const before = activation.sp++;
     if (!is_first) body.again();
     is_first = false;
     const Outcome outcome = body();
     if (outcome != Outcome::next) return outcome;
     wait_for_coprocessors();
-    Owner result(result_above(activation, before));
-    if (!can_be_item(result.record)) return fail(994, activation);
-    probable |= result.record.type & ISPROBABLE;
-    if (result.record.rank > 0)
-        made.add_nested(result);
-    else
-        made.add(item_at(result.record.data_pointer, 0));
+    if (activation.sp <= before) *++activation.sp = make_empty();
+    const bool fits = can_be_item(*activation.sp);
+    probable |= activation.sp->type & ISPROBABLE;
+    if (fits && activation.sp->rank == 0) {
+        made.add(*items_of(*activation.sp));
+    } else if (fits) {
+        Owner nested(*activation.sp--);
+        made.add_nested(nested);
+    }
+    while (activation.sp > before) dereferencepoint(*activation.sp--);
+    if (!fits) return fail(994, activation);
     heed_attention();  // a function of no cells does not
     return Outcome::next;
 }

@@ -11,15 +11,19 @@ public:
     // Of this function, of one argument, for n items, at least one.
     ItemCalls(Activation& outer, const DataElement& function, std::uint32_t n);
 
-    // Runs the function on the argument, which it takes over, above what is on the stack. What it makes of it is the
-    // next item: that of a scalar, any other result as a nested value, nothing as an empty vector; of several results
-    // the top one counts. 806, or 994 where the result can be no item; otherwise `next`.
-    Outcome operator()(Owner& argument);
+    // Runs the function on item i of the block, a nested value as it is, or on a value, which it takes over, above what
+    // is on the stack. What it makes of it is the next item: that of a scalar, any other result as a nested value,
+    // nothing as an empty vector; of several results the top one counts. 806, or 994 where the result can be no item;
+    // otherwise `next`.
+    Outcome on_item(const void* block, std::size_t i);
+    Outcome on_value(Owner& value);
 
     // After the last call: the value's items give way to those made.
     void put_into(DataElement& value);
 
 private:
+    Outcome on_top();
+
     Activation& activation;
     Entered body;
     GrowingItems made;

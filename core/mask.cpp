@@ -53,7 +53,7 @@ Outcome mask(Activation& activation) {
         for (std::uint32_t i = 0; i < data.elements; ++i) {
             Owner argument(neighbourhoods.next());
             operations += weights.elements;
-            if (const Outcome outcome = calls(argument); outcome != Outcome::next) return outcome;
+            if (const Outcome outcome = calls.on_value(argument); outcome != Outcome::next) return outcome;
         }
         calls.put_into(data);
     }

@@ -35,7 +35,7 @@ Outcome push_integer(Activation& activation, std::int64_t value) {
 
 // A scalar becomes its item, an array a nested one. The item has references of its own.
 DataElement item_of(const DataElement& element) {
-    if (element.rank == 0) return own_item(item_at(element.data_pointer, 0));
+    if (element.rank == 0) return own_item_at(element.data_pointer, 0);
     Owner copy(element);
     referencepoint(element);
     return nested_item(copy);

@@ -177,12 +177,26 @@ DataElement item_at(const void* block, std::size_t i) {
     return item;
 }
 
-DataElement own_item(const DataElement& item) {
-    DataElement own = item;
-    if (item.tag == tag::octonion) own.octonion = allocate_octonion(item.octonion);
+namespace {
+
+void own(DataElement& item) {
+    if (item.tag == tag::octonion) item.octonion = allocate_octonion(item.octonion);
     if (item.tag == tag::subarray) reference(item.nested);
     if (has_name(item)) reference(item.name);
-    return own;
+}
+
+}  // namespace
+
+DataElement own_item(const DataElement& item) {
+    DataElement made = item;
+    own(made);
+    return made;
+}
+
+DataElement own_item_at(const void* block, std::size_t i) {
+    DataElement made = item_at(block, i);
+    own(made);
+    return made;
 }
 
 void copy_items(void* target, std::size_t at, const void* source, std::size_t from, std::size_t n) {
@@ -194,7 +208,7 @@ void copy_items(void* target, std::size_t at, const void* source, std::size_t fr
 
 DataElement* unpack(const void* block, std::size_t n) {
     ItemsOwner items(n);
-    for (; items.filled < n; ++items.filled) items.items[items.filled] = own_item(item_at(block, items.filled));
+    for (; items.filled < n; ++items.filled) items.items[items.filled] = own_item_at(block, items.filled);
     return items.take();
 }
 
@@ -249,12 +263,6 @@ void pack(DataElement& record) {
     record.data_pointer = packed;
 }
 
-void set_elements(DataElement& record, std::uint32_t n) {
-    record.elements = n;
-    record.first = 0;
-    record.last = n == 0 ? 0 : n - 1;
-}
-
 std::uint32_t kinds_of(const void* block, std::size_t n) {
     std::uint32_t kinds = 0;
     if (is_packed(block)) {
@@ -298,10 +306,8 @@ DataElement make_array(std::int64_t* shape, std::int32_t rank, void* data, std::
 DataElement make_scalar(const DataElement& item) {
     DataElement* const items = allocate_items(1);
     items[0] = item;
-    DataElement record{};
-    record.type = ISSCALAR | kind_bits(item.tag);
-    set_elements(record, 1);
-    record.data_pointer = items;
+    DataElement record;
+    fill_scalar(record, items);
     return record;
 }
 

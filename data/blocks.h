@@ -192,6 +192,7 @@ DataElement item_at(const void* block, std::size_t i);
 
 // The same item with references of its own.
 DataElement own_item(const DataElement& item);
+DataElement own_item_at(const void* block, std::size_t i);
 
 // ---- writing: on blocks that the caller alone holds
 
@@ -233,12 +234,28 @@ DataElement make_array(std::int64_t* shape, std::int32_t rank, void* data, std::
 DataElement make_scalar(const DataElement& item);
 DataElement make_empty(std::uint32_t kinds = 0);  // the empty vector; allocates nothing
 
-void set_elements(DataElement& record, std::uint32_t n);
+inline void set_elements(DataElement& record, std::uint32_t n) {
+    record.elements = n;
+    record.first = 0;
+    record.last = n == 0 ? 0 : n - 1;
+}
 
 // The kind bits, COMPLEXED and STRUCTURED that the items call for.
 std::uint32_t kinds_of(const void* block, std::size_t n);
 // The nesting depth of an array of these items: 1, or one more than the deepest subarray's.
 std::int16_t depth_of(const void* block, std::size_t n);
+// Makes the record, which holds nothing, a scalar whose item lies in this block, which it takes over. Field by field: a
+// record that is made elsewhere and copied would wait for its own words to arrive.
+inline void fill_scalar(DataElement& record, DataElement* items) {
+    record.rank = 0;
+    record.type = ISSCALAR | kind_bits(items->tag);
+    record.shape_pointer = nullptr;
+    record.depth = 0;
+    record.locals = 0;
+    set_elements(record, 1);
+    record.data_pointer = items;
+}
+
 // Replaces kinds and depth in the record.
 void rebuild_kinds(DataElement& record);
 

@@ -24,7 +24,7 @@ DataElement* GrowingItems::items() {
     } else if (is_packed(block)) {
         ItemsOwner unpacked(room);
         for (; unpacked.filled < filled; ++unpacked.filled)
-            unpacked.items[unpacked.filled] = own_item(item_at(block, unpacked.filled));
+            unpacked.items[unpacked.filled] = own_item_at(block, unpacked.filled);
         release(std::exchange(block, unpacked.take()));
     }
     return static_cast<DataElement*>(block);

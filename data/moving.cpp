@@ -16,7 +16,7 @@ void* copied_items(const void* block, std::size_t from, std::size_t n) {
     if (n == 0) return nullptr;
     if (n == 1) {
         ItemsOwner one(1);
-        *one.items = own_item(item_at(block, from));
+        *one.items = own_item_at(block, from);
         one.filled = 1;
         return one.take();
     }
@@ -72,7 +72,7 @@ void* joined_items(DataElement& left, DataElement& right) {
         left.data_pointer = nullptr;
     } else {
         ItemsOwner own(n);
-        for (; own.filled < l; ++own.filled) own.items[own.filled] = own_item(item_at(left.data_pointer, own.filled));
+        for (; own.filled < l; ++own.filled) own.items[own.filled] = own_item_at(left.data_pointer, own.filled);
         block = own.take();
     }
     std::copy_n(items_of(others.record), r, block + l);

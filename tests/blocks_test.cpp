@@ -30,7 +30,7 @@ TEST_F(Blocks, GiveOutItemsOfTheirOwn) {
     for (const Layout layout : {Layout::items, Layout::packed})
         for (const Item& item : {octonion(1), named(real(3), "#PI"), subarray(vector_value({octonion(1), real(2)}))}) {
             DataElement record = build(vector_value({item, item}), layout);
-            DataElement own = make_scalar(own_item(item_at(record.data_pointer, 1)));
+            DataElement own = make_scalar(own_item_at(record.data_pointer, 1));
             dereferencepoint(record);
             EXPECT_TRUE(identical(read(own), scalar_value(item))) << describe(item);
             dereferencepoint(own);

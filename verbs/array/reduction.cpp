@@ -66,7 +66,7 @@ const Reduction* reduction_of(std::uint16_t instruction) {
 // A nested scalar gives way to the item in it.
 void leave_scalar(DataElement& item) {
     if (item.tag != tag::subarray || item.nested->rank != 0) return;
-    const DataElement inner = own_item(item_at(item.nested->data_pointer, 0));
+    const DataElement inner = own_item_at(item.nested->data_pointer, 0);
     dereferencedataelems(&item, 1);
     item = inner;
 }

@@ -49,7 +49,7 @@ struct WorkersItems {
 template <class Fill>
 DataElement* items_by(const void* block, std::size_t done, std::size_t n, const Setting& setting, const Fill& fill) {
     ItemsOwner made(n);
-    for (; made.filled < done; ++made.filled) made.items[made.filled] = own_item(item_at(block, made.filled));
+    for (; made.filled < done; ++made.filled) made.items[made.filled] = own_item_at(block, made.filled);
     if (!hands_off(n - done)) {
         fill(made.items, made.filled, n, setting);
         return made.take();
