@@ -18,6 +18,7 @@
 #include "core/soundness.h"
 #include "core/stack_verbs.h"
 #include "verbs/array/cells.h"
+#include "verbs/array/encoding.h"
 #include "verbs/array/interval.h"
 #include "verbs/array/nests.h"
 #include "verbs/array/reduction.h"

@@ -94,7 +94,7 @@ void check_value(const DataElement& value, int level = 0) {
     const void* const data = value.data_pointer;
     if (data == nullptr || header(data).count == 0) broken("count of the items", value);
     if (is_packed(data) && (value.elements < 2 || (value.type & PER_ITEM))) broken("packed items", value);
-    if (value.elements > 1 && mixed_kinds(value.type) != ((value.type & COMPLEXED) != 0)) broken("mixture", value);
+    if (value.elements > 1 && mixed_kinds(value.type) && !(value.type & COMPLEXED)) broken("mixture", value);
     if (value.elements > most_items) return;
     if (is_packed(data) && (header(data).head & in_bytes)) {
         const auto is_truth = [](std::uint8_t byte) { return byte <= 1; };

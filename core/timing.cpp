@@ -9,6 +9,7 @@
 #include "core/clock.h"
 #include "core/options.h"
 #include "parallel/pool.h"
+#include "verbs/array/encoding.h"
 
 namespace ondrel {
 
@@ -51,9 +52,10 @@ bool is_dyadic(Instruction instruction) { return row(instruction).type == dyadic
 // Verbs that move items and compute none.
 bool moves_items(Instruction instruction) {
     using enum Instruction;
-    constexpr std::array movers{RESHAPE,  DEAL,      RAVEL,    ENCLOSE,   DISCLOSE,        FIRST,
-                                REST,     SHAPE,     RANK,     DEPTH,     MIRROR,          REVERSE,
-                                CATENATE, TRANSPOSE, COMPRESS, REPLICATE, COMPRESSLASTAXIS};
+    constexpr std::array movers{RESHAPE,  DEAL,        RAVEL,      ENCLOSE,   DISCLOSE,         FIRST,
+                                REST,     SHAPE,       RANK,       DEPTH,     MIRROR,           REVERSE,
+                                CATENATE, TRANSPOSE,   COMPRESS,   REPLICATE, COMPRESSLASTAXIS, ENASCII,
+                                DEASCII,  ENCAPSULATE, DECAPSULATE};
     return std::ranges::find(movers, instruction) != movers.end();
 }
 bool folds(Instruction instruction) {
@@ -184,6 +186,7 @@ AccountedInstruction::AccountedInstruction(const Activation& activation)
     const std::span<const DataElement> found(activation.sp - arguments + 1, static_cast<std::size_t>(arguments));
     // An empty operand gives way to the other, and nothing is computed.
     counts_items = std::ranges::none_of(found, [](const DataElement& operand) { return operand.type & ISEMPTY; });
+    if (instruction == Instruction::ENCAPSULATE) counts_items = counts_items && can_encapsulate(found[0]);
     if (!counts_items) return;
     if (counts_masked(instruction) && activation.sp > activation.argument_floor)
         looked_at = extent_of(activation.sp[-1]).items;

@@ -33,15 +33,18 @@ DataElement* GrowingItems::items() {
 void GrowingItems::add(const DataElement& item) {
     if (block == nullptr && room > 1)
         if (const std::uint64_t head = common_head(&item, 1); head != 0) block = allocate_packed(head, room);
-    if (block != nullptr && is_packed(block) && fits(block, item))
+    if (block != nullptr && is_packed(block) && fits(block, item)) {
         put_value(block, filled, item);
-    else
-        items()[filled] = own_item(item);
+    } else {
+        DataElement* const to = items() + filled;  // first: an item that nobody holds would be lost without memory
+        *to = own_item(item);
+    }
     ++filled;
 }
 
 void GrowingItems::add_nested(Owner& value) {
-    items()[filled] = nested_item(value);
+    DataElement* const to = items() + filled;
+    *to = nested_item(value);
     ++filled;
 }
 

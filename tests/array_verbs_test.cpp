@@ -9,8 +9,10 @@
 #include <optional>
 
 #include "core/stack.h"
+#include "tests/threads.h"
 #include "tests/variation.h"
 #include "verbs/array/cells.h"
+#include "verbs/array/encoding.h"
 #include "verbs/array/nests.h"
 #include "verbs/array/selection.h"
 #include "verbs/array/shapes.h"
@@ -65,6 +67,7 @@ Plain plain_reverse(const Value& value) {
 }
 
 Plain plain_transpose(const Value& value) {
+    if (value.shape.size() > 8) return {};
     if (value.items.empty()) return value;
     Shape shape = value.shape;
     std::ranges::reverse(shape);
@@ -117,12 +120,125 @@ Plain plain_shape(const Value& value) {
     return shape;
 }
 
+Item plain_number(Item item) {
+    item.form = form::number;
+    item.marks = 0;
+    item.name.clear();
+    return item;
+}
+
+Item without_name(Item item) {
+    item.marks &= static_cast<std::uint16_t>(~(mark::named | mark::hidden));
+    item.name.clear();
+    return item;
+}
+
+Value each_item(const Value& value, const std::function<Item(const Item&)>& convert) {
+    Value made = value;
+    for (Item& item : made.items)
+        item = item.tag == tag::subarray ? subarray(each_item(*item.nested, convert)) : convert(without_name(item));
+    return made;
+}
+
+Plain plain_enascii(const Value& value) {
+    return each_item(value, [](const Item& item) {
+        const bool is_code = item.tag == tag::integer
+                                 ? item.integer >= 0 && item.integer <= 255
+                                 : item.tag == tag::real && item.parts[0] >= 0 && item.parts[0] <= 255 &&
+                                       item.parts[0] - std::floor(item.parts[0]) < 1e-15;
+        if (!is_code) return item;
+        return character(static_cast<unsigned char>(item.tag == tag::integer ? item.integer
+                                                                             : std::lround(std::floor(item.parts[0]))));
+    });
+}
+
+Plain plain_deascii(const Value& value) {
+    return each_item(value, [](const Item& item) {
+        if (item.tag != tag::ascii) return item;
+        Item code = integer(item.integer);
+        code.marks = item.marks;
+        return code;
+    });
+}
+
+bool any_of_kinds(const Value& value, std::initializer_list<std::uint32_t> tags) {
+    return std::ranges::any_of(value.items, [&](const Item& item) { return std::ranges::count(tags, item.tag) != 0; });
+}
+
+Plain plain_encapsulate(const Value& value) {
+    const bool nested = any_of_kinds(value, {tag::subarray});
+    const bool others = any_of_kinds(value, {tag::ascii, tag::unicode, tag::complex, tag::quaternion, tag::octonion});
+    const bool numbers = any_of_kinds(value, {tag::integer, tag::real});
+    const std::size_t n = value.items.size();
+    if (n == 0 || (nested && (others || numbers))) return value;
+    if (nested) {
+        Value made = value;
+        for (Item& item : made.items) {
+            const Value inner = *plain_encapsulate(*item.nested);
+            item = inner.shape.empty() ? inner.items[0] : subarray(inner);
+        }
+        return made;
+    }
+    if (value.shape.size() != 1 || others || n > 8) return value;
+    const auto number = [](const Item& item) {
+        return item.tag == tag::real ? item.parts[0] : static_cast<double>(item.integer);
+    };
+    if (n == 1) {
+        const double only = number(value.items[0]);
+        const bool is_whole = value.items[0].tag == tag::real && std::floor(only) == only && std::fabs(only) < 0x1p63;
+        return is_whole ? scalar_value(integer(static_cast<std::int64_t>(only))) : value;
+    }
+    Item made = n == 2   ? hypercomplex({0, 0})
+                : n <= 4 ? hypercomplex({0, 0, 0, 0})
+                         : hypercomplex({0, 0, 0, 0, 0, 0, 0, 0});
+    std::ranges::transform(value.items, made.parts.begin(), number);
+    return scalar_value(made);
+}
+
+Plain plain_decapsulate(const Value& value) {
+    if (value.items.empty()) return value;
+    const auto vector_of = [](const Item& item) {
+        if (item.tag == tag::subarray) return *plain_decapsulate(*item.nested);
+        if (item.tag < tag::integer) return vector_value({item});
+        if (item.tag < tag::complex) return vector_value({plain_number(item)});
+        std::vector<Item> parts;
+        for (std::size_t k = 0; k < component_count(item.tag); ++k) parts.push_back(real(item.parts[k]));
+        while (parts.size() > 1 && parts.back().parts[0] == 0) parts.pop_back();
+        return vector_value(parts);
+    };
+    if (value.shape.empty() && value.items[0].tag != tag::subarray) return vector_of(value.items[0]);
+    Value made = value;
+    for (Item& item : made.items) {
+        const Value inner = vector_of(item);
+        item =
+            inner.shape.empty() && (value.items.size() > 1 || value.shape.empty()) ? inner.items[0] : subarray(inner);
+    }
+    return made;
+}
+
 // ---- the operands
 
 // A value of each shape, the items of the group in turn.
 std::vector<Value> values_of(const Group& group) {
-    const Shape shapes[]{{},     {1},    {2},    {7},    {40},     {0},       {1, 1},
-                         {3, 2}, {2, 1}, {1, 4}, {0, 3}, {33, 35}, {2, 3, 4}, {3, 1, 2, 2}};
+    const Shape shapes[]{{},
+                         {1},
+                         {2},
+                         {7},
+                         {40},
+                         {0},
+                         {1, 1},
+                         {3, 2},
+                         {2, 1},
+                         {1, 4},
+                         {0, 3},
+                         {33, 35},
+                         {2, 3, 4},
+                         {3, 1, 2, 2},
+                         {2, 1, 1, 3, 1},
+                         {1, 0, 2, 1, 1, 1},
+                         {2, 1, 1, 1, 2, 1, 1},
+                         {1, 1, 1, 1, 1, 1, 1, 1},
+                         {2, 1, 1, 2, 1, 1, 1, 1, 3}};
     std::vector<Value> values;
     for (const Shape& shape : shapes) {
         Value value{shape, {}};
@@ -157,18 +273,34 @@ struct Monadic {
     Run run;
     Plain (*plain)(const Value& value);
     std::uint16_t modifier = 0;
+    bool may_warn = false;            // and leave the value as it is
+    KindBits told = KindBits::exact;  // what was a mix still counts as one
 };
 constexpr Monadic monadic_verbs[]{
-    {"RAVEL", ravel, plain_ravel},       {"ENLIST", enlist, plain_enlist},
-    {"REVERSE", reverse, plain_reverse}, {"TRANSPOSE", transpose, plain_transpose},
-    {"FIRST", first, plain_first},       {"FIRSTONE", first, plain_first_item, 93},
-    {"REST", rest, plain_rest},          {"RREST", rest, plain_rest_less, 196},
+    {"RAVEL", ravel, plain_ravel},
+    {"ENLIST", enlist, plain_enlist},
+    {"REVERSE", reverse, plain_reverse},
+    {"TRANSPOSE", transpose, plain_transpose},
+    {"FIRST", first, plain_first},
+    {"FIRSTONE", first, plain_first_item, 93},
+    {"REST", rest, plain_rest},
+    {"RREST", rest, plain_rest_less, 196},
     {"SHAPE", shape, plain_shape},
+    {"ENASCII", enascii, plain_enascii, 0, false, KindBits::at_least},
+    {"DEASCII", deascii, plain_deascii, 0, false, KindBits::at_least},
+    {"ENCAPSULATE", encapsulate, plain_encapsulate, 0, true},
+    {"DECAPSULATE", decapsulate, plain_decapsulate, 0, false, KindBits::at_least},
 };
 
 constexpr Holding holdings[]{plain, plain_shared, packed, packed_shared};
 
-TEST(ArrayVerbs, OfOneValue) {
+// By one thread and by several.
+class ArrayVerbs : public testing::TestWithParam<std::uint32_t> {
+    const Threads threads{GetParam()};
+};
+INSTANTIATE_TEST_SUITE_P(ByThreads, ArrayVerbs, testing::Values(1, 3));
+
+TEST_P(ArrayVerbs, OfOneValue) {
     instruction_cell();
     for (const Monadic& verb : monadic_verbs)
         for (const Group& group : groups())
@@ -179,13 +311,16 @@ TEST(ArrayVerbs, OfOneValue) {
                     DataElement* sp = stack + 1;
                     *sp = build(value, holding.layout);
                     Operand operand(value, *sp, holding.shared);
-                    EXPECT_EQ(error_of([&] { verb.run(sp, cell_with(verb.modifier)); }), 0);
+                    const int error = error_of([&] { verb.run(sp, cell_with(verb.modifier)); });
+                    const bool warned = verb.may_warn && (error == 1003 || error == 1004);
+                    const Plain expected = verb.plain(value);
+                    EXPECT_EQ(error == 0 || warned, expected.has_value()) << error;
                     // Characters have a prototype of their own, and the shape of a scalar a type.
                     const bool is_told = !(value.items.empty() && group[0].tag == tag::ascii && verb.run == first) &&
                                          !(value.shape.empty() && verb.run == shape);
                     if (is_told) {
-                        const Value result = read(*sp);
-                        EXPECT_TRUE(identical(result, *verb.plain(value))) << describe(result);
+                        const Value result = read(*sp, verb.told);
+                        EXPECT_TRUE(identical(result, expected.value_or(value))) << describe(result);
                     }
                     dereferencepoint(*sp);
                     operand.check();
@@ -259,7 +394,7 @@ void check(const Dyadic& verb, const Value& left, const Value& right, Holding of
 
 // Degrees worked out by hand: two points an item, one for its kind and one for its value, and one each for depth, rank
 // and every dimension.
-TEST(ArrayVerbs, MatchGivesDegreesOfLikeness) {
+TEST_P(ArrayVerbs, MatchGivesDegreesOfLikeness) {
     instruction_cell();
     const Value flat = vector_value({integer(1), real(2), character('x')}), empty{{0}, {}};
     const Value nest = vector_value({integer(1), subarray(flat)}), other = vector_value({integer(2), subarray(flat)});
@@ -301,7 +436,7 @@ TEST(ArrayVerbs, MatchGivesDegreesOfLikeness) {
             }
 }
 
-TEST(ArrayVerbs, OfTwoValues) {
+TEST_P(ArrayVerbs, OfTwoValues) {
     instruction_cell();
     const Dyadic catenated{"CATENATE", catenate, plain_catenate};
     const Dyadic masked[]{

@@ -157,6 +157,11 @@ INSTANTIATE_TEST_SUITE_P(
             "1.5 CHECK 2 ?Y 'no' ?N 1.5 'x' IF 7 SEED TIME POP \x02"
             "a b\x03 .",
             "+ // ?Y 2 .",
+            "(1 2 3 4 5 6)[3 2] TRANSPOSE FIRST (1 (2 'x') 3l4) ENLIST REVERSE (1 2) (3 4 5) CATENATE SUM .",
+            "(1 2 3) MONADIC DUP 2 RESHAPE ; EACH (1 2.5 3l1) MONADIC 2 > ; EACH (1 'x' (1 2)) MONADIC ; EACH .",
+            "(1 2 3) (1 1 1) MONADIC SUM ; MASK (1.5 'x' (1 2)) (1 2 1) MONADIC ; REFLECT MASK (3l4 1) (1) MONADIC ; "
+            "MASK .",
+            "'abc' DEASCII ENASCII (65 (66 'x') 3l1) ENASCII ((1 2) (3 4 5 6 7)) ENCAPSULATE DUP DECAPSULATE .",
             "(1 2)[3 99999999999999999999] (1 (2)[-1]) ."})));
 
 }  // namespace

@@ -122,6 +122,7 @@ void check(const Value& data, const Value& mask, Edge edge, Layout layout) {
 }
 
 TEST(Neighbourhoods, AreThoseOfAPlainWalk) {
+    instruction_cell();
     const Item big = integer(std::int64_t{1} << 62), inf = real(INFINITY);
     const Item nest = subarray(vector_value({integer(2), real(0.5)}));
     const Group contents[]{

@@ -212,8 +212,19 @@ TEST(Reduction, EveryVerbAlongBothAxes) {
     instruction_cell();
     std::size_t turn = 0;
     for (const Group& group : groups())
-        for (const Shape& shape :
-             {Shape{}, {1}, {2}, {7}, {0}, {1, 1}, {3, 2}, {2, 3, 4}, {1, 3}, {3, 1}, {0, 3}, {4, 19}})
+        for (const Shape& shape : {Shape{},
+                                   {1},
+                                   {2},
+                                   {7},
+                                   {0},
+                                   {1, 1},
+                                   {3, 2},
+                                   {2, 3, 4},
+                                   {1, 3},
+                                   {3, 1},
+                                   {0, 3},
+                                   {4, 19},
+                                   {2, 1, 1, 2, 1, 1, 1, 1, 3}})
             for (const Folding& folding : foldings)
                 for (const bool neighbours : {true, false}) {
                     ++turn;
