@@ -25,11 +25,7 @@ void ours(benchmark::State& state, std::uint32_t threads, std::string left, cons
           const std::string& verb) {
     const std::size_t place = left.find('%');
     left = place == left.npos ? both(left, state.range(0)) : left.replace(place, 1, std::to_string(state.range(0)));
-    Stream stream(left + " " + (right.empty() ? "" : right + " ") + verb + " .");
-    processors = threads;
-    for (auto _ : state) stream.run();
-    processors = 1;
-    state.SetItemsProcessed(state.iterations() * state.range(0));
+    measure(state, threads, left + " " + (right.empty() ? "" : right + " ") + verb + " .", state.range(0));
 }
 
 template <class Value, class Work>

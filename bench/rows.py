@@ -27,6 +27,11 @@ DEGREES, TRUTHS = ([0.5, 0.25], [0.3, 0.4]), ([1, 0], [1, 1])
 TRUTHS_ALONE = ([1, 1], [1])
 ANGLES, POSITIVE = ([0.3, 1.7, -2.5, 11.25], [0]), ([0.3, 1.7, 2.5, 11.25], [3.5, -4.75])
 
+# Of whole-array work: the side of the matrices, every other item, and a nest.
+SIDE = 1000
+MASK = numpy.resize(numpy.array([True, False]), SIDE * SIDE)
+PAIRS = [numpy.array([1.5, 2.25]) for _ in range(100000)]
+
 # The same work in NumPy: the kind of item, what the two operands repeat, and the function of them.
 WORK = {
     "real + real": (numpy.float64, REAL, lambda a, b: a + b),
@@ -62,6 +67,18 @@ WORK = {
     "sum of integers": (numpy.int64, INTEGER, lambda a, b: a.sum()),
     "largest of reals": (numpy.float64, REAL, lambda a, b: a.max()),
     "all of truths": (numpy.bool_, TRUTHS_ALONE, lambda a, b: a.all()),
+    "sums of each row": (numpy.float64, REAL, lambda a, b: a.reshape(SIDE, SIDE).sum(axis=1)),
+    "sum of rows": (numpy.float64, REAL, lambda a, b: a.reshape(SIDE, SIDE).sum(axis=0)),
+    "integer sums of each row": (numpy.int64, INTEGER, lambda a, b: a.reshape(SIDE, SIDE).sum(axis=1)),
+    "integer sum of rows": (numpy.int64, INTEGER, lambda a, b: a.reshape(SIDE, SIDE).sum(axis=0)),
+    "largest of rows": (numpy.float64, REAL, lambda a, b: a.reshape(SIDE, SIDE).max(axis=0)),
+    "transposition": (numpy.float64, REAL, lambda a, b: a.reshape(SIDE, SIDE).T.copy()),
+    "reversal": (numpy.float64, REAL, lambda a, b: a[::-1].copy()),
+    "catenation": (numpy.float64, REAL, lambda a, b: numpy.concatenate((a, b))),
+    "repetition to a shape": (numpy.float64, REAL, lambda a, b: numpy.resize(a[:3], (SIDE, SIDE))),
+    "choice by a mask": (numpy.float64, REAL, lambda a, b: a[MASK]),
+    "enlisting of pairs": (numpy.float64, REAL, lambda a, b: numpy.concatenate(PAIRS)),
+    "MASK of three points": (numpy.float64, REAL, lambda a, b: numpy.convolve(a, (0.25, 0.5, 0.25), "same")),
     "complex * complex": (numpy.complex128, REAL, lambda a, b: a * b),
 }
 

@@ -52,4 +52,12 @@ std::int64_t Stream::run() {
     return result;
 }
 
+void measure(benchmark::State& state, std::uint32_t threads, std::string_view sentence, std::int64_t items) {
+    Stream stream(sentence);
+    processors = threads;
+    for (auto _ : state) stream.run();
+    processors = 1;
+    state.SetItemsProcessed(state.iterations() * items);
+}
+
 }  // namespace ondrel

@@ -1,6 +1,8 @@
 // A translated sentence that can be run again and again, as a loop of the language would run it.
 #pragma once
 
+#include <benchmark/benchmark.h>
+
 #include <string_view>
 
 #include "data/dataelement.h"
@@ -8,7 +10,8 @@
 
 namespace ondrel {
 
-// Builds the tables that the translator needs, and starts a worker, which is not used as long as `processors` is 1; once.
+// Builds the tables that the translator needs, and starts a worker, which is not used as long as `processors` is 1;
+// once.
 void start_interpreter();
 
 struct Stream {
@@ -24,5 +27,8 @@ struct Stream {
     // Runs the cells on an empty stack and drops what they leave; the result is the integer that was on top, or 0.
     std::int64_t run();
 };
+
+// Measures the sentence, run on so many threads; what it leaves is dropped. Times are those of `items` items.
+void measure(benchmark::State& state, std::uint32_t threads, std::string_view sentence, std::int64_t items);
 
 }  // namespace ondrel

@@ -103,6 +103,21 @@ int reshaping_error(DataElement& data, const DataElement& shape, std::vector<std
     return n < 0 ? too_big : 0;
 }
 
+// Gives the value n items, its own repeated in order: in its own block where it can.
+void resize(DataElement& data, std::uint32_t n) {
+    const std::uint32_t m = data.elements;
+    if (n == m) return;
+    if (n == 0) return replace_items(data, nullptr, 0);
+    if (n < m) return keep_first(data, n);
+    if (!is_packed(data.data_pointer) || !sole_holder(data.data_pointer))
+        return replace_items(data, cycled(data, m, n), n);
+    const std::size_t width = item_width(header(data.data_pointer).head);
+    data.data_pointer = Reallocate(data.data_pointer, n * width);
+    std::size_t filled = m;
+    repeat(data.data_pointer, data.data_pointer, m, n, filled);
+    set_elements(data, n);
+}
+
 }  // namespace
 
 int reshape(DataElement& data, DataElement& shape, Site site) {
@@ -122,7 +137,7 @@ int reshape(DataElement& data, DataElement& shape, Site site) {
     Owner reshaped;
     reshaped.record.shape_pointer = allocate_shape(dimensions.size());
     std::ranges::copy(dimensions, reshaped.record.shape_pointer);
-    if (n != m) replace_items(data, n == 0 ? nullptr : cycled(data, m, n), n);
+    resize(data, n);
 
     std::swap(data.shape_pointer, reshaped.record.shape_pointer);
     data.rank = static_cast<std::int32_t>(dimensions.size());
