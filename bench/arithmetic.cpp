@@ -135,8 +135,6 @@ const Row rows[] = {
      [](benchmark::State& state) { plain_fold(state, std::int64_t{1}, std::plus<>{}); }},
     {"largest of reals", "1.5 2.25", "", "LARGEST",
      [](benchmark::State& state) { plain_fold(state, 1.5, [](double a, double b) { return a > b ? a : b; }); }},
-    {"all of truths", "(1 1)[%] 1 =", "", "ALL",
-     [](benchmark::State& state) { plain_fold(state, Truth{1}, std::logical_and<>{}); }},
     {"complex * complex", "#1i2 #3i4", "#5i6 #7i8", "*",
      [](benchmark::State& state) {
          plain(state, Complex{1, 2}, Complex{5, 6}, [](Complex a, Complex b) { return plain_product(a, b); });

@@ -93,6 +93,12 @@ void smoothed(benchmark::State& state) {
             to[i] = 0.25 * from[i - 1] + 0.5 * from[i] + 0.25 * from[i + 1];
     });
 }
+void all_true(benchmark::State& state) {
+    const std::vector<std::uint8_t> truths(static_cast<std::size_t>(state.range(0)), 1);
+    for (auto _ : state)
+        benchmark::DoNotOptimize(std::accumulate(truths.begin(), truths.end(), std::uint8_t{1}, std::bit_and<>{}));
+    state.SetItemsProcessed(state.iterations() * state.range(0));
+}
 // As many calls of the same function in a LOOP, which EACH is to be near.
 void calls_in_a_loop(benchmark::State& state) {
     measure(state, 1, std::to_string(state.range(0)) + " MONADIC 3 * 1 + POP ; LOOP .", state.range(0));
@@ -103,8 +109,11 @@ struct Row {
     std::int64_t items;
     const char* sentence;
     void (*limit)(benchmark::State&);
+    const char* before = "";  // run once
 };
 const Row rows[] = {
+    {"all of truths", 1000000, "truths ALL .", all_true, "(1 1)[1000000] 1 = @truths SET ."},
+    {"all of many truths", 10000000, "many ALL .", all_true, "(1 1)[10000000] 1 = @many SET ."},
     {"sums of each row", side* side, "(1.5 2.25)[1000 1000] SUM .", sum_of_each_row},
     {"sum of rows", side* side, "(1.5 2.25)[1000 1000] SUMROWS .", sum_of_rows},
     {"integer sums of each row", side* side, "(1 2)[1000 1000] SUM .", sum_of_each_row},
@@ -129,7 +138,10 @@ const bool registered = [] {
                 ->UseRealTime();
         };
         const auto by_threads = [&row](std::uint32_t threads) {
-            return [&row, threads](benchmark::State& state) { measure(state, threads, row.sentence, row.items); };
+            return [&row, threads](benchmark::State& state) {
+                if (*row.before != '\0') Stream(row.before).run();
+                measure(state, threads, row.sentence, row.items);
+            };
         };
         add("ours", by_threads(1));
         add("two", by_threads(2));

@@ -67,6 +67,7 @@ WORK = {
     "sum of integers": (numpy.int64, INTEGER, lambda a, b: a.sum()),
     "largest of reals": (numpy.float64, REAL, lambda a, b: a.max()),
     "all of truths": (numpy.bool_, TRUTHS_ALONE, lambda a, b: a.all()),
+    "all of many truths": (numpy.bool_, TRUTHS_ALONE, lambda a, b: a.all()),
     "sums of each row": (numpy.float64, REAL, lambda a, b: a.reshape(SIDE, SIDE).sum(axis=1)),
     "sum of rows": (numpy.float64, REAL, lambda a, b: a.reshape(SIDE, SIDE).sum(axis=0)),
     "integer sums of each row": (numpy.int64, INTEGER, lambda a, b: a.reshape(SIDE, SIDE).sum(axis=1)),

@@ -242,8 +242,14 @@ TEST(Reduction, OfManyItems) {
     const std::function<Item()> kinds[]{
         [&] { return integer(static_cast<std::int64_t>(random() % 7) - 3); },
         [&] { return integer(static_cast<std::int64_t>(random())); },
+        // with sums of a few thousand just within and just beyond what doubles hold exactly
+        [&] { return integer(static_cast<std::int64_t>(random() >> 24) - (std::int64_t{1} << 39)); },
+        [&] { return integer(static_cast<std::int64_t>(random() >> 23) - (std::int64_t{1} << 40) - 1); },
         [&] { return integer(static_cast<std::int64_t>(random() % 2), form::boolean); },
         [&] { return real(real_of(random)); },
+        [&] { return real(random() % 60 == 0 ? -INFINITY : real_of(random)); },
+        [&] { return real(random() % 400 == 0 ? NAN : real_of(random)); },
+        [&] { return real(random() % 2 == 0 ? -1 / real_of(random) : -0.0); },
         [&] { return real(static_cast<double>(random() % 2)); },
         [&] { return degree(real_of(random) > 0 ? 1 : 0); },
         [&] { return degree(std::fabs(real_of(random)) / 9); },

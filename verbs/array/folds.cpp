@@ -4,6 +4,7 @@
 #include <bit>
 #include <cstring>
 #include <limits>
+#include <numeric>
 #include <utility>
 
 #include "numbers/algebra.h"
@@ -61,6 +62,10 @@ struct Quotient {
 
 // Groups that are folded at the same time: enough to hide how long one sum takes.
 constexpr std::size_t lanes = 8;
+// Items of a group that are worth a call.
+constexpr std::size_t worth_a_call = 32;
+// Stretches of columns are short enough to stay in the nearest cache.
+constexpr std::size_t columns_at_once = 2048, rows_to_heed = 32;
 
 template <class Operation, class Value>
 Value step(const Value& so_far, const Value& next) {
@@ -105,15 +110,13 @@ void fold_all(const Source* values, const Groups& groups, Value* results) {
         for (; group < count; ++group) fold_neighbours<Operation, 1>(values + group * n, n, results + group);
         return;
     }
-    // stretches of columns short enough to stay in the nearest cache
-    constexpr std::size_t stretch = 2048;
-    for (std::size_t from = 0; from < count; from += stretch) {
-        const std::size_t width = std::min(stretch, count - from);
+    for (std::size_t from = 0; from < count; from += columns_at_once) {
+        const std::size_t width = std::min(columns_at_once, count - from);
         const auto row = [&](std::size_t i) { return values + place_in_order<Operation>(i, n) * count + from; };
         std::transform(row(0), row(0) + width, results + from, [](const Source& x) { return static_cast<Value>(x); });
         for (std::size_t i = 1; i < n; ++i) {
             fold_row<Operation>(row(i), width, results + from);
-            if (i % 32 == 31) heed_attention();
+            if (i % rows_to_heed == rows_to_heed - 1) heed_attention();
         }
     }
 }
@@ -172,46 +175,70 @@ void* folded_numbers(Fold fold, const DataElement& value, const Groups& groups) 
     return results_of(room, groups.count);
 }
 
-// The sum of n integers, wrapped, and the bits that there are in their magnitudes.
+// The sum of n integers that are each raised by as much, wrapped, and the bits that there are in them.
 struct SumAndBits {
     std::uint64_t sum = 0, bits = 0;
 };
-VECTOR_CLONES void add_integers(const std::int64_t* values, std::size_t n, SumAndBits& so_far) {
+VECTOR_CLONES void add_integers(const std::int64_t* values, std::size_t n, std::uint64_t raise, SumAndBits& so_far) {
     std::uint64_t sum = 0, bits = 0;
     for (std::size_t i = 0; i < n; ++i) {
-        sum += static_cast<std::uint64_t>(values[i]);
-        bits |= static_cast<std::uint64_t>(values[i] ^ (values[i] >> 63));
+        const std::uint64_t raised = static_cast<std::uint64_t>(values[i]) + raise;
+        sum += raised;
+        bits |= raised;
     }
     so_far.sum += sum;
     so_far.bits |= bits;
 }
 
-// Whether sums of n numbers of such magnitudes are exact in doubles, so that they may go any way.
-bool are_exact(std::uint64_t bits, std::size_t n) {
-    return std::bit_width(bits) + std::bit_width(n) <= std::numeric_limits<double>::digits;
+// Adds a row to the sums, wrapped; the bits of its items, raised as above.
+VECTOR_CLONES std::uint64_t add_row(const std::int64_t* row, std::size_t n, std::uint64_t raise, std::int64_t* sums) {
+    std::uint64_t bits = 0;
+#pragma GCC ivdep
+    for (std::size_t i = 0; i < n; ++i) {
+        sums[i] = static_cast<std::int64_t>(static_cast<std::uint64_t>(sums[i]) + static_cast<std::uint64_t>(row[i]));
+        bits |= static_cast<std::uint64_t>(row[i]) + raise;
+    }
+    return bits;
 }
 
-// False where a sum might not be exact.
+// False where a sum might not be exact in doubles, so that its order tells. Sums of n integers are exact if these lie
+// from -limit to below the limit, which shows when they are raised by it.
 bool sum_exactly(const std::int64_t* values, const Groups& groups, std::int64_t* results) {
-    constexpr std::size_t worth_a_call = 32;
     const auto [count, n, neighbours] = groups;
+    constexpr int precise = std::numeric_limits<double>::digits;
+    const int free_bits = precise - static_cast<int>(std::bit_width(n));
+    if (free_bits < 0) return false;
+    const std::uint64_t limit = std::uint64_t{1} << free_bits;
+    const auto are_exact = [limit](std::uint64_t bits) { return bits < 2 * limit; };
     if ((neighbours || count == 1) && n >= worth_a_call) {
         for (std::size_t group = 0; group < count; ++group) {
             SumAndBits all;
             for (std::size_t from = 0; from < n; from += heed_every) {
-                add_integers(values + group * n + from, std::min(heed_every, n - from), all);
+                add_integers(values + group * n + from, std::min(heed_every, n - from), limit, all);
                 heed_attention();
             }
-            if (!are_exact(all.bits, n)) return false;
-            results[group] = static_cast<std::int64_t>(all.sum);
+            if (!are_exact(all.bits)) return false;
+            results[group] = static_cast<std::int64_t>(all.sum - n * limit);
         }
         return true;
     }
-    SumAndBits all;
-    add_integers(values, count * n, all);
-    if (!are_exact(all.bits, n)) return false;
-    fold_all<Sum>(values, groups, results);
-    return true;
+    if (neighbours) {
+        SumAndBits all;
+        add_integers(values, count * n, limit, all);
+        if (!are_exact(all.bits)) return false;
+        fold_all<Sum>(values, groups, results);
+        return true;
+    }
+    std::uint64_t bits = 0;
+    for (std::size_t from = 0; from < count; from += columns_at_once) {
+        const std::size_t width = std::min(columns_at_once, count - from);
+        std::fill_n(results + from, width, 0);
+        for (std::size_t i = 0; i < n; ++i) {
+            bits |= add_row(values + i * count + from, width, limit, results + from);
+            if (i % rows_to_heed == rows_to_heed - 1) heed_attention();
+        }
+    }
+    return are_exact(bits);
 }
 
 void* folded_integers(Fold fold, const DataElement& value, const Groups& groups) {
@@ -259,10 +286,14 @@ void* folded(Fold fold, const DataElement& value, const Groups& groups) {
 
 namespace {
 
+// The words of magnitudes order as they do, those of NaN above that of infinity.
+std::uint64_t doubled(double value) { return std::bit_cast<std::uint64_t>(value) << 1; }
+constexpr std::uint64_t doubled_infinity = std::bit_cast<std::uint64_t>(std::numeric_limits<double>::infinity()) << 1;
+
 VECTOR_CLONES bool has_nan(const double* values, std::size_t n) {
-    bool any = false;
-    for (std::size_t i = 0; i < n; ++i) any |= values[i] != values[i];
-    return any;
+    std::uint64_t most = 0;
+    for (std::size_t i = 0; i < n; ++i) most = std::max(most, doubled(values[i]));
+    return most > doubled_infinity;
 }
 
 bool is_zero_or_nan(const std::byte* value) {
@@ -271,15 +302,113 @@ bool is_zero_or_nan(const std::byte* value) {
     return !(number < 0 || number > 0);
 }
 
+// ---- in any order
+
+// Folds the n items of a group to one. False where the order tells.
+using GroupFold = bool (*)(const std::byte* items, std::size_t n, std::byte* result);
+
+template <bool greatest, class Value>
+Value extreme_of_two(const Value& a, const Value& b) {
+    return (greatest ? a > b : a < b) ? a : b;
+}
+
+// So many items side by side that none waits for another; and of reals the words of the greatest magnitudes, doubled,
+// which tell whether there is a NaN among them.
+template <class Value>
+struct Extremes {
+    static constexpr std::size_t abreast = 256 / sizeof(Value);
+    Value best[abreast];
+    std::uint64_t magnitudes[abreast];
+};
+
+// Takes n items, as many times as many as there are abreast.
+template <bool greatest, class Value>
+VECTOR_CLONES void take_items(const Value* values, std::size_t n, Extremes<Value>& extremes) {
+    constexpr std::size_t abreast = Extremes<Value>::abreast;
+    Extremes<Value> own = extremes;
+    for (std::size_t at = 0; at < n; at += abreast)
+        for (std::size_t k = 0; k < abreast; ++k) {
+            const Value& value = values[at + k];
+            if constexpr (std::is_same_v<Value, double>)
+                own.magnitudes[k] = std::max(own.magnitudes[k], doubled(value));
+            own.best[k] = extreme_of_two<greatest>(own.best[k], value);
+        }
+    extremes = own;
+}
+
+template <bool greatest, class Value>
+bool extreme(const std::byte* items, std::size_t n, std::byte* result) {
+    constexpr std::size_t abreast = Extremes<Value>::abreast;
+    const auto* const values = reinterpret_cast<const Value*>(items);
+    Extremes<Value> extremes{};
+    std::fill_n(extremes.best, abreast, values[0]);
+    const std::size_t whole = n / abreast * abreast;
+    for (std::size_t from = 0; from < whole; from += heed_every) {
+        take_items<greatest>(values + from, std::min(heed_every, whole - from), extremes);
+        heed_attention();
+    }
+    Value rest[abreast];
+    std::fill_n(rest, abreast, values[0]);
+    std::copy_n(values + whole, n - whole, rest);
+    take_items<greatest>(rest, abreast, extremes);
+    const Value best =
+        std::accumulate(extremes.best, extremes.best + abreast, values[0], extreme_of_two<greatest, Value>);
+    std::memcpy(result, &best, sizeof best);
+    if constexpr (std::is_same_v<Value, double>)
+        return best != 0 && *std::ranges::max_element(extremes.magnitudes) <= doubled_infinity;
+    return true;
+}
+
+// By the loop of a verb: a front of the group's items takes in all others, so many at a time; then its one half the
+// other, and again. False where the order tells.
+constexpr std::size_t widest_front = 2048;
+bool fold_against_front(DyadicLoop pairs, const Setting& setting, const std::byte* items, std::size_t n,
+                        std::size_t width, bool can_be_nan, std::byte* front, std::byte* result) {
+    for (std::size_t at = 0; at < n; at += widest_front) {
+        const std::size_t some = std::min(widest_front, n - at);
+        const std::byte* const next = items + at * width;
+        if (can_be_nan && has_nan(reinterpret_cast<const double*>(next), some)) return false;
+        if (at == 0)
+            std::copy_n(next, some * width, front);
+        else
+            pairs(front, next, front, some, setting);
+        if (at % heed_every == 0) heed_attention();
+    }
+    for (std::size_t left = std::min(n, widest_front); left > 1;) {
+        const std::size_t half = left / 2;
+        left -= half;
+        pairs(front, front + left * width, front, half, setting);
+    }
+    if (can_be_nan && is_zero_or_nan(front)) return false;
+    std::copy_n(front, width, result);
+    return true;
+}
+
+template <class Value>
+GroupFold extreme_of(Fold fold) {
+    return fold == Fold::greatest || fold == Fold::any ? extreme<true, Value> : extreme<false, Value>;
+}
+
+// The fold that is the least or the greatest of the items; null if it is not.
+GroupFold extreme_of(Fold fold, std::uint64_t head) {
+    if (head & in_bytes) return extreme_of<std::uint8_t>(fold);
+    if (fold != Fold::least && fold != Fold::greatest) return nullptr;
+    switch (head_tag(head)) {
+        case tag::ascii: return extreme_of<std::uint8_t>(fold);
+        case tag::integer: return extreme_of<std::int64_t>(fold);
+        case tag::real: return extreme_of<double>(fold);
+        default: return nullptr;
+    }
+}
+
 }  // namespace
 
-void* folded_by_loops(const DyadicVerb& verb, bool from_left, bool is_free, const DataElement& value,
-                      const Groups& groups, const Setting& setting) {
-    constexpr std::size_t worth_a_call = 32;
+void* folded_by_loops(const DyadicVerb& verb, bool from_left, Fold fold, const DataElement& value, const Groups& groups,
+                      const Setting& setting) {
     const auto [count, n, neighbours] = groups;
     const void* const block = value.data_pointer;
     const bool by_rows = !neighbours && count >= worth_a_call;
-    const bool by_groups = is_free && n >= worth_a_call && (neighbours || count == 1);
+    const bool by_groups = is_free(fold) && n >= worth_a_call && (neighbours || count == 1);
     if (!is_packed(block) || is_polar(header(block).head) || !(by_rows || by_groups)) return nullptr;
     const std::uint64_t head = header(block).head, of_item = item_head(head);
     const std::size_t kind = kind_index(head_tag(of_item)), width = item_width(head);
@@ -290,12 +419,10 @@ void* folded_by_loops(const DyadicVerb& verb, bool from_left, bool is_free, cons
         return nullptr;
     const DyadicLoop pairs = loop.by_extent[neither_single];
     const auto* const values = static_cast<const std::byte*>(block);
-    const bool can_be_nan = head_tag(of_item) >= tag::real && width > 1;
-
+    Owner made;
+    made.record.data_pointer = allocate_packed(head, count);
+    auto* const results = static_cast<std::byte*>(made.record.data_pointer);
     if (by_rows) {
-        Owner made;
-        made.record.data_pointer = allocate_packed(head, count);
-        auto* const results = static_cast<std::byte*>(made.record.data_pointer);
         const auto row = [&](std::size_t i) { return values + (from_left ? i : n - 1 - i) * count * width; };
         std::copy_n(row(0), count * width, results);
         for (std::size_t i = 1; i < n; ++i) {
@@ -307,34 +434,19 @@ void* folded_by_loops(const DyadicVerb& verb, bool from_left, bool is_free, cons
         }
         return std::exchange(made.record.data_pointer, nullptr);
     }
-
-    if (can_be_nan && head_tag(of_item) != tag::real) return nullptr;
-    // A front of each group's items takes in all others, so many at a time; then its one half the other, and again.
-    constexpr std::size_t widest = 2048;
-    Owner made, front;
-    made.record.data_pointer = allocate_packed(head, count);
-    front.record.data_pointer = allocate_packed(head, std::min(n, widest));
-    auto* const results = static_cast<std::byte*>(made.record.data_pointer);
-    auto* const so_far = static_cast<std::byte*>(front.record.data_pointer);
+    const GroupFold group_fold = extreme_of(fold, head);
+    const bool can_be_nan = head_tag(of_item) >= tag::real && width > 1;
+    if (group_fold == nullptr && can_be_nan && head_tag(of_item) != tag::real) return nullptr;
+    Owner front;
+    if (group_fold == nullptr) front.record.data_pointer = allocate_packed(head, std::min(n, widest_front));
     for (std::size_t group = 0; group < count; ++group) {
         const std::byte* const items = values + group * n * width;
-        for (std::size_t at = 0; at < n; at += widest) {
-            const std::size_t some = std::min(widest, n - at);
-            const std::byte* const next = items + at * width;
-            if (can_be_nan && has_nan(reinterpret_cast<const double*>(next), some)) return nullptr;
-            if (at == 0)
-                std::copy_n(next, some * width, so_far);
-            else
-                pairs(so_far, next, so_far, some, setting);
-            if (at % heed_every == 0) heed_attention();
-        }
-        for (std::size_t left = std::min(n, widest); left > 1;) {
-            const std::size_t half = left / 2;
-            left -= half;
-            pairs(so_far, so_far + left * width, so_far, half, setting);
-        }
-        if (can_be_nan && is_zero_or_nan(so_far)) return nullptr;
-        std::copy_n(so_far, width, results + group * width);
+        std::byte* const result = results + group * width;
+        const bool done = group_fold != nullptr
+                              ? group_fold(items, n, result)
+                              : fold_against_front(pairs, setting, items, n, width, can_be_nan,
+                                                   static_cast<std::byte*>(front.record.data_pointer), result);
+        if (!done) return nullptr;
     }
     return count == 1 ? unpack(results, 1) : std::exchange(made.record.data_pointer, nullptr);
 }

@@ -24,7 +24,6 @@ struct Reduction {
     const DyadicVerb* verb;
     bool from_left, takes_characters;
     Fold fold = Fold::none;
-    bool is_free = false;  // numbers that are no zero or NaN may be folded in any order
 };
 
 // Null for a verb that folds nothing.
@@ -35,14 +34,14 @@ const Reduction* reduction_of(std::uint16_t instruction) {
         {Instruction::MULTIPLY, &multiply_verb, false, false, Fold::product},
         {Instruction::DIVIDE, &divide_verb, false, false, Fold::quotient},
         {Instruction::RESIDUE, &residue_verb, false, false},
-        {Instruction::MINIMUM, &minimum_verb, false, true, Fold::none, true},
-        {Instruction::MAXIMUM, &maximum_verb, false, true, Fold::none, true},
+        {Instruction::MINIMUM, &minimum_verb, false, true, Fold::least},
+        {Instruction::MAXIMUM, &maximum_verb, false, true, Fold::greatest},
         {Instruction::POWER, &power_verb, false, false},
         {Instruction::LOGARITHM, &logarithm_verb, false, false},
         {Instruction::CIRCULAR, &circular_verb, false, false},
         {Instruction::BINOMIAL, &binomial_verb, false, false},
-        {Instruction::AND, &and_verb, true, false, Fold::none, true},
-        {Instruction::OR, &or_verb, true, false, Fold::none, true},
+        {Instruction::AND, &and_verb, true, false, Fold::all},
+        {Instruction::OR, &or_verb, true, false, Fold::any},
         {Instruction::STRONGAND, &strongand_verb, true, false},
         {Instruction::STRONGOR, &strongor_verb, true, false},
         {Instruction::STRONGNAND, &strongnand_verb, true, false},
@@ -155,13 +154,13 @@ void* mixed_sums(const DataElement& value, const Groups& groups, Site site) {
 void* results_of(const Reduction& reduction, const DataElement& value, const Groups& groups, Site site) {
     const Setting setting = setting_of(*reduction.verb, site);
     if (groups.n == 1) return folded_items(reduction, value, groups, setting);
-    if (!(value.type & STRUCTURED) && reduction.fold != Fold::none) {
+    if (!(value.type & STRUCTURED) && reduction.fold != Fold::none && !is_free(reduction.fold)) {
         const bool of_numbers = (value.type & (HASINTEGER | HASREAL | HASCOMPLEX | HASQUATERNION | HASOCTONION)) != 0;
         if (!(value.type & COMPLEXED) && of_numbers) return folded(reduction.fold, value, groups);
         if ((value.type & COMPLEXED) && reduction.fold == Fold::sum) return mixed_sums(value, groups, site);
     }
     void* const by_loops =
-        folded_by_loops(*reduction.verb, reduction.from_left, reduction.is_free, value, groups, setting);
+        folded_by_loops(*reduction.verb, reduction.from_left, reduction.fold, value, groups, setting);
     return by_loops != nullptr ? by_loops : folded_items(reduction, value, groups, setting);
 }
 
