@@ -9,6 +9,7 @@
 #include <optional>
 
 #include "core/stack.h"
+#include "tests/evaluator.h"
 #include "tests/threads.h"
 #include "tests/variation.h"
 #include "verbs/array/cells.h"
@@ -475,6 +476,30 @@ TEST_P(ArrayVerbs, OfTwoValues) {
                 }
             if (enough_failures()) return;
         }
+}
+
+// A function that gives its argument back changes nothing but that a nested scalar gives way to what it holds.
+TEST_P(ArrayVerbs, EachItem) {
+    Evaluator evaluator;
+    instruction_cell();
+    for (const Group& group : groups())
+        for (const Value& value : values_of(group))
+            for (const Holding holding : holdings) {
+                SCOPED_TRACE(describe(value) + describe_holding(holding));
+                const std::int64_t blocks = blocks_out();
+                *++evaluator.sp = build(value, holding.layout);
+                Operand operand(value, *evaluator.sp, holding.shared);
+                EXPECT_EQ(evaluator.run("MONADIC ; EACH\n"), "");
+                Value expected = value;
+                for (Item& item : expected.items)
+                    if (item.tag == tag::subarray && item.nested->shape.empty()) item = Item(item.nested->items[0]);
+                const Value result = read(*evaluator.sp);
+                EXPECT_TRUE(identical(result, expected)) << describe(result);
+                evaluator.clear();
+                operand.check();
+                EXPECT_EQ(blocks_out(), blocks) << "blocks not given back";
+                if (enough_failures()) return;
+            }
 }
 
 }  // namespace
