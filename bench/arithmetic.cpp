@@ -164,29 +164,15 @@ void hand_off(benchmark::State& state) {
 }
 BENCHMARK(hand_off)->Name("ours/hand-off and rendezvous")->UseRealTime();
 
-// Seconds: the first use of a large block is the system's page faults, not ours.
-constexpr double warm_up = 0.05;
-
 const bool registered = [] {
     for (const Row& row : rows)
         for (const std::int64_t n : {1000, 100000, 1000000, 10000000}) {
             if (n > 1000000 && std::string_view(row.name).starts_with("octonion")) continue;  // gigabytes
-            const std::string suffix = std::string("/") + row.name;
-            const auto add = [&](const char* owner, auto work) {
-                benchmark::RegisterBenchmark((owner + suffix).c_str(), work)
-                    ->Arg(n)
-                    ->MinWarmUpTime(warm_up)
-                    ->UseRealTime();
+            const auto sentence = [&row](benchmark::State& state, std::uint32_t threads) {
+                const std::string right = *row.right == '\0' ? "" : both(row.right, state.range(0));
+                ours(state, threads, row.left, right, row.verb);
             };
-            const auto by_threads = [&row](std::uint32_t threads) {
-                return [&row, threads](benchmark::State& state) {
-                    const std::string right = *row.right == '\0' ? "" : both(row.right, state.range(0));
-                    ours(state, threads, row.left, right, row.verb);
-                };
-            };
-            add("ours", by_threads(1));
-            add("two", by_threads(2));
-            add("plain", row.limit);
+            add_row(row.name, n, sentence, row.limit);
         }
     return true;
 }();

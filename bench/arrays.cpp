@@ -131,21 +131,11 @@ const Row rows[] = {
 
 const bool registered = [] {
     for (const Row& row : rows) {
-        const auto add = [&row](const char* owner, auto work) {
-            benchmark::RegisterBenchmark((std::string(owner) + "/" + row.name).c_str(), work)
-                ->Arg(row.items)
-                ->MinWarmUpTime(0.05)
-                ->UseRealTime();
+        const auto sentence = [&row](benchmark::State& state, std::uint32_t threads) {
+            if (*row.before != '\0') Stream(row.before).run();
+            measure(state, threads, row.sentence, row.items);
         };
-        const auto by_threads = [&row](std::uint32_t threads) {
-            return [&row, threads](benchmark::State& state) {
-                if (*row.before != '\0') Stream(row.before).run();
-                measure(state, threads, row.sentence, row.items);
-            };
-        };
-        add("ours", by_threads(1));
-        add("two", by_threads(2));
-        add("plain", row.limit);
+        add_row(row.name, row.items, sentence, row.limit);
     }
     return true;
 }();

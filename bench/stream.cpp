@@ -52,6 +52,21 @@ std::int64_t Stream::run() {
     return result;
 }
 
+void add_row(const std::string& name, std::int64_t items,
+             const std::function<void(benchmark::State&, std::uint32_t threads)>& ours,
+             void (*limit)(benchmark::State&)) {
+    constexpr double warm_up = 0.05;  // seconds: the first use of a large block is the system's page faults, not ours
+    const auto add = [&](const char* owner, const auto& work) {
+        benchmark::RegisterBenchmark((std::string(owner) + "/" + name).c_str(), work)
+            ->Arg(items)
+            ->MinWarmUpTime(warm_up)
+            ->UseRealTime();
+    };
+    add("ours", [ours](benchmark::State& state) { ours(state, 1); });
+    add("two", [ours](benchmark::State& state) { ours(state, 2); });
+    add("plain", limit);
+}
+
 void measure(benchmark::State& state, std::uint32_t threads, std::string_view sentence, std::int64_t items) {
     Stream stream(sentence);
     processors = threads;

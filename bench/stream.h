@@ -3,6 +3,8 @@
 
 #include <benchmark/benchmark.h>
 
+#include <functional>
+#include <string>
 #include <string_view>
 
 #include "data/dataelement.h"
@@ -27,6 +29,11 @@ struct Stream {
     // Runs the cells on an empty stack and drops what they leave; the result is the integer that was on top, or 0.
     std::int64_t run();
 };
+
+// Puts down a row of so many items: the work by one thread and by two, and what it is held against.
+void add_row(const std::string& name, std::int64_t items,
+             const std::function<void(benchmark::State&, std::uint32_t threads)>& ours,
+             void (*limit)(benchmark::State&));
 
 // Measures the sentence, run on so many threads; what it leaves is dropped. Times are those of `items` items.
 void measure(benchmark::State& state, std::uint32_t threads, std::string_view sentence, std::int64_t items);

@@ -67,7 +67,6 @@ void ItemCalls::put_into(DataElement& value) {
     replace_items(value, made.take(), value.elements);
     value.type |= probable;
     rebuild_kinds(value);
-    if (value.rank == 0) value.depth = value.type & STRUCTURED ? depth_of(value.data_pointer, 1) : std::int16_t{0};
     pack(value);
 }
 

@@ -287,7 +287,8 @@ void rebuild_kinds(DataElement& record) {
     record.type &= ~(KIND_BITS | PER_ITEM | ISSTRUCTURE);
     if (record.data_pointer == nullptr) return;
     record.type |= kinds_of(record.data_pointer, record.elements);
-    if (!(record.type & ISSCALAR)) record.depth = depth_of(record.data_pointer, record.elements);
+    const bool is_plain_scalar = (record.type & ISSCALAR) && !(record.type & STRUCTURED);
+    record.depth = is_plain_scalar ? std::int16_t{0} : depth_of(record.data_pointer, record.elements);
 }
 
 DataElement make_array(std::int64_t* shape, std::int32_t rank, void* data, std::uint32_t elements,

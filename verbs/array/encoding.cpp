@@ -34,7 +34,6 @@ DataElement with_items(const DataElement& value, void* block, std::uint32_t type
     reference(made.record.shape_pointer);
     rebuild_kinds(made.record);
     made.record.type |= (value.type & COMPLEXED) | type_bits;
-    if (value.rank == 0) made.record.depth = made.record.type & STRUCTURED ? depth_of(block, 1) : std::int16_t{0};
     if ((made.record.type & COMPLEXED) && is_packed(block)) {
         made.record.data_pointer = unpack(block, value.elements);
         release(block);

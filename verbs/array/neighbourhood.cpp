@@ -175,7 +175,6 @@ DataElement Neighbourhoods::next() {
     made.data_pointer = block;
     made.type = (mask.type & RANK_BITS) | ((mask.type | data.type) & ISPROBABLE);
     rebuild_kinds(made);
-    if (made.rank == 0) made.depth = made.type & STRUCTURED ? depth_of(block, 1) : std::int16_t{0};
     Owner result(made);
     pack(result.record);
     return result.take();

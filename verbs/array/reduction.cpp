@@ -189,11 +189,8 @@ void reduce_axis(DataElement*& sp, DataElement* cell, bool neighbours) {
     DataElement& made = result.record;
     made.type |= top.type & ~(RANK_BITS | KIND_BITS | PER_ITEM | ISSTRUCTURE);
     made.data_pointer = results_of(*reduction, top, groups, site);
+    if (left.empty()) made.type = (made.type & ~RANK_BITS) | ISSCALAR;
     rebuild_kinds(made);
-    if (left.empty()) {
-        made.type = (made.type & ~RANK_BITS) | ISSCALAR;
-        if (!(made.type & STRUCTURED)) made.depth = 0;
-    }
     pack(made);
     std::swap(top, made);
 }
