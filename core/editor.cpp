@@ -4,7 +4,6 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -12,15 +11,11 @@
 #include "core/calls.h"
 #include "core/timing.h"
 #include "data/texts.h"
+#include "files/streams.h"
 #include "translator/printing.h"
 
 namespace ondrel {
 namespace {
-
-struct Close {
-    void operator()(std::FILE* stream) const { std::fclose(stream); }
-};
-using File = std::unique_ptr<std::FILE, Close>;
 
 // A file that only its user may read, and that goes with it. Its path has no byte that a shell would take for more.
 struct TemporaryFile {
@@ -37,7 +32,7 @@ struct TemporaryFile {
     }
 
     bool write(const std::string& text) const {
-        const File stream(std::fopen(path, "w"));
+        const Stream stream(std::fopen(path, "w"));
         return stream && std::fwrite(text.data(), 1, text.size(), stream.get()) == text.size() &&
                std::fflush(stream.get()) == 0;
     }
@@ -52,15 +47,6 @@ bool run_editor(const char* path) {
                                 (has_choice ? "$EDITOR " : "vi ") + path + "'";
     std::fflush(stdout);
     return std::system(command.c_str()) == 0;
-}
-
-// Nothing if it cannot be read: a directory may stand in its place.
-std::optional<std::string> all_of(std::FILE* stream) {
-    std::string text;
-    char buffer[4096];
-    for (std::size_t n; (n = std::fread(buffer, 1, sizeof buffer, stream)) > 0;) text.append(buffer, n);
-    if (std::ferror(stream)) return {};
-    return text;
 }
 
 // The last byte is the newline that an editor adds.
@@ -78,7 +64,7 @@ Outcome edit(Activation& activation) {
     if (file.descriptor < 0 || !file.write(written)) return fail(711, activation);
     if (has_value) operations += activation.sp->elements;
     const bool ended_well = run_editor(file.path);
-    const File stream(std::fopen(file.path, "r"));
+    const Stream stream(std::fopen(file.path, "r"));
     const std::optional<std::string> left = stream ? all_of(stream.get()) : std::nullopt;
     if (!left) return fail(710, activation);
     if (!ended_well && *left == written) return Outcome::next;  // nothing has been edited

@@ -10,6 +10,7 @@
 #include <string_view>
 
 #include "data/dataelement.h"
+#include "files/paths.h"
 #include "parallel/pool.h"
 
 #ifndef ONDREL_BUILT_WITH
@@ -21,7 +22,6 @@
 
 namespace ondrel {
 
-bool constraindirectories = true;
 bool timing = false, performance = false, processor_performance = false;
 std::uint64_t MHz = 0;
 bool opstime = false, flops = false, terse_ops = false, just_summary = false;

@@ -5,8 +5,6 @@
 
 namespace ondrel {
 
-extern bool constraindirectories;  // file names must stay within the directory where the process began
-
 extern bool timing;                 // -t: the time of each sentence
 extern bool performance;            // -p: its speed
 extern bool processor_performance;  // -pp: its speed by the processor's

@@ -1,0 +1,43 @@
+// Which files a program may reach: unless the user has lifted it, those at or below the directory that the process was
+// started in. A path is judged by its text first; then the kernel, which opens it, holds it to the directory, so that
+// no link leads out of it and no change in between makes a difference.
+#pragma once
+
+#include <sys/types.h>
+
+#include <string>
+
+namespace ondrel {
+
+extern bool constraindirectories;
+
+// By its text alone: not absolute, and never above the directory on the way. What the last component says is not
+// judged.
+bool checkpath(const char* path);
+
+// The number of an open file, its owner's to close.
+class Descriptor {
+public:
+    explicit Descriptor(int opened = -1) : number(opened) {}
+    Descriptor(Descriptor&& other) noexcept : number(other.release()) {}
+    Descriptor& operator=(Descriptor&& other) noexcept;
+    ~Descriptor();
+
+    int get() const { return number; }
+    explicit operator bool() const { return number >= 0; }
+    int release();
+
+private:
+    int number;
+};
+
+// As open(2) does, within the constraint if it is in force; `errno` is EXDEV where that refuses. Does not wait for the
+// other end of a pipe.
+Descriptor open_path(const std::string& path, int flags, mode_t mode = 0);
+
+// The same for a path that must not leave the directory, by the kernel's help or, where it has none, step by step: no
+// link is followed then.
+Descriptor open_beneath(const char* path, int flags, mode_t mode);
+Descriptor open_by_steps(const char* path, int flags, mode_t mode);
+
+}  // namespace ondrel

@@ -1,0 +1,56 @@
+// Files as streams: to read, to add to, and to write anew. What is written anew lies beside the old file until it is
+// whole, and then takes its place in one step: whatever happens in between, the old file or the new one is there.
+#pragma once
+
+#include <cstdio>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "files/paths.h"
+
+namespace ondrel {
+
+struct CloseStream {
+    void operator()(std::FILE* stream) const { std::fclose(stream); }
+};
+using Stream = std::unique_ptr<std::FILE, CloseStream>;
+
+// Null where there is nothing to read: `errno` says why, EXDEV where the constraint refuses. A pipe is waited for; an
+// interrupt leaves meanwhile.
+Stream open_to_read(const std::string& path);
+
+// What is left of the stream. Nothing if it cannot be read.
+std::optional<std::string> all_of(std::FILE* stream);
+
+// A stream that writes to a file. Given up before it is committed, it leaves the file as it was.
+class Output {
+public:
+    enum class Way { anew, at_the_end };
+
+    // Not open if that cannot be: `errno` as above.
+    Output(const std::string& path, Way way);
+    Output(const Output&) = delete;
+    Output& operator=(const Output&) = delete;
+    ~Output();
+
+    bool is_open() const { return file != nullptr; }
+    std::FILE* stream() const { return file.get(); }
+    // Everything has been written. False if it could not be, and the file is as it was.
+    bool commit();
+
+private:
+    void begin_anew(std::string path);
+    void begin_at_the_end(const std::string& path);
+    void take(Descriptor opened);
+    bool take_place();
+
+    void (*const at_a_broken_pipe)(int);
+    Stream file;
+    Descriptor directory;       // of a file that is written beside the old one
+    std::string name, beside;   // in it; the latter empty as long as the new file has no name
+    long long old_length = -1;  // of a file that is added to
+    bool replaces = false;
+};
+
+}  // namespace ondrel
