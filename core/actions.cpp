@@ -9,6 +9,7 @@
 #include "core/debugger.h"
 #include "core/each.h"
 #include "core/editor.h"
+#include "core/file_verbs.h"
 #include "core/mask.h"
 #include "core/naming.h"
 #include "core/powers.h"

@@ -83,6 +83,7 @@ Process::Process(const Launch& launch, const char* program) {
             const rlimit limit{launch.memory, launch.memory};
             setrlimit(RLIMIT_DATA, &limit);
         }
+        if (!launch.directory.empty() && chdir(launch.directory.c_str()) != 0) _exit(126);
         for (std::string& variable : variables) putenv(variable.data());
         execv(program, const_cast<char**>(arguments.data()));
         _exit(127);

@@ -1,10 +1,12 @@
 // Laws that hold for every value: what is listed reads back as the value it was, and packing changes nothing that can
 // be seen. The values are random, of all kinds, shapes and forms, and nested.
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <numbers>
 #include <random>
 
@@ -16,6 +18,8 @@
 
 namespace ondrel {
 namespace {
+
+namespace fs = std::filesystem;
 
 using Random = std::mt19937_64;
 
@@ -184,6 +188,30 @@ TEST(Property, AListedArrayReadsBack) {
     Random random(5);
     for (int i = 0; i < 20'000 && !testing::Test::HasFailure(); ++i)
         check_reads_back(random_value(random, 3), i % 2 == 0 ? Layout::items : Layout::packed);
+}
+
+TEST(Property, AWrittenArrayReadsBack) {
+    const fs::path before = fs::current_path(),
+                   folder = fs::temp_directory_path() / ("ondrel" + std::to_string(getpid()));
+    fs::create_directory(folder);
+    fs::current_path(folder);
+    Evaluator evaluator;
+    Random random(6);
+    for (int i = 0; i < 10'000 && !testing::Test::HasFailure(); ++i) {
+        Value value = random_value(random, 3);
+        SCOPED_TRACE(describe(value));
+        *++evaluator.sp = build(value, i % 2 == 0 ? Layout::items : Layout::packed);
+        const std::string said = evaluator.run("'v' WRITE POP 'v' READ\n");
+        EXPECT_EQ(said.find_first_not_of(' '), said.npos) << said;  // the blanks in a nested shape
+        ASSERT_EQ(evaluator.height(), 1);
+        Value again = read(*evaluator.sp, KindBits::at_least);
+        forget_character_forms(again);
+        forget_character_forms(value);
+        EXPECT_TRUE(equal(again, value)) << "read back as " << describe(again);
+        evaluator.clear();
+    }
+    fs::current_path(before);
+    fs::remove_all(folder);
 }
 
 TEST(Property, ADumpedStackIsOneSentenceThatPutsItBack) {

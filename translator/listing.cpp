@@ -36,6 +36,7 @@ void remember(std::FILE* stream, const Chain* tables) {
     for (; tables != nullptr; tables = tables->previous) {
         int written = 0;
         for_each_entry(tables->table, [&](Entry& entry) {
+            if (!has_value(entry.value)) return;  // a name that was only spoken of
             remember_entry(stream, entry);
             if (++written % entries_in_a_sentence == 0) std::fputs(".\n", stream);
         });

@@ -1,0 +1,149 @@
+#include "core/file_verbs.h"
+
+#include <cerrno>
+#include <functional>
+#include <optional>
+
+#include "core/calls.h"
+#include "core/timing.h"
+#include "data/texts.h"
+#include "files/streams.h"
+#include "translator/listing.h"
+#include "translator/printing.h"
+
+namespace ondrel {
+namespace {
+
+constexpr int refused = 720;
+
+// What a verb says of its name: it is no text, no vector; the file cannot be opened, written or closed.
+struct Numbers {
+    int no_text, no_vector, no_file;
+};
+constexpr Numbers of_read{701, 702, 710}, of_write{703, 704, 711}, of_others{706, 707, 712}, of_save{708, 709, 713},
+    of_load{715, 716, 710}, of_dumpstack{721, 722, 723}, of_remember{724, 725, 726};
+
+// What keeps the name on top from being one, or 0.
+int fault_of_name(const Activation& activation, const Numbers& numbers) {
+    const DataElement& name = *activation.sp;
+    if (!is_text(name)) return numbers.no_text;
+    return name.rank > 1 ? numbers.no_vector : 0;
+}
+
+bool has_empty_name(const Activation& activation) {
+    return activation.sp->rank >= 0 && (activation.sp->type & ISEMPTY) != 0;
+}
+
+Outcome fail_to_open(const Activation& activation, const Numbers& numbers) {
+    return fail(errno == EXDEV ? refused : numbers.no_file, activation);
+}
+
+void drop_name(Activation& activation) { dereferencepoint(*activation.sp--); }
+
+// ---- reading
+
+// Runs `read(stream)` on the file that the name on top says; the name is still there.
+Outcome read_from_file(Activation& activation, const Numbers& numbers, const std::function<Outcome(std::FILE*)>& read) {
+    if (const int number = fault_of_name(activation, numbers); number != 0) return fail(number, activation);
+    const Stream stream = open_to_read(characters_of(*activation.sp));
+    return stream ? read(stream.get()) : fail_to_open(activation, numbers);
+}
+
+// ---- writing
+
+// Runs `write(stream)` on a file of the name on top, and drops the name.
+Outcome write_to_file(Activation& activation, const Numbers& numbers, Output::Way way,
+                      const std::function<void(std::FILE*)>& write) {
+    if (const int number = fault_of_name(activation, numbers); number != 0) return fail(number, activation);
+    Output output(characters_of(*activation.sp), way);
+    if (!output.is_open()) return fail_to_open(activation, numbers);
+    write(output.stream());
+    if (!output.commit()) return fail(numbers.no_file, activation);
+    drop_name(activation);
+    return Outcome::next;
+}
+
+void write_value(std::FILE* stream, DataElement& value, bool listing) {
+    PrintOut = true;
+    disass(stream, "", 0, listing, value);
+    PrintOut = false;
+    operations += value.elements;
+}
+
+Outcome write_below(Activation& activation, Output::Way way, bool listing) {
+    return write_to_file(activation, of_others, way,
+                         [&](std::FILE* stream) { write_value(stream, activation.sp[-1], listing); });
+}
+
+}  // namespace
+
+Outcome read_file(Activation& activation) {
+    return read_from_file(activation, of_read, [&](std::FILE* stream) {
+        drop_name(activation);
+        run_stream(activation, stream);
+        return Outcome::next;
+    });
+}
+
+Outcome read_text(Activation& activation) {
+    return read_from_file(activation, of_read, [&](std::FILE* stream) {
+        const std::optional<std::string> text = all_of(stream);
+        if (!text) return fail(of_read.no_file, activation);
+        Owner made(make_text(*text));
+        std::swap(*activation.sp, made.record);
+        return Outcome::next;
+    });
+}
+
+Outcome load_all(Activation& activation) {
+    return read_from_file(activation, of_load, [&](std::FILE* stream) {
+        while (activation.height() > 0) dereferencepoint(*activation.sp--);
+        hashwipe(activation.tables->table);
+        run_stream(activation, stream);
+        return Outcome::next;
+    });
+}
+
+Outcome save_all(Activation& activation) {
+    return write_to_file(activation, of_save, Output::Way::anew, [&](std::FILE* stream) {
+        remember(stream, activation.tables);
+        dumpstack(stream, activation.argument_floor, activation.sp - 1);
+    });
+}
+
+Outcome dump_stack(Activation& activation) {
+    if (has_empty_name(activation)) {
+        dumpstack(stdout, activation.argument_floor, activation.sp);
+        return Outcome::next;
+    }
+    return write_to_file(activation, of_dumpstack, Output::Way::anew,
+                         [&](std::FILE* stream) { dumpstack(stream, activation.argument_floor, activation.sp - 1); });
+}
+
+Outcome remember_names(Activation& activation) {
+    return write_to_file(activation, of_remember, Output::Way::anew,
+                         [&](std::FILE* stream) { remember(stream, activation.tables); });
+}
+
+Outcome write_file(Activation& activation) {
+    const auto write = [&](std::FILE* stream) {
+        write_value(stream, activation.sp[-1], true);
+        std::fputc('\n', stream);
+    };
+    if (!has_empty_name(activation)) return write_to_file(activation, of_write, Output::Way::anew, write);
+    write(stdout);
+    std::fflush(stdout);
+    drop_name(activation);
+    return Outcome::next;
+}
+
+Outcome append_file(Activation& activation) { return write_below(activation, Output::Way::at_the_end, true); }
+Outcome write_text(Activation& activation) { return write_below(activation, Output::Way::anew, false); }
+Outcome append_text(Activation& activation) { return write_below(activation, Output::Way::at_the_end, false); }
+
+Outcome stream_edit(Activation& activation) {
+    const int number = fault_of_name(activation, {205, 206, 0});
+    return number != 0 ? fail(number, activation) : Outcome::next;
+}
+
+}  // namespace ondrel

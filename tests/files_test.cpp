@@ -1,0 +1,259 @@
+// Files, as the user of a program meets them: each test has a folder of its own, in which the program starts.
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <random>
+
+#include "files/paths.h"
+#include "tests/process.h"
+
+namespace ondrel {
+namespace {
+
+namespace fs = std::filesystem;
+
+std::string contents(const fs::path& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+void put(const fs::path& path, std::string_view text) { std::ofstream(path, std::ios::binary) << text; }
+
+class Files : public testing::Test {
+protected:
+    Files() {
+        fs::create_directories(folder / "inner");
+        put(outside, "1 2 3");
+        fs::create_symlink(outside, folder / "leak");
+        fs::create_directory_symlink("..", folder / "up");
+        fs::create_symlink("inner/target", folder / "link");
+        fs::create_directory_symlink("inner", folder / "nearby");
+    }
+    ~Files() override { fs::remove_all(base); }
+
+    // What the program prints of these sentences, without the time; it must end by itself.
+    std::string run(std::string_view sentences, std::vector<std::string> arguments = {}) const {
+        arguments.insert(arguments.begin(), "-q");
+        const Result result = run_program(sentences, {.arguments = arguments, .directory = folder});
+        EXPECT_EQ(result.exit_code, 0) << result.output;
+        EXPECT_FALSE(result.timed_out);
+        return result.output.substr(0, result.output.find("--- Spent"));
+    }
+    // Whether the sentence says this number, and the prompt lives on with the stack as it was.
+    void expect_error(int number, const std::string& sentence, std::vector<std::string> arguments = {}) const {
+        const std::string said =
+            run("CLEAR 1 2 " + sentence + " .\nCOUNTSTACK 'left' TELL PRINT .\n", std::move(arguments));
+        EXPECT_TRUE(contains(said, std::to_string(number) + " - ")) << sentence << ": " << said;
+        EXPECT_TRUE(contains(said, "left")) << sentence << ": " << said;
+    }
+    std::size_t entries() const {
+        return static_cast<std::size_t>(std::distance(fs::directory_iterator(folder), fs::directory_iterator()));
+    }
+
+    const fs::path base = fs::temp_directory_path() / ("ondrel" + std::to_string(getpid()));
+    const fs::path folder = base / "folder", outside = base / "outside";
+};
+
+TEST(Paths, AreJudgedByTheirText) {
+    for (const char* const allowed :
+         {"a", "a/b", "a/../b", "a/b/../../c", "a//b", "./a", "..", "a/..", ".a/b", "...", "", "a/.../../b"})
+        EXPECT_TRUE(checkpath(allowed)) << allowed;
+    for (const char* const refused : {"/", "/a", "../b", "a/../../b", "./../b", "//a", ".a/../b", "a/../../a/b", "../"})
+        EXPECT_FALSE(checkpath(refused)) << refused;
+}
+
+TEST_F(Files, LinksDoNotLeadOut) {
+    put(folder / "inner/target", "here");
+    const fs::path before = fs::current_path();
+    fs::current_path(folder);
+    struct {
+        const char* path;
+        bool reached, by_steps;
+    } const cases[]{{"inner/target", true, true},    {"inner/../inner/target", true, true},
+                    {"./inner//target", true, true}, {"link", true, false},
+                    {"nearby/target", true, false},  {"leak", false, false},
+                    {"up/outside", false, false},    {"nearby/../../outside", false, false},
+                    {"../outside", false, false},    {"inner/../..", false, false}};
+    for (const auto& [path, reached, by_steps] : cases) {
+        for (const bool steps : {false, true}) {
+            errno = 0;
+            const Descriptor opened = steps ? open_by_steps(path, O_RDONLY, 0) : open_beneath(path, O_RDONLY, 0);
+            EXPECT_EQ(static_cast<bool>(opened), steps ? by_steps : reached) << path;
+            if (!opened) {
+                EXPECT_EQ(errno, EXDEV) << path;
+            }
+        }
+    }
+    fs::current_path(before);
+}
+
+TEST_F(Files, NamesThatAreNone) {
+    const struct {
+        const char* verb;
+        int no_text, no_vector, no_file;
+    } verbs[]{{"READ", 701, 702, 710},      {"TEXTREAD", 701, 702, 710}, {"WRITE", 703, 704, 711},
+              {"SAVE", 708, 709, 713},      {"LOAD", 715, 716, 710},     {"DUMPSTACK", 721, 722, 723},
+              {"REMEMBER", 724, 725, 726},  {"APPEND", 706, 707, 712},   {"TEXTWRITE", 706, 707, 712},
+              {"TEXTAPPEND", 706, 707, 712}};
+    for (const auto& [verb, no_text, no_vector, no_file] : verbs) {
+        const std::string name(verb);
+        expect_error(no_text, "5 " + name);
+        expect_error(no_text, "('a' 5) " + name);
+        expect_error(no_vector, "'ab'[1 2] " + name);
+        for (const char* const refused : {"'/etc/passwd' ", "'../outside' ", "'leak' ", "'up/outside' "})
+            expect_error(720, refused + name);
+        for (const char* const impossible :
+             {"'inner' ", "'nowhere/file' ", "'link/file' ", "'x'[10000] ", "('a' 'b')'ab' POP 0 ENASCII CATENATE "})
+            expect_error(no_file, impossible + name);
+    }
+    EXPECT_EQ(contents(outside), "1 2 3");
+    EXPECT_EQ(entries(), 5U) << "something was left behind";
+}
+
+TEST_F(Files, WhatIsNoUsualFile) {
+    ASSERT_EQ(mkfifo((folder / "pipe").c_str(), 0600), 0);
+    const int opened = open((folder / "pipe").c_str(), O_RDWR | O_CLOEXEC);
+    ASSERT_EQ(write(opened, "7 8 +\n", 6), 6);
+    Process reader({.arguments = {"-q"}, .directory = folder});
+    reader.send("'sent' PRINT 'pipe' READ PRINT .\n");
+    EXPECT_TRUE(reader.wait_for("sent"));
+    reader.listen(0.2 * time_scale);
+    close(opened);
+    reader.finish();
+    EXPECT_TRUE(contains(reader.output, " 15")) << reader.output;
+
+    Process waiting({.arguments = {"-q"}, .directory = folder});
+    waiting.send("'sent' PRINT 'pipe' READ .\n");
+    EXPECT_TRUE(waiting.wait_for("sent"));
+    waiting.signal(SIGINT);
+    waiting.send("'alive' PRINT .\n");
+    waiting.finish();
+    EXPECT_TRUE(contains(waiting.output, "alive")) << waiting.output;
+
+    const int listener = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_un address{.sun_family = AF_UNIX, .sun_path = "socket"};
+    const fs::path before = fs::current_path();
+    fs::current_path(folder);
+    ASSERT_EQ(bind(listener, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+    fs::current_path(before);
+    expect_error(710, "'socket' READ");
+    expect_error(711, "'socket' WRITE");
+    close(listener);
+
+    for (const char* const verb : {"WRITE", "TEXTWRITE", "SAVE", "DUMPSTACK", "REMEMBER", "APPEND"})
+        expect_error(*verb == 'W'   ? 711
+                     : *verb == 'S' ? 713
+                     : *verb == 'D' ? 723
+                     : *verb == 'R' ? 726
+                                    : 712,
+                     std::string("'/dev/full' ") + verb, {"-u"});
+    EXPECT_EQ(run("'/dev/null' 'x' POP TEXTREAD SHAPE PRINT .\n", {"-u"}).find("7"), std::string::npos);
+}
+
+TEST_F(Files, WriteAppendAndRead) {
+    EXPECT_EQ(run("(1 2.5 'x' (3 4)) 'v' WRITE 'v' READ EXACTMATCH PRINT .\n"
+                  "CLEAR 'one' 't' TEXTWRITE POP 'two' 't' TEXTAPPEND POP 't' TEXTREAD PRINT .\n"
+                  "(1 2)[2 2] 't' TEXTWRITE POP 't' TEXTREAD PRINT 'it' 't' APPEND POP 't' TEXTREAD PRINT .\n"
+                  "(1 2) '' WRITE PRINT .\n"),
+              " T\n\n-\nonetwo\n\n-\n 1 2\n 1 2\n 1 2\n 1 2 'it'\n\n-\n ( 1 2 )\n 1 2\n\n-\n\n");
+    put(folder / "empty", "");
+    put(folder / "one", "x");
+    put(folder / "bytes", std::string("a\0\xff\n'", 5));
+    EXPECT_EQ(run("'empty' TEXTREAD SHAPE PRINT 'one' TEXTREAD RANK PRINT 'bytes' TEXTREAD DEASCII PRINT .\n"),
+              " 0\n 0\n 97 0 255 10 39\n\n-\n\n");
+    put(folder / "program", "1 2 +\n'second' READ .\n\"a comment\" 4");
+    put(folder / "second", "10 * .\n");
+    EXPECT_EQ(run("'program' READ + PRINT .\n"), " 34\n\n-\n\n");
+    put(folder / "failing", "5 (1 2) (1 2 3) + 'never' PRINT .\n");
+    EXPECT_TRUE(contains(run("'failing' READ .\nCOUNTSTACK PRINT .\n"), "17 - "));
+    put(folder / "circle", "'circle' READ .");
+    EXPECT_TRUE(contains(run("'circle' READ .\n'alive' PRINT .\n"), "alive"));
+}
+
+constexpr const char* workspace =
+    "5 @x SET (1 2 (3 'four')) @deep SET 'text' @_t SET 1i2 @#odd SET 'abcdef'[2 3] @page SET\n"
+    "VARS 2 DYADIC @&1 SET \"a comment\" &1 + DUP 3 > CHECK 'small' ?N ; OPERATOR @f SET\n"
+    ": x 1 + @x SET ; OPERATOR @step SET 3l4 @o SET #PI @circle SET () @none SET @unset POP\n";
+
+TEST_F(Files, AWorkspaceComesBackByteForByte) {
+    const std::string made = run(std::string(workspace) + "CLEAR (1 2) 'three' 4.5 'first' SAVE .\n");
+    run("99 @x SET 1 2 3 'first' LOAD 'second' SAVE .\n");
+    const std::string uses = " LOAD . step x PRINT deep PRINT 2 9 f PRINT .\n";
+    EXPECT_EQ(run("'first'" + uses), run("'second'" + uses));
+    EXPECT_TRUE(contains(run("'first'" + uses), " 6\n 1 2  ( 3 'four' ) \n 11\n"));
+    EXPECT_NE(contents(folder / "first"), "") << made;
+    EXPECT_EQ(contents(folder / "first"), contents(folder / "second"));
+    put(folder / "nothing", "");
+    EXPECT_TRUE(contains(run("5 @x SET 1 2 'nothing' LOAD COUNTSTACK PRINT x .\n"), "23 - "));
+}
+
+// Cut anywhere, or with bytes changed: something is read, and the prompt lives.
+TEST_F(Files, ADamagedWorkspaceDoesNoHarm) {
+    run(std::string(workspace) + "CLEAR (1 2) 'three' 'whole' SAVE .\n");
+    const std::string whole = contents(folder / "whole");
+    ASSERT_GT(whole.size(), 100U);
+    std::mt19937 random(3);
+    std::string sentences;
+    const auto load = [&](const std::string& name, const std::string& text) {
+        put(folder / name, text);
+        sentences += "CLEAR '" + name + "' LOAD .\n";
+    };
+    for (std::size_t i = 0; i < whole.size(); ++i) load("cut" + std::to_string(i), whole.substr(0, i));
+    for (int i = 0; i < 300; ++i) {
+        std::string damaged = whole;
+        for (int k = 0; k < 1 + i / 10; ++k) damaged[random() % damaged.size()] = static_cast<char>(random());
+        load("flip" + std::to_string(i), damaged);
+    }
+    // What is read may open a text or end the process: each is a process's last chance to show that it lives.
+    const Result result =
+        run_program(sentences + "\x03\x03' \" ; . CLEAR 'alive' PRINT .\n", {.arguments = {"-q"}, .directory = folder});
+    EXPECT_GE(result.exit_code, 0) << "a signal killed it";
+    EXPECT_FALSE(result.timed_out);
+}
+
+// Killed at any moment, a save leaves the old file or the new one, whole.
+TEST_F(Files, ASaveThatIsKilledLosesNothing) {
+    const std::string fills = "CLEAR (1 2 3)[3000] @a SET (4 5)[2000] @b SET ";
+    run(fills + "1 'state' SAVE .\n");
+    const std::string one = contents(folder / "state");
+    run(fills + "2 'state' SAVE .\n");
+    const std::string two = contents(folder / "state");
+    ASSERT_NE(one, two);
+    std::mt19937 random(11);
+    constexpr int tries = 60;
+    for (int i = 0; i < tries; ++i) {
+        Process saving({.arguments = {"-q"}, .directory = folder});
+        saving.send(fills + "\n" + "1000 : CLEAR 1 'state' SAVE CLEAR 2 'state' SAVE ; REPEAT .\n");
+        usleep(static_cast<useconds_t>(random() % static_cast<unsigned>(30000 * time_scale)));
+        saving.signal(SIGKILL);
+        saving.finish();
+        const std::string left = contents(folder / "state");
+        EXPECT_TRUE(left == one || left == two) << "cut to " << left.size() << " bytes";
+    }
+}
+
+TEST_F(Files, AFileKeepsItsLinkAndItsPermissions) {
+    put(folder / "inner/target", "old");
+    ASSERT_EQ(chmod((folder / "inner/target").c_str(), 0640), 0);
+    run("7 'link' WRITE .\n");
+    EXPECT_TRUE(fs::is_symlink(folder / "link"));
+    EXPECT_EQ(contents(folder / "inner/target"), " 7\n");
+    EXPECT_EQ(fs::status(folder / "inner/target").permissions(), fs::perms(0640));
+    fs::remove(folder / "inner/target");
+    run("8 'link' WRITE .\n");  // a link to what is not there yet
+    EXPECT_EQ(contents(folder / "inner/target"), " 8\n");
+    // No more files can be opened, and then again.
+    const std::string said =
+        run("'held' 'x' TEXTWRITE CLEAR 300 : 1 'x' WRITE 'x' READ POP POP ; REPEAT 'x' READ PRINT .\n");
+    EXPECT_TRUE(contains(said, " 1\n")) << said;
+}
+
+}  // namespace
+}  // namespace ondrel
