@@ -227,11 +227,11 @@ TEST_F(Files, ASaveThatIsKilledLosesNothing) {
     const std::string two = contents(folder / "state");
     ASSERT_NE(one, two);
     std::mt19937 random(11);
-    constexpr int tries = 60;
+    constexpr int tries = 40;
     for (int i = 0; i < tries; ++i) {
         Process saving({.arguments = {"-q"}, .directory = folder});
         saving.send(fills + "\n" + "1000 : CLEAR 1 'state' SAVE CLEAR 2 'state' SAVE ; REPEAT .\n");
-        usleep(static_cast<useconds_t>(random() % static_cast<unsigned>(30000 * time_scale)));
+        usleep(static_cast<useconds_t>(random() % static_cast<unsigned>(10000 * time_scale)));
         saving.signal(SIGKILL);
         saving.finish();
         const std::string left = contents(folder / "state");

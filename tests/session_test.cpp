@@ -14,6 +14,7 @@
 //
 // An example (examples/NAME.ond) runs with -q, and its output must be NAME.out byte for byte, the time left out.
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <filesystem>
@@ -72,8 +73,19 @@ std::string at_length(std::string line) {
     return errors(std::stoi(line)) + std::string("\n\nInstruction:\n") + line.substr(gap + dots.size());
 }
 
+// Where sessions and documents write their files; it goes with the test process.
+const fs::path& scratch() {
+    static const struct Folder {
+        fs::path path = fs::temp_directory_path() / ("ondrel-sessions" + std::to_string(getpid()));
+        Folder() { fs::create_directories(path); }
+        ~Folder() { fs::remove_all(path); }
+    } folder;
+    return folder.path;
+}
+
 Launch launch_with(const std::string& text) {
     Launch launch;
+    launch.directory = scratch();
     std::istringstream words(text);
     for (std::string word; words >> word;)
         (word.find('=') == word.npos ? launch.arguments : launch.environment).push_back(word);
@@ -84,7 +96,8 @@ Launch launch_of(const fs::path& path) {
     constexpr std::string_view heading = "## run with: ";
     std::ifstream file(path, std::ios::binary);
     std::string line;
-    return std::getline(file, line) && line.starts_with(heading) ? launch_with(line.substr(heading.size())) : Launch{};
+    return std::getline(file, line) && line.starts_with(heading) ? launch_with(line.substr(heading.size()))
+                                                                 : launch_with("");
 }
 
 std::vector<Block> read_session(const fs::path& path) {
