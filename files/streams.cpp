@@ -87,8 +87,10 @@ std::optional<std::string> all_of(std::FILE* stream) {
     return text;
 }
 
-// The reader of a pipe may go: that is an error of writing, and no reason to end.
-Output::Output(const std::string& path, Way way) : at_a_broken_pipe(std::signal(SIGPIPE, SIG_IGN)) {
+NoBrokenPipe::NoBrokenPipe() : before(std::signal(SIGPIPE, SIG_IGN)) {}
+NoBrokenPipe::~NoBrokenPipe() { std::signal(SIGPIPE, before); }
+
+Output::Output(const std::string& path, Way way) {
     if (way == Way::anew)
         begin_anew(path);
     else
@@ -102,7 +104,6 @@ Output::~Output() {
     }
     file.reset();
     if (!beside.empty()) unlinkat(directory.get(), beside.c_str(), 0);
-    std::signal(SIGPIPE, at_a_broken_pipe);
 }
 
 void Output::take(Descriptor opened) {

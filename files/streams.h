@@ -23,6 +23,18 @@ Stream open_to_read(const std::string& path);
 // What is left of the stream. Nothing if it cannot be read.
 std::optional<std::string> all_of(std::FILE* stream);
 
+// While it lives, the reader of a pipe may go: that is an error of writing, and no reason to end.
+class NoBrokenPipe {
+public:
+    NoBrokenPipe();
+    NoBrokenPipe(const NoBrokenPipe&) = delete;
+    NoBrokenPipe& operator=(const NoBrokenPipe&) = delete;
+    ~NoBrokenPipe();
+
+private:
+    void (*const before)(int);
+};
+
 // A stream that writes to a file. Given up before it is committed, it leaves the file as it was.
 class Output {
 public:
@@ -45,7 +57,7 @@ private:
     void take(Descriptor opened);
     bool take_place();
 
-    void (*const at_a_broken_pipe)(int);
+    NoBrokenPipe no_broken_pipe;
     Stream file;
     Descriptor directory;       // of a file that is written beside the old one
     std::string name, beside;   // in it; the latter empty as long as the new file has no name
