@@ -154,14 +154,15 @@ TEST(Neighbourhoods, AreThoseOfAPlainWalk) {
         {{3, 2, 4}, {3, 3, 5}},
         {{2, 3, 2, 2}, {1, 3, 3, 3}},
     };
+    std::size_t turn = 0;
     for (const auto& [data_shape, mask_shape] : shapes)
         for (const Group& of_data : contents)
             for (const Group& of_mask : contents)
-                for (const Edge edge : {Edge::none, Edge::wrap, Edge::reflect})
-                    for (const Layout layout : {Layout::items, Layout::packed}) {
-                        check(filled(data_shape, of_data), filled(mask_shape, of_mask), edge, layout);
-                        if (enough_failures()) return;
-                    }
+                for (const Edge edge : {Edge::none, Edge::wrap, Edge::reflect}) {
+                    const Layout layout = ++turn % 2 == 0 ? Layout::items : Layout::packed;
+                    check(filled(data_shape, of_data), filled(mask_shape, of_mask), edge, layout);
+                    if (enough_failures()) return;
+                }
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 #include "translator/literals.h"
 
 #include <algorithm>
+#include <cstring>
 #include <string>
 #include <utility>
 #include <vector>
@@ -18,13 +19,15 @@ namespace {
 constexpr std::size_t most_levels = 256;
 
 // A level that is open. While its items come in they stand in an item block with room to spare, or, as long as a text
-// has only plain characters, in a string; `close` makes the record.
+// has only plain characters, in a string, and plain numbers of one head as words; `close` makes the record.
 struct Level {
     bool text = false, enclosed = false;
     DataElement* items = nullptr;
     std::uint32_t count = 0;
     std::size_t room = 0;
     std::string characters;
+    std::vector<std::int64_t> numbers;
+    std::uint64_t head = 0;  // of the numbers
     std::int16_t depth = 1;
     bool closed = false;  // a shape has been given: `record` stands
     DataElement record{};
@@ -60,8 +63,37 @@ void make_room(Level& level) {
     level.room = room;
 }
 
-void append(Level& level, const DataElement& item) {
-    make_room(level);
+bool goes_bare(const Level& level, const DataElement& item) {
+    return packing && !level.text && level.items == nullptr && is_plain(item) && byte_head(item.head) == 0 &&
+           (level.numbers.empty() || level.head == item.head);
+}
+
+// Where something else comes, the numbers that stand become items.
+void flush_numbers(Level& level) {
+    if (level.numbers.empty()) return;
+    level.room = 2 * level.numbers.size();
+    level.items = allocate_items(level.room);
+    for (const std::int64_t number : std::exchange(level.numbers, {})) {
+        DataElement& item = level.items[level.count++] = {};
+        item.head = level.head;
+        item.integer = number;
+    }
+}
+
+// Takes over what the item holds, or drops it where there is no memory.
+void append(Level& level, DataElement item) {
+    if (goes_bare(level, item)) {
+        level.head = item.head;
+        level.numbers.push_back(item.integer);
+        return;
+    }
+    try {
+        flush_numbers(level);
+        make_room(level);
+    } catch (...) {
+        dereferencedataelems(&item, 1);
+        throw;
+    }
     level.items[level.count++] = item;
 }
 
@@ -78,18 +110,23 @@ void flush_characters(Level& level) {
         append(level, character_item(static_cast<std::uint8_t>(character), false));
 }
 
-void* packed_characters(const std::string& characters) {
-    void* const block = allocate_packed(make_head(tag::ascii, form::unset), characters.size());
-    std::ranges::copy(characters, static_cast<char*>(block));
+template <class Values>
+void* packed_values(std::uint64_t head, const Values& values) {
+    void* const block = allocate_packed(head, values.size());
+    std::memcpy(block, values.data(), values.size() * sizeof values[0]);
     return block;
 }
 
 // The record of a level that gets no more items. An empty text stays known as text; one character is a scalar; an
 // enclosing level is a scalar to the verbs, though it holds a whole value.
 DataElement finish(Level& level) {
-    const bool packed = packing && level.items == nullptr && level.characters.size() > 1;
-    if (!packed) flush_characters(level);
-    const auto n = packed ? static_cast<std::uint32_t>(level.characters.size()) : level.count;
+    const bool of_numbers = level.numbers.size() > 1;
+    const bool of_characters = packing && level.items == nullptr && level.characters.size() > 1;
+    if (!of_characters) flush_characters(level);
+    if (!of_numbers) flush_numbers(level);
+    const auto n = of_numbers      ? static_cast<std::uint32_t>(level.numbers.size())
+                   : of_characters ? static_cast<std::uint32_t>(level.characters.size())
+                                   : level.count;
     if (n == 0) return make_empty(level.text ? HASASCII : HASINTEGER);
     if (level.text && n == 1) {
         const DataElement scalar = make_scalar(level.items[0]);
@@ -97,8 +134,11 @@ DataElement finish(Level& level) {
         return scalar;
     }
     Owner record(make_array(vector_shape(n), 1, nullptr, n, 0));
-    record.record.data_pointer = packed ? packed_characters(level.characters) : std::exchange(level.items, nullptr);
+    record.record.data_pointer = of_numbers      ? packed_values(level.head, level.numbers)
+                                 : of_characters ? packed_values(make_head(tag::ascii, form::unset), level.characters)
+                                                 : std::exchange(level.items, nullptr);
     level.characters.clear();
+    level.numbers.clear();
     record.record.type |= kinds_of(record.record.data_pointer, n);
     record.record.depth = level.depth;
     if (level.enclosed) {
@@ -121,8 +161,6 @@ bool open_vector() { return open(false, false); }
 bool open_enclosed() { return open(false, true) && open(false, false); }
 bool open_text() { return open(true, false); }
 bool inside_another() { return levels.size() > 1; }
-
-void reserve_item() { make_room(levels.back()); }
 
 void add_item(const DataElement& item) { append(levels.back(), item); }
 
@@ -157,7 +195,6 @@ bool close_level(DataElement& finished) {
         return true;
     }
     Level& around = levels[levels.size() - 2];
-    make_room(around);
     Owner nested(std::exchange(levels.back().record, {}));
     append(around, nested_item(nested));
     around.depth = static_cast<std::int16_t>(deepest + 1);

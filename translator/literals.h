@@ -21,9 +21,7 @@ bool open_enclosed();
 bool open_text();
 bool inside_another();  // the innermost level stands in another one
 
-// Adds to the innermost level. An item's references are taken over; `reserve_item` beforehand makes room for it, so
-// that nothing is lost when there is no memory.
-void reserve_item();
+// Adds to the innermost level. An item's references are taken over, or dropped where there is no memory.
 void add_item(const DataElement& item);
 void add_character(std::uint8_t character, bool binary);
 

@@ -196,7 +196,6 @@ void scan_text() {
 template <class Make>
 void add_to_literal(Make make) {
     if (refused_levels > 0) return;
-    reserve_item();
     add_item(make());
 }
 
