@@ -20,10 +20,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-std::string contents(const fs::path& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
 void put(const fs::path& path, std::string_view text) { std::ofstream(path, std::ios::binary) << text; }
 
 class Files : public testing::Test {

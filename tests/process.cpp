@@ -242,6 +242,11 @@ std::string unescaped(std::string_view text) {
     return bytes;
 }
 
+std::string contents(const std::filesystem::path& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
 std::size_t count(std::string_view text, std::string_view part) {
     std::size_t n = 0;
     for (std::size_t at = 0; (at = text.find(part, at)) != std::string_view::npos; at += part.size()) ++n;

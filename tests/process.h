@@ -4,6 +4,7 @@
 
 #include <sys/types.h>
 
+#include <filesystem>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -87,6 +88,9 @@ Result run_program(std::string_view input, const Launch& launch = {}, double sec
 // The bytes that are no printable ASCII, newline or tab as \xNN; and back.
 std::string escaped(std::string_view bytes);
 std::string unescaped(std::string_view text);
+
+// All bytes of a file; none if it cannot be read.
+std::string contents(const std::filesystem::path& path);
 
 // How often the text holds the part, and whether it does at all.
 std::size_t count(std::string_view text, std::string_view part);

@@ -30,11 +30,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-std::string contents(const fs::path& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
-
 std::string trimmed(std::string_view text) {
     const std::size_t first = text.find_first_not_of('\n');
     if (first == std::string_view::npos) return {};
