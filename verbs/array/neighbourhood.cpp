@@ -42,14 +42,9 @@ bool keeps(const DataElement& number) {
 }
 
 DataElement zero_of(std::uint32_t tag) {
-    const std::uint64_t head = make_head(tag, form::number);
-    switch (tag) {
-        case tag::integer: return make_item(std::int64_t{0}, head);
-        case tag::real: return make_item(0.0, head);
-        case tag::complex: return make_item(Complex{}, head);
-        case tag::quaternion: return make_item(Quaternion{}, head);
-        default: return make_item(Octonion{}, head);
-    }
+    DataElement zero{};
+    zero.head = make_head(tag, form::number);
+    return tag == tag::octonion ? make_item(Octonion{}, zero.head) : zero;
 }
 
 DataElement product(const DataElement& weight, const DataElement& item, const Setting& setting) {
