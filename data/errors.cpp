@@ -113,7 +113,8 @@ void arm_signals() {
     sigaltstack(&stack, nullptr);
     for (const int signal : {SIGINT, SIGQUIT}) arm(signal, interrupt, SA_RESTART);
     for (const int signal : {SIGSEGV, SIGBUS, SIGFPE}) arm(signal, fault, SA_ONSTACK | SA_NODEFER);
-    arm(SIGPIPE, SIG_IGN, 0);  // a reader that went away is an error of the write, not the end of us
+    // A reader that went away and a file that may not grow are errors of the write, not the end of us.
+    for (const int signal : {SIGPIPE, SIGXFSZ}) arm(signal, SIG_IGN, 0);
 }
 
 }  // namespace ondrel

@@ -6,7 +6,6 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <csignal>
 #include <cstring>
 #include <random>
 #include <utility>
@@ -76,6 +75,11 @@ Stream open_to_read(const std::string& path) {
     return stream_of(std::move(opened), "r");
 }
 
+Stream open_to_change(const std::string& path) {
+    Descriptor opened = open_path(path, O_RDWR);
+    return opened ? stream_of(std::move(opened), "r+b") : nullptr;
+}
+
 std::optional<std::string> all_of(std::FILE* stream) {
     std::string text;
     char buffer[65536];
@@ -86,9 +90,6 @@ std::optional<std::string> all_of(std::FILE* stream) {
     if (std::ferror(stream)) return {};
     return text;
 }
-
-NoBrokenPipe::NoBrokenPipe() : before(std::signal(SIGPIPE, SIG_IGN)) {}
-NoBrokenPipe::~NoBrokenPipe() { std::signal(SIGPIPE, before); }
 
 Output::Output(const std::string& path, Way way) {
     if (way == Way::anew)

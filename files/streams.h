@@ -20,20 +20,11 @@ using Stream = std::unique_ptr<std::FILE, CloseStream>;
 // interrupt leaves meanwhile.
 Stream open_to_read(const std::string& path);
 
+// To read and to write what there is already, in bytes; null as above.
+Stream open_to_change(const std::string& path);
+
 // What is left of the stream. Nothing if it cannot be read.
 std::optional<std::string> all_of(std::FILE* stream);
-
-// While it lives, the reader of a pipe may go: that is an error of writing, and no reason to end.
-class NoBrokenPipe {
-public:
-    NoBrokenPipe();
-    NoBrokenPipe(const NoBrokenPipe&) = delete;
-    NoBrokenPipe& operator=(const NoBrokenPipe&) = delete;
-    ~NoBrokenPipe();
-
-private:
-    void (*const before)(int);
-};
 
 // A stream that writes to a file. Given up before it is committed, it leaves the file as it was.
 class Output {
@@ -57,7 +48,6 @@ private:
     void take(Descriptor opened);
     bool take_place();
 
-    NoBrokenPipe no_broken_pipe;
     Stream file;
     Descriptor directory;       // of a file that is written beside the old one
     std::string name, beside;   // in it; the latter empty as long as the new file has no name

@@ -51,7 +51,7 @@ void attach(int descriptor, int target) {
 
 // In the child: the signals of a process that a shell starts, and nothing inherited from the test.
 void restore_signals() {
-    for (const int number : {SIGINT, SIGQUIT, SIGPIPE, SIGSEGV}) std::signal(number, SIG_DFL);
+    for (const int number : {SIGINT, SIGQUIT, SIGPIPE, SIGXFSZ, SIGSEGV}) std::signal(number, SIG_DFL);
     sigset_t none;
     sigemptyset(&none);
     sigprocmask(SIG_SETMASK, &none, nullptr);
@@ -79,9 +79,11 @@ Process::Process(const Launch& launch, const char* program) {
 
     const auto execute = [&] {
         restore_signals();
-        if (launch.memory > 0) {
-            const rlimit limit{launch.memory, launch.memory};
-            setrlimit(RLIMIT_DATA, &limit);
+        for (const auto& [resource, most] : {std::pair{RLIMIT_DATA, launch.memory},
+                                             {RLIMIT_FSIZE, launch.file_size},
+                                             {RLIMIT_NOFILE, launch.handles}}) {
+            const rlimit limit{most, most};
+            if (most > 0) setrlimit(resource, &limit);
         }
         if (!launch.directory.empty() && chdir(launch.directory.c_str()) != 0) _exit(126);
         for (std::string& variable : variables) putenv(variable.data());
