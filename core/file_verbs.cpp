@@ -1,8 +1,12 @@
 #include "core/file_verbs.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <functional>
 #include <optional>
+#include <ranges>
+#include <span>
+#include <utility>
 
 #include "core/calls.h"
 #include "core/timing.h"
@@ -23,9 +27,8 @@ struct Numbers {
 constexpr Numbers of_read{701, 702, 710}, of_write{703, 704, 711}, of_others{706, 707, 712}, of_save{708, 709, 713},
     of_load{715, 716, 710}, of_dumpstack{721, 722, 723}, of_remember{724, 725, 726};
 
-// What keeps the name on top from being one, or 0.
-int fault_of_name(const Activation& activation, const Numbers& numbers) {
-    const DataElement& name = *activation.sp;
+// What keeps the value from being a name, or 0.
+int fault_of_name(const DataElement& name, const Numbers& numbers) {
     if (!is_text(name)) return numbers.no_text;
     return name.rank > 1 ? numbers.no_vector : 0;
 }
@@ -44,7 +47,7 @@ void drop_name(Activation& activation) { dereferencepoint(*activation.sp--); }
 
 // Runs `read(stream)` on the file that the name on top says; the name is still there.
 Outcome read_from_file(Activation& activation, const Numbers& numbers, const std::function<Outcome(std::FILE*)>& read) {
-    if (const int number = fault_of_name(activation, numbers); number != 0) return fail(number, activation);
+    if (const int number = fault_of_name(*activation.sp, numbers); number != 0) return fail(number, activation);
     const Stream stream = open_to_read(characters_of(*activation.sp));
     return stream ? read(stream.get()) : fail_to_open(activation, numbers);
 }
@@ -54,7 +57,7 @@ Outcome read_from_file(Activation& activation, const Numbers& numbers, const std
 // Runs `write(stream)` on a file of the name on top, and drops the name.
 Outcome write_to_file(Activation& activation, const Numbers& numbers, Output::Way way,
                       const std::function<void(std::FILE*)>& write) {
-    if (const int number = fault_of_name(activation, numbers); number != 0) return fail(number, activation);
+    if (const int number = fault_of_name(*activation.sp, numbers); number != 0) return fail(number, activation);
     Output output(characters_of(*activation.sp), way);
     if (!output.is_open()) return fail_to_open(activation, numbers);
     write(output.stream());
@@ -73,6 +76,54 @@ void write_value(std::FILE* stream, DataElement& value, bool listing) {
 Outcome write_below(Activation& activation, Output::Way way, bool listing) {
     return write_to_file(activation, of_others, way,
                          [&](std::FILE* stream) { write_value(stream, activation.sp[-1], listing); });
+}
+
+// ---- open files as values
+
+using OwnedFile = std::unique_ptr<OpenFile, Release>;
+
+// Whether there are open files in the value, or closed ones, and nothing else.
+bool is_of_files(const DataElement& value) {
+    if (value.rank < 0 || value.data_pointer == nullptr || !(value.type & (HASFILE | STRUCTURED))) return false;
+    heed_attention();
+    const std::span items(items_of(value), value.elements);
+    return std::ranges::all_of(items, [](const DataElement& item) {
+        return item.tag == tag::file || (item.tag == tag::subarray && is_of_files(*item.nested));
+    });
+}
+
+// Runs `act` on the item of each file, from the last to the first, until it fails. Whether it never did.
+template <class Act>
+bool all_files(const DataElement& value, const Act& act) {
+    heed_attention();
+    const std::span items(items_of(value), value.elements);
+    return std::ranges::all_of(items | std::views::reverse, [&act](const DataElement& item) {
+        return item.tag == tag::subarray ? all_files(*item.nested, act) : act(item);
+    });
+}
+
+bool close_file(const DataElement& item) {
+    if (std::FILE* const stream = std::exchange(item.file->stream, nullptr); stream != nullptr) std::fclose(stream);
+    return true;
+}
+
+bool open_again(const DataElement& item) {
+    close_file(item);
+    item.file->stream = open_to_change(item.name).release();
+    return item.file->stream != nullptr;
+}
+
+bool rewind_file(const DataElement& item) {
+    if (item.file->stream != nullptr) std::rewind(item.file->stream);
+    return true;
+}
+
+template <class Act>
+Outcome drop_files(Activation& activation, const Act& act) {
+    if (!is_of_files(*activation.sp)) return fail(727, activation);
+    all_files(*activation.sp, act);
+    dereferencepoint(*activation.sp--);
+    return Outcome::next;
 }
 
 }  // namespace
@@ -141,8 +192,37 @@ Outcome append_file(Activation& activation) { return write_below(activation, Out
 Outcome write_text(Activation& activation) { return write_below(activation, Output::Way::anew, false); }
 Outcome append_text(Activation& activation) { return write_below(activation, Output::Way::at_the_end, false); }
 
+Outcome open_file(Activation& activation) {
+    DataElement& left = activation.sp[-1];
+    if (is_of_files(left)) {
+        if (!all_files(left, open_again)) return fail_to_open(activation, of_others);
+        dereferencepoint(*activation.sp--);
+        return Outcome::next;
+    }
+    if (const int number = fault_of_name(left, of_others); number != 0) return fail(number, activation);
+    const std::string path = characters_of(left);
+    Stream stream = open_to_change(path);
+    if (!stream) return fail_to_open(activation, of_others);
+    OwnedText name(stringdup(path));
+    OwnedFile file(static_cast<OpenFile*>(allocate_block(0, sizeof(OpenFile))));
+    const bool small = activation.cell->modifier == static_cast<std::uint16_t>(Instruction::SMALL);
+    DataElement item{};
+    item.head = make_head(tag::file, form::binary, small ? mark::named | mark::r_prefix : mark::named);
+    item.name = name.get();
+    item.file = file.get();
+    Owner made(make_scalar(item));
+    *file = {stream.release(), *activation.sp--};
+    name.release();
+    file.release();
+    std::swap(left, made.record);
+    return Outcome::next;
+}
+
+Outcome close_files(Activation& activation) { return drop_files(activation, close_file); }
+Outcome rewind_files(Activation& activation) { return drop_files(activation, rewind_file); }
+
 Outcome stream_edit(Activation& activation) {
-    const int number = fault_of_name(activation, {205, 206, 0});
+    const int number = fault_of_name(*activation.sp, {205, 206, 0});
     return number != 0 ? fail(number, activation) : Outcome::next;
 }
 

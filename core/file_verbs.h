@@ -9,8 +9,8 @@ namespace ondrel {
 // one that is no vector, and of a file that cannot be opened, written or closed.
 Outcome read_file(Activation& activation);       // runs what is in the file, in this frame. 701, 702, 710
 Outcome read_text(Activation& activation);       // pushes what is in it, as a text. 701, 702, 710
-Outcome load_all(Activation& activation);            // the same as READ, on an empty frame and no names. 715, 716, 710
-Outcome save_all(Activation& activation);            // all names, then the stack of this frame. 708, 709, 713
+Outcome load_all(Activation& activation);        // the same as READ, on an empty frame and no names. 715, 716, 710
+Outcome save_all(Activation& activation);        // all names, then the stack of this frame. 708, 709, 713
 Outcome dump_stack(Activation& activation);      // the stack; an empty name stays, for standard output. 721 to 723
 Outcome remember_names(Activation& activation);  // 724 to 726
 
@@ -20,6 +20,14 @@ Outcome write_file(Activation& activation);
 Outcome append_file(Activation& activation);
 Outcome write_text(Activation& activation);
 Outcome append_text(Activation& activation);
+
+// Files that stay open as values: one for each open file, which all copies of the value share. OPEN takes the name
+// below the value on top, which goes into the new one; of open files in place of a name it opens each anew, and drops
+// the value. The others drop their operand, where a file that is closed already stays so. 706, 707, 712 for OPEN; 727
+// for what is not files alone, nested or not.
+Outcome open_file(Activation& activation);
+Outcome close_files(Activation& activation);
+Outcome rewind_files(Activation& activation);
 
 // Looks at its text alone. 205, 206.
 Outcome stream_edit(Activation& activation);

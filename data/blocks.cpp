@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 #include <span>
+#include <utility>
 
 #include "data/allocator.h"
 #include "data/errors.h"
@@ -49,32 +50,52 @@ void* Reallocate(void* block, std::size_t bytes) {
     return copy;
 }
 
-// Octonion components lie in a block of their own, names in a counted text, nested values behind their record. A
-// tag that no item has holds nothing.
 namespace {
 
-void release_item(DataElement& item) {
-    if (item.tag == tag::subarray) {
-        if (sole_holder(item.nested)) dereferencepoint(*item.nested);
-        release(item.nested);
-        return;
+// What an item holds besides its name: the record of a nested value, the components of an octonion, an open file. A
+// tag that no item has holds nothing.
+void* held_block(const DataElement& item) {
+    switch (item.tag) {
+        case tag::subarray: return item.nested;
+        case tag::octonion: return item.octonion;
+        case tag::file: return item.file;
+        default: return nullptr;
     }
-    if (item.tag == tag::octonion) release(item.octonion);
+}
+
+void reference_item(const DataElement& item) {
+    reference(held_block(item));
+    if (has_name(item)) reference(item.name);
+}
+
+// A file may have been opened with one that was opened with one, and so on without end: a line, not a recursion.
+void give_back(OpenFile* file) {
+    thread_local OpenFile* line = nullptr;
+    const bool waits = line != nullptr;
+    file->behind = std::exchange(line, file);
+    if (waits) return;
+    while (line != nullptr) {
+        OpenFile* const first = line;  // and stays in the line, which what it holds joins
+        if (std::FILE* const stream = std::exchange(first->stream, nullptr); stream != nullptr) std::fclose(stream);
+        dereferencepoint(first->operand);
+        if (line != first) continue;
+        line = first->behind;
+        release(first);
+    }
+}
+
+void release_item(DataElement& item) {
+    if (item.tag == tag::subarray && sole_holder(item.nested)) dereferencepoint(*item.nested);
+    if (item.tag == tag::file && sole_holder(item.file))
+        give_back(item.file);
+    else
+        release(held_block(item));
     if (has_name(item)) release(item.name);
 }
 
 }  // namespace
 
-void referencedataelems(const DataElement* items, std::size_t n) {
-    for (const DataElement& item : std::span(items, n)) {
-        if (item.tag == tag::subarray) {
-            reference(item.nested);
-            continue;
-        }
-        if (item.tag == tag::octonion) reference(item.octonion);
-        if (has_name(item)) reference(item.name);
-    }
-}
+void referencedataelems(const DataElement* items, std::size_t n) { std::for_each_n(items, n, reference_item); }
 
 void dereferencedataelems(DataElement* items, std::size_t n) {
     for (DataElement& item : std::span(items, n)) release_item(item);
@@ -177,27 +198,18 @@ DataElement item_at(const void* block, std::size_t i) {
     return item;
 }
 
-namespace {
-
-void own(DataElement& item) {
-    if (item.tag == tag::octonion) item.octonion = allocate_octonion(item.octonion);
-    if (item.tag == tag::subarray) reference(item.nested);
-    if (has_name(item)) reference(item.name);
-}
-
-}  // namespace
-
 DataElement own_item(const DataElement& item) {
     DataElement made = item;
-    own(made);
+    if (item.tag != tag::octonion) {
+        reference_item(item);
+        return made;
+    }
+    made.octonion = allocate_octonion(item.octonion);  // they may lie in a packed block
+    if (has_name(item)) reference(item.name);
     return made;
 }
 
-DataElement own_item_at(const void* block, std::size_t i) {
-    DataElement made = item_at(block, i);
-    own(made);
-    return made;
-}
+DataElement own_item_at(const void* block, std::size_t i) { return own_item(item_at(block, i)); }
 
 void copy_items(void* target, std::size_t at, const void* source, std::size_t from, std::size_t n) {
     const std::size_t width = item_width(header(source).head);

@@ -18,6 +18,7 @@
 #include <bit>
 #include <cstddef>
 #include <cstdint>
+#include <cstdio>
 #include <memory>
 #include <string_view>
 
@@ -149,6 +150,13 @@ inline void referencepoint(const DataElement& record) {
 inline bool is_plain(const DataElement& item) {
     return (item.tag == tag::integer || item.tag == tag::real) && !(item.marks & mark::named);
 }
+
+// What the copies of a file's item share; the last of them closes the stream.
+struct OpenFile {
+    std::FILE* stream;           // null once it is closed
+    DataElement operand;         // what it was opened with
+    OpenFile* behind = nullptr;  // the next that is to be given back
+};
 
 // The record is going away: drops its references and nulls its pointers.
 void drop_record(DataElement& record);

@@ -10,6 +10,8 @@
 
 namespace ondrel {
 
+struct OpenFile;
+
 struct DataElement {
     union {
         struct {
@@ -55,6 +57,7 @@ struct DataElement {
                 double complex[2];
                 double* octonion;     // eight doubles in a counted block
                 DataElement* nested;  // subarray: the record of the nested value, in a counted block
+                OpenFile* file;       // in a counted block
             };
         };
         double quaternion[4];  // in place of name and payload

@@ -6,11 +6,14 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <random>
+#include <sstream>
+#include <thread>
 
 #include "files/paths.h"
 #include "tests/process.h"
@@ -35,17 +38,17 @@ protected:
     ~Files() override { fs::remove_all(base); }
 
     // What the program prints of these sentences, without the time; it must end by itself.
-    std::string run(std::string_view sentences, std::vector<std::string> arguments = {}) const {
-        arguments.insert(arguments.begin(), "-q");
-        const Result result = run_program(sentences, {.arguments = arguments, .directory = folder});
+    std::string run(std::string_view sentences, Launch launch = {}) const {
+        launch.arguments.push_back("-q");
+        launch.directory = folder;
+        const Result result = run_program(sentences, launch);
         EXPECT_EQ(result.exit_code, 0) << result.output;
         EXPECT_FALSE(result.timed_out);
         return result.output.substr(0, result.output.find("--- Spent"));
     }
     // Whether the sentence says this number, and the prompt lives on with the stack as it was.
-    void expect_error(int number, const std::string& sentence, std::vector<std::string> arguments = {}) const {
-        const std::string said =
-            run("CLEAR 1 2 " + sentence + " .\nCOUNTSTACK 'left' TELL PRINT .\n", std::move(arguments));
+    void expect_error(int number, const std::string& sentence, const Launch& launch = {}) const {
+        const std::string said = run("CLEAR 1 2 " + sentence + " .\nCOUNTSTACK 'left' TELL PRINT .\n", launch);
         EXPECT_TRUE(contains(said, std::to_string(number) + " - ")) << sentence << ": " << said;
         EXPECT_TRUE(contains(said, "left")) << sentence << ": " << said;
     }
@@ -63,6 +66,18 @@ TEST(Paths, AreJudgedByTheirText) {
         EXPECT_TRUE(checkpath(allowed)) << allowed;
     for (const char* const refused : {"/", "/a", "../b", "a/../../b", "./../b", "//a", ".a/../b", "a/../../a/b", "../"})
         EXPECT_FALSE(checkpath(refused)) << refused;
+
+    const auto stays_below = [](const std::string& path) {
+        std::istringstream components(path);
+        int depth = path.starts_with('/') ? -1 : 0;
+        for (std::string one; depth >= 0 && std::getline(components, one, '/') && !components.eof();)
+            depth += one == ".." ? -1 : one.starts_with('.') || one.empty() ? 0 : 1;
+        return depth >= 0;
+    };
+    std::vector<std::string> paths{""};  // of up to nine letters out of three
+    for (std::size_t i = 0; paths[i].size() < 9; ++i)
+        for (const char letter : {'a', '.', '/'}) paths.push_back(paths[i] + letter);
+    for (const std::string& path : paths) EXPECT_EQ(checkpath(path.c_str()), stays_below(path)) << path;
 }
 
 TEST_F(Files, LinksDoNotLeadOut) {
@@ -90,15 +105,57 @@ TEST_F(Files, LinksDoNotLeadOut) {
     fs::current_path(before);
 }
 
+// A folder and a link out of it change places all the time.
+TEST_F(Files, AnExchangeMeanwhileLeadsNowhereElse) {
+    put(folder / "inner/target", "here");
+    fs::create_directories(base / "away");
+    put(base / "away/target", "gone");
+    fs::create_directory_symlink("../away", folder / "other");
+    const fs::path before = fs::current_path();
+    fs::current_path(folder);
+    std::atomic<bool> over = false;
+    std::thread exchange([&over] {
+        while (!over) ASSERT_EQ(renameat2(AT_FDCWD, "inner", AT_FDCWD, "other", RENAME_EXCHANGE), 0);
+    });
+    for (const bool steps : {false, true}) {
+        int reached = 0, refused = 0;
+        for (int tries = 0; tries < 100'000 && (tries < 2'000 || reached == 0 || refused == 0); ++tries) {
+            const Descriptor opened =
+                steps ? open_by_steps("inner/target", O_RDONLY, 0) : open_beneath("inner/target", O_RDONLY, 0);
+            char found[4] = "";
+            ++(opened ? reached : refused);
+            if (opened) {
+                ASSERT_EQ(read(opened.get(), found, sizeof found), 4);
+                ASSERT_EQ(std::string_view(found, 4), "here");
+            }
+        }
+        EXPECT_GT(reached, 0);
+        EXPECT_GT(refused, 0);
+    }
+    over = true;
+    exchange.join();
+    fs::current_path(before);
+}
+
+// What each verb says of a name that is no text, that is no vector, and of a file that cannot be had.
+const struct {
+    const char* verb;
+    int no_text, no_vector, no_file;
+    bool writes = false;
+} verbs[]{{"READ", 701, 702, 710},
+          {"TEXTREAD", 701, 702, 710},
+          {"LOAD", 715, 716, 710},
+          {"0 OPEN", 706, 707, 712},
+          {"WRITE", 703, 704, 711, true},
+          {"SAVE", 708, 709, 713, true},
+          {"DUMPSTACK", 721, 722, 723, true},
+          {"REMEMBER", 724, 725, 726, true},
+          {"APPEND", 706, 707, 712, true},
+          {"TEXTWRITE", 706, 707, 712, true},
+          {"TEXTAPPEND", 706, 707, 712, true}};
+
 TEST_F(Files, NamesThatAreNone) {
-    const struct {
-        const char* verb;
-        int no_text, no_vector, no_file;
-    } verbs[]{{"READ", 701, 702, 710},      {"TEXTREAD", 701, 702, 710}, {"WRITE", 703, 704, 711},
-              {"SAVE", 708, 709, 713},      {"LOAD", 715, 716, 710},     {"DUMPSTACK", 721, 722, 723},
-              {"REMEMBER", 724, 725, 726},  {"APPEND", 706, 707, 712},   {"TEXTWRITE", 706, 707, 712},
-              {"TEXTAPPEND", 706, 707, 712}};
-    for (const auto& [verb, no_text, no_vector, no_file] : verbs) {
+    for (const auto& [verb, no_text, no_vector, no_file, writes] : verbs) {
         const std::string name(verb);
         expect_error(no_text, "5 " + name);
         expect_error(no_text, "('a' 5) " + name);
@@ -143,14 +200,46 @@ TEST_F(Files, WhatIsNoUsualFile) {
     expect_error(711, "'socket' WRITE");
     close(listener);
 
-    for (const char* const verb : {"WRITE", "TEXTWRITE", "SAVE", "DUMPSTACK", "REMEMBER", "APPEND"})
-        expect_error(*verb == 'W'   ? 711
-                     : *verb == 'S' ? 713
-                     : *verb == 'D' ? 723
-                     : *verb == 'R' ? 726
-                                    : 712,
-                     std::string("'/dev/full' ") + verb, {"-u"});
-    EXPECT_EQ(run("'/dev/null' 'x' POP TEXTREAD SHAPE PRINT .\n", {"-u"}).find("7"), std::string::npos);
+    const Launch anywhere{.arguments = {"-u"}};
+    for (const auto& [verb, no_text, no_vector, no_file, writes] : verbs)
+        for (const char* const path : {"/dev/full", "/proc/new", "/proc/version"})
+            if (writes) expect_error(no_file, "'" + std::string(path) + "' " + verb, anywhere);
+    EXPECT_EQ(run("'/dev/null' TEXTREAD SHAPE PRINT .\n", anywhere), " 0\n\n-\n\n");
+}
+
+TEST_F(Files, NoRoomAndNoHandles) {
+    put(folder / "file", "old");
+    put(folder / "other", "5");
+    for (const auto& [verb, no_text, no_vector, no_file, writes] : verbs) {
+        if (!writes) continue;
+        expect_error(no_file, "(1 2 3)[40000] DUP @x SET 'file' " + std::string(verb), {.file_size = 8192});
+        EXPECT_EQ(contents(folder / "file"), "old") << verb;
+    }
+    EXPECT_EQ(entries(), 7U) << "something was left behind";
+    for (const auto& [verb, no_text, no_vector, no_file, writes] : verbs) {
+        const std::string said = run("'before' PRINT 100 : 'other' 0 OPEN ; REPEAT .\n1 'file' " + std::string(verb) +
+                                         " .\nCLEAR 'other' READ PRINT .\n",
+                                     {.handles = 20});
+        EXPECT_TRUE(contains(said, "712 - ")) << verb << said;
+        EXPECT_TRUE(contains(said, std::to_string(no_file) + " - ")) << verb << said;
+        EXPECT_TRUE(contains(said, " 5\n")) << verb << said;
+        EXPECT_EQ(contents(folder / "file"), "old") << verb;
+    }
+}
+
+TEST_F(Files, AnInterruptEndsWhatIsRead) {
+    put(folder / "endless", "'sent' PRINT 2000000000 : ; REPEAT .");
+    put(folder / "outer", "1 'endless' READ 2 .");
+    Process reader({.arguments = {"-q"}, .directory = folder});
+    for (int i = 0; i < 3; ++i) {
+        reader.send("'outer' READ .\n");
+        EXPECT_TRUE(reader.wait_for("sent"));
+        reader.signal(SIGINT);
+        reader.send("COUNTSTACK PRINT 'alive' PRINT .\n");
+        EXPECT_TRUE(reader.wait_for("alive"));
+    }
+    reader.finish();
+    EXPECT_EQ(reader.exit_code, 0) << reader.output;
 }
 
 TEST_F(Files, WriteAppendAndRead) {
@@ -171,6 +260,45 @@ TEST_F(Files, WriteAppendAndRead) {
     EXPECT_TRUE(contains(run("'failing' READ .\nCOUNTSTACK PRINT .\n"), "17 - "));
     put(folder / "circle", "'circle' READ .");
     EXPECT_TRUE(contains(run("'circle' READ .\n'alive' PRINT .\n"), "alive"));
+}
+
+TEST_F(Files, StayOpenAsValues) {
+    put(folder / "x", "1");
+    put(folder / "y", "2");
+    for (const char* const none : {"5", "()", "'x'", "(1 2)", ": ;", "@f", "'x' 0 OPEN 5 CATENATE", "((1 2) 3)"})
+        for (const char* const verb : {" CLOSE", " REWIND"}) expect_error(727, none + std::string(verb));
+
+    const std::string files = "'x' 5 OPEN @f SET f 'y' 'x' 0 OPEN OPEN CATENATE @g SET f g CATENATE ENCLOSE @h SET ";
+    EXPECT_EQ(run(files + "f SHAPE PRINT g SHAPE PRINT f PRINT g PRINT f DISASSEMBLE PRINT .\n"),
+              "\n 2\n ???\n ??? ???\n ???\n\n-\n\n");
+    EXPECT_EQ(run(files + "h CLOSE f CLOSE h REWIND f 7 OPEN POP h 7 OPEN CLOSE COUNTSTACK PRINT .\n"), " 0\n\n-\n\n");
+    EXPECT_EQ(run(files + "f f EXACTMATCH PRINT f 'x' 5 OPEN EXACTMATCH PRINT f f MATCH PRINT .\n"),
+              " T\n F\n 1\n\n-\n\n");
+    EXPECT_EQ(run(files + "5 @n SET 'w' SAVE 'w' TEXTREAD PRINT .\n"), " 5 @\x02n\x03 SET\n.\n.\n\n\n-\n\n");
+
+    // Each of these opens more than there are handles, and holds few.
+    const Launch few{.handles = 24};
+    for (const char* const holds_one :
+         {"'x' 0 OPEN POP", "'x' 0 OPEN @f SET", "'x' 0 OPEN DUP CATENATE @f SET f CLOSE", "'x' 0 OPEN CLOSE",
+          "'x' 0 OPEN ENCLOSE DUP @f SET 0 OPEN REWIND", "'x' 'y' 0 OPEN OPEN POP", "5 @f SET f 'x' 0 OPEN POP POP",
+          "'x' 0 OPEN 1000 RESHAPE REVERSE POP"})
+        EXPECT_EQ(run("100 : " + std::string(holds_one) + " ; REPEAT 'done' PRINT .\n", few), "done\n\n-\n\n");
+    const std::string chain =
+        run("0 @f SET 100 : 'x' f OPEN @f SET ; REPEAT .\n"
+            "CLEAR 0 @f SET 'x' 0 OPEN @f SET 100000 : f CLOSE 'x' f OPEN @f SET ; REPEAT 0 @f SET .\n"
+            "'x' READ PRINT .\n",
+            few);
+    EXPECT_TRUE(contains(chain, "712 - ")) << chain;
+    EXPECT_TRUE(contains(chain, " 1\n")) << chain;
+
+    Process gone({.arguments = {"-q"}, .directory = folder});
+    gone.send("'x' 0 OPEN @f SET 'open' PRINT .\n");
+    EXPECT_TRUE(gone.wait_for("open"));
+    fs::remove(folder / "x");
+    gone.send("f 5 OPEN .\nCOUNTSTACK PRINT f CLOSE f REWIND 'alive' PRINT .\n");
+    gone.finish();
+    EXPECT_TRUE(contains(gone.output, "712 - ")) << gone.output;
+    EXPECT_TRUE(contains(gone.output, " 2\nalive")) << gone.output;
 }
 
 constexpr const char* workspace =
@@ -196,22 +324,29 @@ TEST_F(Files, ADamagedWorkspaceDoesNoHarm) {
     const std::string whole = contents(folder / "whole");
     ASSERT_GT(whole.size(), 100U);
     std::mt19937 random(3);
-    std::string sentences;
-    const auto load = [&](const std::string& name, const std::string& text) {
-        put(folder / name, text);
-        sentences += "CLEAR '" + name + "' LOAD .\n";
-    };
-    for (std::size_t i = 0; i < whole.size(); ++i) load("cut" + std::to_string(i), whole.substr(0, i));
-    for (int i = 0; i < 300; ++i) {
+    int files = 0;
+    const auto damage = [&](const std::string& text) { put(folder / ("damaged" + std::to_string(files++)), text); };
+    for (std::size_t i = 0; i < whole.size(); ++i) damage(whole.substr(0, i));
+    for (int i = 0; i < 2000; ++i) {
         std::string damaged = whole;
-        for (int k = 0; k < 1 + i / 10; ++k) damaged[random() % damaged.size()] = static_cast<char>(random());
-        load("flip" + std::to_string(i), damaged);
+        for (int k = 0; k < 1 + i % 9; ++k) damaged[random() % damaged.size()] = static_cast<char>(random());
+        damage(damaged);
     }
-    // What is read may open a text or end the process: each is a process's last chance to show that it lives.
-    const Result result =
-        run_program(sentences + "\x03\x03' \" ; . CLEAR 'alive' PRINT .\n", {.arguments = {"-q"}, .directory = folder});
-    EXPECT_GE(result.exit_code, 0) << "a signal killed it";
-    EXPECT_FALSE(result.timed_out);
+    // What is read may wait for what is typed, and end the process: the next one goes on behind it.
+    int processes = 0;
+    for (int next = 0; next < files && !HasFailure(); ++processes) {
+        std::string sentences;
+        for (int i = next; i < files; ++i)
+            sentences +=
+                "CLEAR 'damaged" + std::to_string(i) + "' LOAD .\nCLEAR '<" + std::to_string(i) + ">' PRINT .\n";
+        const Result result = run_program(sentences, {.arguments = {"-q"}, .directory = folder});
+        EXPECT_EQ(result.exit_code, 0);
+        EXPECT_FALSE(result.timed_out);
+        const std::size_t last = result.output.rfind('<');
+        const int reached = last == result.output.npos ? next : std::atoi(result.output.c_str() + last + 1);
+        next = reached + 1;
+    }
+    EXPECT_LT(processes, 20);
 }
 
 // Killed at any moment, a save leaves the old file or the new one, whole.

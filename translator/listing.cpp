@@ -1,5 +1,7 @@
 #include "translator/listing.h"
 
+#include <algorithm>
+#include <span>
 #include <string_view>
 
 #include "data/errors.h"
@@ -20,6 +22,14 @@ void remember_entry(std::FILE* stream, Entry& entry) {
     std::fprintf(stream, prefixed ? " @%s SET\n" : " @\x02%s\x03 SET\n", entry.name);
 }
 
+bool holds_files(const DataElement& value) {
+    if (value.rank < 0 || value.data_pointer == nullptr || !(value.type & (HASFILE | STRUCTURED))) return false;
+    const std::span items(items_of(value), value.elements);
+    return std::ranges::any_of(items, [](const DataElement& item) {
+        return item.tag == tag::file || (item.tag == tag::subarray && holds_files(*item.nested));
+    });
+}
+
 template <class Visit>
 void for_each_listed(const Chain* tables, bool functions, Visit visit) {
     for (const Chain* link = tables; link != nullptr; link = link->previous)
@@ -36,7 +46,8 @@ void remember(std::FILE* stream, const Chain* tables) {
     for (; tables != nullptr; tables = tables->previous) {
         int written = 0;
         for_each_entry(tables->table, [&](Entry& entry) {
-            if (!has_value(entry.value)) return;  // a name that was only spoken of
+            // Not one that was only spoken of; and an open file cannot be told in a text.
+            if (!has_value(entry.value) || holds_files(entry.value)) return;
             remember_entry(stream, entry);
             if (++written % entries_in_a_sentence == 0) std::fputs(".\n", stream);
         });

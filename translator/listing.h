@@ -8,7 +8,7 @@
 namespace ondrel {
 
 // Writes every name of the chain, from the innermost table outward, as sentences that set it when they are read. A name
-// of any bytes reads back as the name that it is.
+// of any bytes reads back as the name that it is. Names that have no value, or hold an open file, are left out.
 void remember(std::FILE* stream, const Chain* tables);
 
 // A vector of the names of the chain whose value is a function, or of those whose value is none: one text for each,

@@ -85,7 +85,7 @@ void put_hypercomplex(Output& out, const DataElement& item, const double* compon
 }
 
 void put_item(Output& out, const DataElement& item) {
-    if (has_name(item)) {
+    if (has_name(item) && item.tag != tag::file) {
         out.put(' ');
         out.put(item.name);
         return;

@@ -108,6 +108,10 @@ void add_item(std::string& key, const DataElement& item, const DataElement* fram
             key.push_back('o');
             add_components(key, {item.octonion, 8});
             break;
+        case tag::file:
+            key.push_back('F');
+            itox(key, reinterpret_cast<std::intptr_t>(item.file));
+            break;
         default: key.push_back('?');
     }
 }

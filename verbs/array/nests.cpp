@@ -76,7 +76,7 @@ void enlist2(ItemsOwner& made, const DataElement& value) {
 
 bool equal(double left, double right) { return left == right || (left != left && right != right); }
 
-// Two items of one tag, of no other than the kinds of number and character.
+// Two items of one tag, of no nested values.
 bool equal(const DataElement& left, const DataElement& right) {
     const auto equal_parts = [](const double* l, const double* r, std::size_t n) {
         return std::equal(l, l + n, r, [](double a, double b) { return equal(a, b); });
@@ -89,6 +89,7 @@ bool equal(const DataElement& left, const DataElement& right) {
         case tag::complex: return equal_parts(left.complex, right.complex, 2);
         case tag::quaternion: return equal_parts(left.quaternion, right.quaternion, 4);
         case tag::octonion: return equal_parts(left.octonion, right.octonion, 8);
+        case tag::file: return left.file == right.file;
         default: return false;
     }
 }
