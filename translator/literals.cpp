@@ -63,9 +63,13 @@ void make_room(Level& level) {
     level.room = room;
 }
 
-bool goes_bare(const Level& level, const DataElement& item) {
-    return packing && !level.text && level.items == nullptr && is_plain(item) && byte_head(item.head) == 0 &&
-           (level.numbers.empty() || level.head == item.head);
+// Adds the item if it can stand as a word.
+bool add_bare(Level& level, std::uint64_t head, std::int64_t word) {
+    if (level.head != head && !level.numbers.empty()) return false;
+    if (!packing || level.text || level.items != nullptr) return false;
+    level.head = head;
+    level.numbers.push_back(word);
+    return true;
 }
 
 // Where something else comes, the numbers that stand become items.
@@ -82,11 +86,6 @@ void flush_numbers(Level& level) {
 
 // Takes over what the item holds, or drops it where there is no memory.
 void append(Level& level, DataElement item) {
-    if (goes_bare(level, item)) {
-        level.head = item.head;
-        level.numbers.push_back(item.integer);
-        return;
-    }
     try {
         flush_numbers(level);
         make_room(level);
@@ -162,7 +161,18 @@ bool open_enclosed() { return open(false, true) && open(false, false); }
 bool open_text() { return open(true, false); }
 bool inside_another() { return levels.size() > 1; }
 
-void add_item(const DataElement& item) { append(levels.back(), item); }
+void add_item(const DataElement& item) {
+    Level& level = levels.back();
+    const bool bare = is_plain(item) && byte_head(item.head) == 0 && add_bare(level, item.head, item.integer);
+    if (!bare) append(level, item);
+}
+
+void add_integer(std::int64_t value) {
+    DataElement item{};
+    item.head = make_head(tag::integer, form::number);
+    item.integer = value;
+    if (Level& level = levels.back(); !add_bare(level, item.head, value)) append(level, item);
+}
 
 void add_character(std::uint8_t character, bool binary) {
     Level& level = levels.back();

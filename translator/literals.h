@@ -23,6 +23,7 @@ bool inside_another();  // the innermost level stands in another one
 
 // Adds to the innermost level. An item's references are taken over, or dropped where there is no memory.
 void add_item(const DataElement& item);
+void add_integer(std::int64_t value);
 void add_character(std::uint8_t character, bool binary);
 
 // Gives the innermost level the shape of these dimensions. Reports what RESHAPE reports; the value then keeps the

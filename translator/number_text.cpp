@@ -143,6 +143,14 @@ NumberMatch match_number(bool polar_allowed) {
     return prefix.plain ? NumberMatch{form, first} : NumberMatch{};
 }
 
+std::size_t match_digits(std::int64_t& value) {
+    constexpr std::size_t most = 15;  // which a double holds
+    std::size_t end = 0;
+    int c = 0;
+    for (value = 0; is_digit(c = peek(end)) && end < most; ++end) value = value * 10 + (c - '0');
+    return c == ' ' || c == ')' ? end : 0;
+}
+
 NumberMatch match_integer() {
     const std::size_t start = is_sign(peek(0));
     const std::size_t end = skip_digits(from_source, start);
@@ -175,10 +183,6 @@ std::string fixsign(std::string_view text) {
 DataElement integer_item(std::string_view text) {
     DataElement item{};
     item.head = make_head(tag::integer, form::number);
-    if (text.size() <= 15 && std::ranges::all_of(text, is_digit)) {
-        for (const char c : text) item.integer = item.integer * 10 + (c - '0');
-        return item;
-    }
     const double value = to_double(text);
     if (fits_integer(value)) {
         item.integer = static_cast<std::int64_t>(value);

@@ -10,6 +10,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <string_view>
 
 #include "data/dataelement.h"
@@ -25,7 +26,9 @@ struct NumberMatch {
 
 // The longest number that begins at the next byte of the source, polar numbers left out if they cannot stand there.
 NumberMatch match_number(bool polar_allowed);
-// The same for an integer alone.
+// The same for what most items of literals are, up to 15 digits before a blank or a parenthesis, and their value.
+std::size_t match_digits(std::int64_t& value);
+// The same as the first for an integer alone.
 NumberMatch match_integer();
 
 // The item that the text of a match stands for: integer, real or hypercomplex, with the form and the marks that its

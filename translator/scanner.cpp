@@ -233,6 +233,11 @@ void scan_vector() {
         return close_literal_level();
     }
     if (c == '\'') return scan_quote();
+    std::int64_t integer = 0;
+    if (const std::size_t length = match_digits(integer); length > 0) {
+        if (refused_levels == 0) add_integer(integer);
+        return consume(peek(length) == ' ' ? length + 1 : length);
+    }
     const NumberMatch number = match_number(false);
     const TokenMatch constant = match_token(Vocabulary::constants);
     if (constant.weight > number.length) {

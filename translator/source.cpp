@@ -15,26 +15,48 @@ std::string buffer;  // of a stream's bytes; `waiting` ends where `used` tells
 std::size_t used;
 bool ended;
 
-// 0 or less at the end. Only in memory does \xFF end a text.
-int next_byte() {
-    if (yyin != nullptr) return getc_unlocked(yyin);
+bool is_digit(int byte) { return byte >= '0' && byte <= '9'; }
+
+// 0 at the end: only in memory does \xFF end a text.
+int next_in_memory() {
     const auto byte = static_cast<unsigned char>(*string);
     if (byte == 0 || byte == 0xFF) return 0;
     ++string;
     return byte;
 }
 
-// Makes the byte just read the last one of `waiting`. A text in memory stays where it is.
-void keep(int byte) {
-    const std::size_t count = waiting.size() + 1;
+// Reads until `count` bytes wait, and on to behind a run of digits: no sentence ends with one, so that somebody will
+// look there in any case. Fewer wait at the end of the input. A text in memory stays where it is.
+void read_until(std::size_t count) {
+    std::size_t had = waiting.size(), end = had == 0 ? 0 : used;
+    const auto read = [&](const auto& next, const auto& keep) {
+        for (int byte = 0; had < count || is_digit(byte); ++had) {
+            byte = next();
+            if (byte <= 0) {
+                ended = true;
+                break;
+            }
+            keep(byte);
+        }
+    };
     if (yyin == nullptr) {
-        waiting = {string - count, count};
+        read(next_in_memory, [](int) {});
+        waiting = {string - had, had};
         return;
     }
-    if (count == 1) used = 0;
-    if (used == buffer.size()) buffer.resize(std::max<std::size_t>(2 * used, 16384));
-    buffer[used++] = static_cast<char>(byte);
-    waiting = {buffer.data() + used - count, count};
+    char* bytes = buffer.data();
+    std::size_t room = buffer.size();
+    read([from = yyin] { return getc_unlocked(from); },
+         [&](int byte) {
+             if (end == room) [[unlikely]] {
+                 buffer.resize(std::max<std::size_t>(2 * end, 16384));
+                 bytes = buffer.data();
+                 room = buffer.size();
+             }
+             bytes[end++] = static_cast<char>(byte);
+         });
+    used = end;
+    waiting = {bytes + end - had, had};
 }
 
 }  // namespace
@@ -47,15 +69,8 @@ void open_source(std::FILE* stream, const char* text) {
 }
 
 int peek_further(std::size_t at) {
-    while (waiting.size() <= at) {
-        const int byte = ended ? 0 : next_byte();
-        if (byte <= 0) {
-            ended = true;
-            return -1;
-        }
-        keep(byte);
-    }
-    return static_cast<unsigned char>(waiting[at]);
+    if (!ended) read_until(at + 1);
+    return at < waiting.size() ? static_cast<unsigned char>(waiting[at]) : -1;
 }
 
 const char* text_position() { return string; }
