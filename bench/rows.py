@@ -5,10 +5,13 @@ owner/work/items; PROGRAM is the interpreter. With WORKs, only the rows whose na
 nanoseconds an item, the best of several runs.
 """
 
+import functools
 import json
+import pathlib
 import re
 import subprocess
 import sys
+import tempfile
 import time
 
 import numpy
@@ -31,6 +34,28 @@ ANGLES, POSITIVE = ([0.3, 1.7, -2.5, 11.25], [0]), ([0.3, 1.7, 2.5, 11.25], [3.5
 SIDE = 1000
 MASK = numpy.resize(numpy.array([True, False]), SIDE * SIDE)
 PAIRS = [numpy.array([1.5, 2.25]) for _ in range(100000)]
+
+# Of files: what is written, and a file of it to read.
+FOLDER = tempfile.TemporaryDirectory()
+FORMATS = {"reals": "%.17g", "integers": "%d", "text": "%s"}
+
+
+@functools.cache
+def values(kind):
+    numbers = numpy.arange(1, 1000001)
+    return {"reals": lambda: numpy.sqrt(numbers), "integers": lambda: numbers * 7, "text": lambda: ["x" * 10000000]}[kind]()
+
+
+def save(kind, name="file"):
+    path = pathlib.Path(FOLDER.name) / name
+    numpy.savetxt(path, values(kind), fmt=FORMATS[kind])
+    return path
+
+
+@functools.cache
+def saved(kind):
+    return save(kind, kind)
+
 
 # The same work in NumPy: the kind of item, what the two operands repeat, and the function of them.
 WORK = {
@@ -80,6 +105,12 @@ WORK = {
     "choice by a mask": (numpy.float64, REAL, lambda a, b: a[MASK]),
     "enlisting of pairs": (numpy.float64, REAL, lambda a, b: numpy.concatenate(PAIRS)),
     "MASK of three points": (numpy.float64, REAL, lambda a, b: numpy.convolve(a, (0.25, 0.5, 0.25), "same")),
+    "writing of reals": (numpy.float64, REAL, lambda a, b: save("reals")),
+    "reading of reals": (numpy.float64, REAL, lambda a, b: numpy.loadtxt(saved("reals"))),
+    "writing of integers": (numpy.int64, INTEGER, lambda a, b: save("integers")),
+    "reading of integers": (numpy.int64, INTEGER, lambda a, b: numpy.loadtxt(saved("integers"), dtype=numpy.int64)),
+    "writing of a text": (numpy.int64, INTEGER, lambda a, b: save("text")),
+    "reading of a text": (numpy.int64, INTEGER, lambda a, b: numpy.loadtxt(saved("text"), dtype=str, comments=None)),
     "complex * complex": (numpy.complex128, REAL, lambda a, b: a * b),
 }
 
