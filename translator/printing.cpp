@@ -23,7 +23,8 @@ namespace {
 
 constexpr std::uint32_t items_per_flush = 100;
 
-// Text on its way to a stream, written in large pieces. Without a stream it stays.
+// Text on its way to a stream, written in large pieces. Without a stream it stays. What somebody may watch shows while
+// it is being written; a file is whole when it is closed.
 struct Output {
     std::FILE* stream;
     bool listing;
@@ -36,7 +37,7 @@ struct Output {
     void flush() {
         if (stream == nullptr) return;
         std::fwrite(text.data(), 1, text.size(), stream);
-        std::fflush(stream);
+        if (stream == stdout || stream == stderr) std::fflush(stream);
         text.clear();
     }
 

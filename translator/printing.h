@@ -9,8 +9,8 @@
 
 namespace ondrel {
 
-// Writes `prefix`, then the element, and flushes the stream, as it does after every hundred items. `indent` is the
-// nesting level, 0 outside; what stands inside another value is always written as in a listing.
+// Writes `prefix`, then the element, and flushes a standard stream, as it does after every hundred items. `indent` is
+// the nesting level, 0 outside; what stands inside another value is always written as in a listing.
 //
 // Printing simplifies numbers: a whole real becomes an integer, a hypercomplex number that has no higher components a
 // lower kind. The new item stands in the value's block, for all its holders; the record gets the kinds that fit.
