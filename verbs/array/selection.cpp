@@ -21,6 +21,7 @@ bool is_single(const DataElement& value) { return (value.type & SHAPE_BITS) != 0
 std::vector<std::uint8_t> kept_places(const DataElement& mask) {
     std::vector<std::uint8_t> kept(mask.elements);
     const void* const data = mask.data_pointer;
+    if (data == nullptr) return kept;
     if (is_packed(data) && item_width(header(data).head) == sizeof(std::int64_t)) {
         const auto* const values = static_cast<const std::int64_t*>(data);
         std::transform(values, values + mask.elements, kept.begin(), [](std::int64_t value) { return value > 0; });
