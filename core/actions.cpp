@@ -107,7 +107,7 @@ consteval Action operation() {
 }  // namespace
 
 constexpr std::array<Action, Instructions.size()> actions{
-#define INSTRUCTION(number, name, code, type, action) operation<action, type>(),
+#define INSTRUCTION(number, name, code, type, action, ...) operation<action, type>(),
 #include "data/instructions.def"
 #undef INSTRUCTION
 };

@@ -11,7 +11,7 @@
 namespace ondrel {
 
 enum class Instruction : std::int16_t {
-#define INSTRUCTION(number, name, code, type, action) name = number,
+#define INSTRUCTION(number, name, ...) name = number,
 #include "data/instructions.def"
 #undef INSTRUCTION
 };
@@ -24,7 +24,7 @@ struct InstructionRow {
 };
 
 inline constexpr auto Instructions = std::to_array<InstructionRow>({
-#define INSTRUCTION(number, name, code, type, action) {number, #name, code, type},
+#define INSTRUCTION(number, name, code, type, ...) {number, #name, code, type},
 #include "data/instructions.def"
 #undef INSTRUCTION
 });
