@@ -8,8 +8,8 @@
 // too, that an exception was processed. A first line "## run with: WORDS" gives arguments, and NAME=value the
 // environment, of the run.
 //
-// A document (docs/NAME.md) may show what is typed at a terminal and what comes back, in fences of the kind
-// "transcript"; behind that word stand arguments and environment of the run, or "more", when it goes on with the run of
+// The fences of a document (docs/NAME.md) that have no kind are one session. Besides, it may show what is typed at a
+// terminal and what comes back, in fences of the kind "transcript"; behind that word stand arguments and environment of the run, or "more", when it goes on with the run of
 // the fence before. What is typed stands behind a prompt.
 //
 // An example (examples/NAME.ond) runs with -q, and its output must be NAME.out byte for byte, the time left out.
@@ -95,9 +95,26 @@ Launch launch_of(const fs::path& path) {
                                                                  : launch_with("");
 }
 
+// The lines of a session. Of a document only its examples are; the others are comments, so that the numbers stay.
+std::string session_of(const fs::path& path) {
+    if (path.extension() != ".md") return contents(path);
+    std::ifstream file(path, std::ios::binary);
+    std::string text;
+    bool fenced = false, example = false;
+    for (std::string line; std::getline(file, line); text += '\n') {
+        const bool edge = line.starts_with("```");
+        if (edge) {
+            fenced = !fenced;
+            example = fenced && line == "```";
+        }
+        text += example && !edge ? line : "##";
+    }
+    return text;
+}
+
 std::vector<Block> read_session(const fs::path& path) {
     std::vector<Block> blocks;
-    std::ifstream file(path, std::ios::binary);
+    std::istringstream file(session_of(path));
     std::string line, words;
     const auto end_reply = [&](const std::string& height) {
         if (!blocks.empty()) blocks.back().expected.push_back({unescaped(words), height});
@@ -151,6 +168,16 @@ std::vector<Reply> split_at_prompts(std::string_view output) {
 // The clock's own line, in whatever build, says nothing.
 std::string without_time(const std::string& output) { return output.substr(0, output.rfind("--- Spent: ")); }
 
+// Documents leave out blank lines, and blanks at the ends of others.
+std::string without_blank_lines(const std::string& text) {
+    std::istringstream lines(text);
+    std::string kept;
+    for (std::string line; std::getline(lines, line);)
+        if (const std::size_t last = line.find_last_not_of(' '); last != line.npos)
+            kept += line.substr(0, last + 1) + '\n';
+    return kept;
+}
+
 std::string shown(const std::vector<Reply>& replies) {
     std::string text;
     for (const Reply& reply : replies) text += reply.shown() + '\n';
@@ -161,6 +188,7 @@ class Session : public testing::Test {
 public:
     explicit Session(fs::path path) : path_(std::move(path)) {}
 
+    static bool takes(const fs::path& path) { return path.extension() != ".md" || contains(session_of(path), "\n> "); }
     void TestBody() override { replay("", {}); }
 
 protected:
@@ -187,7 +215,7 @@ protected:
                 if (block.expected[i].height.empty()) actual[i].height.clear();
             if (ended) actual.push_back(farewell);
             next += block.expected.size();
-            if (shown(actual) == shown(block.expected)) continue;
+            if (seen(actual) == seen(block.expected)) continue;
             ADD_FAILURE_AT(path_.c_str(), block.line) << "typed:\n"
                                                       << escaped(block.input) << "expected:\n"
                                                       << shown(block.expected) << "actual:\n"
@@ -205,6 +233,10 @@ protected:
     }
 
 private:
+    std::string seen(const std::vector<Reply>& replies) const {
+        return path_.extension() == ".md" ? without_blank_lines(shown(replies)) : shown(replies);
+    }
+
     static constexpr int most_failures = 5;  // the rest of a session that has lost its step says nothing more
     fs::path path_;
     int failures_ = 0;
@@ -276,15 +308,6 @@ private:
     static constexpr std::string_view fence = "```transcript";
     fs::path path_;
 
-    // Lines of the run as they stand at a terminal, but for blank ones.
-    static std::string without_blank_lines(const std::string& text) {
-        std::istringstream lines(text);
-        std::string kept;
-        for (std::string line; std::getline(lines, line);)
-            if (line.find_first_not_of(' ') != line.npos) kept += line + '\n';
-        return kept;
-    }
-
     void replay(const std::string& heading, const std::string& shown) const {
         if (shown.empty()) return;
         std::vector<std::string> typed;
@@ -338,6 +361,7 @@ const bool registered = [] {
     register_files<Session>("Session", ONDREL_SESSIONS, ".session");
     register_files<WorkersSession<false>>("SessionWithTwoWorkers", ONDREL_SESSIONS, ".session");
     register_files<WorkersSession<true>>("SessionWithEightWorkers", ONDREL_SESSIONS, ".session");
+    register_files<Session>("Guide", ONDREL_DOCUMENTS, ".md");
     register_files<Document>("Document", ONDREL_DOCUMENTS, ".md");
     register_files<Example>("Example", ONDREL_EXAMPLES, ".ond");
     return true;
