@@ -318,6 +318,26 @@ TEST_F(Files, AWorkspaceComesBackByteForByte) {
     EXPECT_TRUE(contains(run("5 @x SET 1 2 'nothing' LOAD COUNTSTACK PRINT x .\n"), "23 - "));
 }
 
+TEST_F(Files, NamesOfAnyBytesComeBack) {
+    constexpr int special[]{0, 2, 3, 10, 16, 34, 36, 37, 39, 46, 59, 64, 95, 96};
+    std::mt19937 random(9);
+    std::string names, made, read;
+    for (int i = 0; i < 400; ++i) {
+        std::string name = "(";
+        for (std::size_t k = 0; k < 1 + random() % 6; ++k)
+            name += ' ' + std::to_string(random() % 2 ? special[random() % std::size(special)] : 1 + random() % 255);
+        name += " 90 ) ENASCII ";
+        made += std::to_string(i) + ' ' + name + "AT SET .\n";
+        read += name + "GET TELL ";
+        if (i % 50 == 49) read += ".\n";
+    }
+    const std::string before = run(made + "'one' SAVE .\n'' PRINT 'read' PRINT .\n" + read);
+    const std::string after = run("'one' LOAD 'two' SAVE .\n'' PRINT 'read' PRINT .\n" + read);
+    const auto behind = [](const std::string& said) { return said.substr(said.find("read")); };
+    EXPECT_EQ(behind(before), behind(after));
+    EXPECT_EQ(contents(folder / "one"), contents(folder / "two"));
+}
+
 // Cut anywhere, or with bytes changed: something is read, and the prompt lives.
 TEST_F(Files, ADamagedWorkspaceDoesNoHarm) {
     run(std::string(workspace) + "CLEAR (1 2) 'three' 'whole' SAVE .\n");

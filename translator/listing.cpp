@@ -7,19 +7,32 @@
 #include "data/errors.h"
 #include "data/texts.h"
 #include "translator/printing.h"
+#include "translator/value_key.h"
 
 namespace ondrel {
 namespace {
 
 constexpr int entries_in_a_sentence = 257;  // so that none outgrows its room
 
+// A name that holds the byte that ends a spelling, or begins as if it told its table, is told by the codes of the text
+// that it was made of.
+bool has_no_spelling(const Entry& entry) {
+    const std::string_view name = entry.name, prefixes = "$%._";
+    return name.find('\x03') != name.npos || prefixes.find(name[0]) != name.npos;
+}
+
+void put_codes(std::FILE* stream, std::string_view name) {
+    std::fputs(" (", stream);
+    for (const char code : text_of_key(name)) std::fprintf(stream, " %d", static_cast<unsigned char>(code));
+    std::fputs(" ) ENASCII AT SET\n", stream);
+}
+
 void remember_entry(std::FILE* stream, Entry& entry) {
     PrintOut = true;
     disass(stream, "", 0, true, entry.value);
     PrintOut = false;
-    const std::string_view prefixes = "$%._";
-    const bool prefixed = prefixes.find(entry.name[0]) != std::string_view::npos;
-    std::fprintf(stream, prefixed ? " @%s SET\n" : " @\x02%s\x03 SET\n", entry.name);
+    if (has_no_spelling(entry)) return put_codes(stream, entry.name);
+    std::fprintf(stream, " @\x02%s\x03 SET\n", entry.name);
 }
 
 bool holds_files(const DataElement& value) {
@@ -49,7 +62,8 @@ void remember(std::FILE* stream, const Chain* tables) {
             // Not one that was only spoken of; and an open file cannot be told in a text.
             if (!has_value(entry.value) || holds_files(entry.value)) return;
             remember_entry(stream, entry);
-            if (++written % entries_in_a_sentence == 0) std::fputs(".\n", stream);
+            // Spelled names get their places in the table while the sentence is read; others when it runs.
+            if (++written % entries_in_a_sentence == 0 || has_no_spelling(entry)) std::fputs(".\n", stream);
         });
     }
     std::fputs(".\n", stream);

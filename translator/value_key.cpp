@@ -207,6 +207,15 @@ void add_key(std::string& key, const DataElement& value, const DataElement* fram
     if (value.type & CONDITIONAL) key.append(value.type & YES ? "?y" : "?n");
 }
 
+std::string text_of_key(std::string_view key) {
+    std::string text;
+    for (std::size_t i = 0; i < key.size(); ++i) {
+        const bool stands_for_another = key[i] == escape && i + 1 < key.size();
+        text.push_back(stands_for_another ? static_cast<char>(key[++i] - digit_zero) : key[i]);
+    }
+    return text;
+}
+
 std::string value_key(const DataElement& value, const DataElement* frame_base) {
     std::string key;
     if (value.rank <= 1 && is_text(value) && !(value.type & ISEMPTY))
