@@ -160,9 +160,14 @@ TEST_F(Scanner, LosesTheByteBehindASentenceEndUnlessItIsANewline) {
     const char* position = "1 .+ 2 .";
     scan(position);
     EXPECT_EQ(scan(position), (Cells{"2", "END"}));
-    position = "1 ENDS 2 .";
-    EXPECT_EQ(scan(position), (Cells{"1", "END"}));
-    EXPECT_EQ(scan(position), (Cells{"2", "END"}));
+    for (const char* const text : {"1 ENDS 2 .", "1 END32 ."}) {
+        position = text;
+        EXPECT_EQ(scan(position), (Cells{"1", "END"}));
+        EXPECT_EQ(scan(position), (Cells{"2", "END"}));
+        CountingStream stream(text);
+        EXPECT_EQ(stream.scan(), (Cells{"1", "END"})) << text;
+        EXPECT_EQ(stream.scan(), (Cells{"2", "END"})) << text;
+    }
 }
 
 TEST_F(Scanner, StepsOnAtTheEndOfALineWhileStepping) {

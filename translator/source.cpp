@@ -25,12 +25,13 @@ int next_in_memory() {
     return byte;
 }
 
-// Reads until `count` bytes wait, and on to behind a run of digits: no sentence ends with one, so that somebody will
-// look there in any case. Fewer wait at the end of the input. A text in memory stays where it is.
-void read_until(std::size_t count) {
+// Reads until `count` bytes wait and the last of them is not `passed` over, or the input ends. A text in memory stays
+// where it is.
+template <class Passed>
+void read_until(std::size_t count, Passed passed) {
     std::size_t had = waiting.size(), end = had == 0 ? 0 : used;
     const auto read = [&](const auto& next, const auto& keep) {
-        for (int byte = 0; had < count || is_digit(byte); ++had) {
+        for (int byte = had == 0 ? 0 : waiting.back(); had < count || passed(byte); ++had) {
             byte = next();
             if (byte <= 0) {
                 ended = true;
@@ -69,8 +70,13 @@ void open_source(std::FILE* stream, const char* text) {
 }
 
 int peek_further(std::size_t at) {
-    if (!ended) read_until(at + 1);
+    if (!ended) read_until(at + 1, [](int) { return false; });
     return at < waiting.size() ? static_cast<unsigned char>(waiting[at]) : -1;
+}
+
+void read_digits(std::size_t at) {
+    const bool within_run = at >= waiting.size() || std::ranges::all_of(waiting.substr(at), is_digit);
+    if (!ended && within_run) read_until(at + 1, is_digit);
 }
 
 const char* text_position() { return string; }

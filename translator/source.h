@@ -20,6 +20,9 @@ inline int peek(std::size_t at) {
     return at < waiting.size() ? static_cast<unsigned char>(waiting[at]) : peek_further(at);
 }
 
+// Reads on behind a run of digits that begins at `at`: whoever reads a number looks there in any case.
+void read_digits(std::size_t at);
+
 // The next `length` bytes, all of which have been looked at, and their consumption.
 inline std::string_view ahead(std::size_t length) { return waiting.substr(0, length); }
 inline void consume(std::size_t length) { waiting.remove_prefix(length); }
