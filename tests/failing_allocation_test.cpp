@@ -5,10 +5,12 @@
 #ifdef ONDREL_CHECKS
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <array>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -21,6 +23,8 @@
 
 namespace ondrel {
 namespace {
+
+namespace fs = std::filesystem;
 
 std::string text_of(DataElement& value) {
     char* text = nullptr;
@@ -56,7 +60,19 @@ struct Work {
     const char* sentence;
     std::uint32_t threads;
 };
-class FailingAllocation : public testing::TestWithParam<Work> {};
+class FailingAllocation : public testing::TestWithParam<Work> {
+protected:
+    FailingAllocation() {
+        fs::create_directories(folder);
+        fs::current_path(folder);
+    }
+    ~FailingAllocation() override {
+        fs::current_path(started_in);
+        fs::remove_all(folder);
+    }
+    const fs::path started_in = fs::current_path(),
+                   folder = fs::temp_directory_path() / ("ondrel-memory" + std::to_string(getpid()));
+};
 
 TEST_P(FailingAllocation, LosesNothing) {
     const auto [sentence, by_threads] = GetParam();
@@ -161,6 +177,9 @@ INSTANTIATE_TEST_SUITE_P(
             "(1 2 3) MONADIC DUP 2 RESHAPE ; EACH (1 2.5 3l1) MONADIC 2 > ; EACH (1 'x' (1 2)) MONADIC ; EACH .",
             "(1 2 3) (1 1 1) MONADIC SUM ; MASK (1.5 'x' (1 2)) (1 2 1) MONADIC ; REFLECT MASK (3l4 1) (1) MONADIC ; "
             "MASK .",
+            "(1 (2 'x') 3l4) 'file' WRITE 'file' READ 'file' REMEMBER 'text' 'file' TEXTWRITE 'file' TEXTREAD .",
+            "'text' 'file' TEXTWRITE POP 'file' (1 (2 'x')) OPEN DUP CATENATE @f SET f CLOSE f 5 OPEN REWIND 'file' f "
+            "OPEN .",
             "'abc' DEASCII ENASCII (65 (66 'x') 3l1) ENASCII ((1 2) (3 4 5 6 7)) ENCAPSULATE DUP DECAPSULATE .",
             "(1 2)[3 99999999999999999999] (1 (2)[-1]) ."})));
 
