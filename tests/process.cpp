@@ -13,6 +13,7 @@
 #include <cerrno>
 #include <chrono>
 #include <csignal>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
@@ -135,7 +136,9 @@ bool Process::pump(double seconds) {
     if (!sending && input_ends_) close_if_open(input_);
     std::array<pollfd, 3> watched{{{output_, POLLIN, 0}, {error_, POLLIN, 0}, {sending ? input_ : -1, POLLOUT, 0}}};
     if (output_ < 0 && error_ < 0 && !sending) return false;
-    if (poll(watched.data(), watched.size(), static_cast<int>(std::max(seconds, 0.0) * 1000) + 1) <= 0) return true;
+    const auto nanoseconds = static_cast<std::int64_t>(std::max(seconds, 0.0) * 1e9);
+    const timespec most{nanoseconds / 1'000'000'000, nanoseconds % 1'000'000'000};
+    if (ppoll(watched.data(), watched.size(), &most, nullptr) <= 0) return true;
     if (watched[0].revents != 0 && !drain(output_, output)) close_if_open(output_);
     if (watched[1].revents != 0 && !drain(error_, error)) close_if_open(error_);
     if (watched[2].revents != 0) {
