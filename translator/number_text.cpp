@@ -5,7 +5,6 @@
 #include <cstdlib>
 #include <limits>
 #include <string>
-#include <type_traits>
 
 #include "data/blocks.h"
 #include "numbers/kinds.h"
@@ -22,14 +21,10 @@ bool is_digit(int c) { return c >= '0' && c <= '9'; }
 bool is_sign(int c) { return c == '-' || c == static_cast<unsigned char>(high_minus); }
 
 // Numbers are read from the source, and their components once more from a text.
-struct FromSource {
-    int operator()(std::size_t at) const { return peek(at); }
-};
-constexpr FromSource from_source;
+constexpr auto from_source = [](std::size_t at) { return peek_number(at); };
 
 template <class Peek>
 std::size_t skip_digits(Peek peek, std::size_t at) {
-    if constexpr (std::is_same_v<Peek, FromSource>) read_digits(at);
     while (is_digit(peek(at))) ++at;
     return at;
 }
@@ -153,8 +148,7 @@ std::size_t match_digits(std::int64_t& value) {
     constexpr std::size_t most = 15;  // which a double holds
     std::size_t end = 0;
     int c = 0;
-    read_digits(0);
-    for (value = 0; is_digit(c = peek(end)) && end < most; ++end) value = value * 10 + (c - '0');
+    for (value = 0; is_digit(c = peek_number(end)) && end < most; ++end) value = value * 10 + (c - '0');
     return c == ' ' || c == ')' ? end : 0;
 }
 

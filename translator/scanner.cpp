@@ -390,7 +390,7 @@ void scan_address() {
 // Runs to the end of a sentence; at the end of the input the process is to end too.
 void yylex() {
     for (;;) {
-        if (peek(0) < 0) {
+        if (peek_number(0) < 0) {
             abandon_literal();
             dereferencepoint(*cursor);
             *cursor = {};

@@ -25,13 +25,12 @@ int next_in_memory() {
     return byte;
 }
 
-// Reads until `count` bytes wait and the last of them is not `passed` over, or the input ends. A text in memory stays
-// where it is.
-template <class Passed>
-void read_until(std::size_t count, Passed passed) {
+// Reads until `count` bytes wait, and on behind a run of digits if that is asked for. Fewer wait at the end of the
+// input. A text in memory stays where it is.
+void read_until(std::size_t count, bool behind_digits) {
     std::size_t had = waiting.size(), end = had == 0 ? 0 : used;
     const auto read = [&](const auto& next, const auto& keep) {
-        for (int byte = had == 0 ? 0 : waiting.back(); had < count || passed(byte); ++had) {
+        for (int byte = 0; had < count || (behind_digits && is_digit(byte)); ++had) {
             byte = next();
             if (byte <= 0) {
                 ended = true;
@@ -69,14 +68,9 @@ void open_source(std::FILE* stream, const char* text) {
     ended = false;
 }
 
-int peek_further(std::size_t at) {
-    if (!ended) read_until(at + 1, [](int) { return false; });
+int peek_further(std::size_t at, bool behind_digits) {
+    if (!ended) read_until(at + 1, behind_digits);
     return at < waiting.size() ? static_cast<unsigned char>(waiting[at]) : -1;
-}
-
-void read_digits(std::size_t at) {
-    const bool within_run = at >= waiting.size() || std::ranges::all_of(waiting.substr(at), is_digit);
-    if (!ended && within_run) read_until(at + 1, is_digit);
 }
 
 const char* text_position() { return string; }

@@ -13,15 +13,18 @@ void open_source(std::FILE* stream, const char* text);
 
 // The bytes that have been looked at and not consumed, and the way to one behind them.
 extern std::string_view waiting;
-int peek_further(std::size_t at);
+int peek_further(std::size_t at, bool behind_digits);
 
 // The byte `at` positions ahead, or -1 at the end of the input: a NUL, the end of the stream, and in memory also \xFF.
 inline int peek(std::size_t at) {
-    return at < waiting.size() ? static_cast<unsigned char>(waiting[at]) : peek_further(at);
+    return at < waiting.size() ? static_cast<unsigned char>(waiting[at]) : peek_further(at, false);
 }
 
-// Reads on behind a run of digits that begins at `at`: whoever reads a number looks there in any case.
-void read_digits(std::size_t at);
+// The same at the start of a token and within a number: what looks at a digit there looks behind all of them in any
+// case, so that they can be read at once.
+inline int peek_number(std::size_t at) {
+    return at < waiting.size() ? static_cast<unsigned char>(waiting[at]) : peek_further(at, true);
+}
 
 // The next `length` bytes, all of which have been looked at, and their consumption.
 inline std::string_view ahead(std::size_t length) { return waiting.substr(0, length); }
