@@ -259,7 +259,7 @@ TEST_F(Files, WriteAppendAndRead) {
     put(folder / "failing", "5 (1 2) (1 2 3) + 'never' PRINT .\n");
     EXPECT_TRUE(contains(run("'failing' READ .\nCOUNTSTACK PRINT .\n"), "17 - "));
     put(folder / "circle", "'circle' READ .");
-    EXPECT_TRUE(contains(run("'circle' READ .\n'alive' PRINT .\n"), "alive"));
+    EXPECT_TRUE(contains(run("'circle' READ .\n'alive' PRINT .\n", {.handles = 1000}), "alive"));
 }
 
 TEST_F(Files, StayOpenAsValues) {
