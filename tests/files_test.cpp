@@ -314,6 +314,10 @@ TEST_F(Files, AWorkspaceComesBackByteForByte) {
     EXPECT_TRUE(contains(run("'first'" + uses), " 6\n 1 2  ( 3 'four' ) \n 11\n"));
     EXPECT_NE(contents(folder / "first"), "") << made;
     EXPECT_EQ(contents(folder / "first"), contents(folder / "second"));
+    // Two names that fall into one bucket, each of which is made while the other's function is read.
+    run(": speed7 ; @amount SET : amount ; @speed7 SET 'first' SAVE 'first' LOAD 'second' SAVE .\n");
+    EXPECT_TRUE(contains(contents(folder / "first"), "amount ;"));
+    EXPECT_EQ(contents(folder / "first"), contents(folder / "second"));
     put(folder / "nothing", "");
     EXPECT_TRUE(contains(run("5 @x SET 1 2 'nothing' LOAD COUNTSTACK PRINT x .\n"), "23 - "));
 }

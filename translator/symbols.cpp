@@ -55,12 +55,15 @@ std::uint32_t large_hash(std::string_view name) {
     return rand8[h1] * small + rand8[h2];
 }
 
-// The link that leads to the entry of the name, or the null one at the end of its bucket.
+// The link that leads to the entry of the name, or to where it is to stand: a bucket is in the order of its names, so
+// that tables of the same names are told in the same way, however they came about.
 Entry** find(const Table* table, std::string_view name) {
     Entry** link = &table->heads[table->buckets == large ? large_hash(name) : small_hash(name)];
-    while (*link != nullptr && ((*link)->name[0] != name[0] || (*link)->name != name)) link = &(*link)->next;
+    while (*link != nullptr && (*link)->name < name) link = &(*link)->next;
     return link;
 }
+
+bool has_name(const Entry* entry, std::string_view name) { return entry != nullptr && entry->name == name; }
 
 constexpr DataElement no_value() {
     DataElement value{};
@@ -156,14 +159,19 @@ Entry* hashtab(Table* table, std::string_view name) {
     if (name[0] == '#')
         if (Entry* const entry = system_variable(name)) return entry;
     Entry** const link = find(table, name);
-    if (*link == nullptr) {
-        *link = make_entry(name);
+    if (!has_name(*link, name)) {
+        Entry* const entry = make_entry(name);
+        entry->next = std::exchange(*link, entry);
         ++table->names;
     }
     return *link;
 }
 
-Entry* checkhash(const Table* table, std::string_view name) { return name.empty() ? nullptr : *find(table, name); }
+Entry* checkhash(const Table* table, std::string_view name) {
+    if (name.empty()) return nullptr;
+    Entry* const entry = *find(table, name);
+    return has_name(entry, name) ? entry : nullptr;
+}
 
 Entry* checkmeaning(const Chain* tables, std::string_view name) {
     for (; tables != nullptr; tables = tables->previous)
