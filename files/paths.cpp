@@ -96,16 +96,20 @@ Descriptor open_beneath(const char* path, int flags, mode_t mode) {
     return Descriptor();
 }
 
-Descriptor open_path(const std::string& path, int flags, mode_t mode) {
-    if (path.find('\0') != path.npos) {
-        errno = EINVAL;
+bool is_allowed(const std::string& path) {
+    const bool has_nul = path.find('\0') != path.npos;
+    errno = has_nul ? EINVAL : EXDEV;
+    return !has_nul && (!constraindirectories || checkpath(path.c_str()));
+}
+
+Descriptor open_allowed(const std::string& path, int flags, mode_t mode) {
+    if (!(flags & O_DIRECTORY) && (path == ".." || path.ends_with("/.."))) {
+        errno = EISDIR;
         return Descriptor();
     }
     flags |= flags & O_PATH ? O_CLOEXEC : O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
     if (!constraindirectories) return Descriptor(open(path.c_str(), flags, mode));
-    if (checkpath(path.c_str())) return open_beneath(path.c_str(), flags, mode);
-    errno = EXDEV;
-    return Descriptor();
+    return open_beneath(path.c_str(), flags, mode);
 }
 
 }  // namespace ondrel

@@ -31,9 +31,12 @@ private:
     int number;
 };
 
-// As open(2) does, within the constraint if it is in force; `errno` is EXDEV where that refuses. Does not wait for the
-// other end of a pipe.
-Descriptor open_path(const std::string& path, int flags, mode_t mode = 0);
+// Whether a path as it is given may be used at all: `errno` is EXDEV where the constraint, if it is in force, refuses.
+bool is_allowed(const std::string& path);
+
+// As open(2) does. The kernel holds an allowed path, and what links on the way make of it, to the directory if the
+// constraint is in force; `errno` is EXDEV then, too. Does not wait for the other end of a pipe.
+Descriptor open_allowed(const std::string& path, int flags, mode_t mode = 0);
 
 // The same for a path that must not leave the directory, by the kernel's help or, where it has none, step by step: no
 // link is followed then.

@@ -162,8 +162,8 @@ TEST_F(Files, NamesThatAreNone) {
         expect_error(no_vector, "'ab'[1 2] " + name);
         for (const char* const refused : {"'/etc/passwd' ", "'../outside' ", "'leak' ", "'up/outside' "})
             expect_error(720, refused + name);
-        for (const char* const impossible :
-             {"'inner' ", "'nowhere/file' ", "'link/file' ", "'x'[10000] ", "('a' 'b')'ab' POP 0 ENASCII CATENATE "})
+        for (const char* const impossible : {"'inner' ", "'..' ", "'inner/..' ", "'nowhere/file' ", "'link/file' ",
+                                             "'x'[10000] ", "('a' 'b')'ab' POP 0 ENASCII CATENATE "})
             expect_error(no_file, impossible + name);
     }
     EXPECT_EQ(contents(outside), "1 2 3");
@@ -404,6 +404,11 @@ TEST_F(Files, AFileKeepsItsLinkAndItsPermissions) {
     fs::remove(folder / "inner/target");
     run("8 'link' WRITE .\n");  // a link to what is not there yet
     EXPECT_EQ(contents(folder / "inner/target"), " 8\n");
+    // The text of a link is the kernel's to judge: a hidden folder counts for nothing in that of a path.
+    fs::create_directory(folder / ".hidden");
+    fs::create_symlink("../inner/target", folder / ".hidden/link");
+    run("9 '.hidden/link' WRITE .\n");
+    EXPECT_EQ(contents(folder / "inner/target"), " 9\n");
     // No more files can be opened, and then again.
     const std::string said =
         run("'held' 'x' TEXTWRITE CLEAR 300 : 1 'x' WRITE 'x' READ POP POP ; REPEAT 'x' READ PRINT .\n");
