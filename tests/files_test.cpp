@@ -322,6 +322,49 @@ TEST_F(Files, AWorkspaceComesBackByteForByte) {
     EXPECT_TRUE(contains(run("5 @x SET 1 2 'nothing' LOAD COUNTSTACK PRINT x .\n"), "23 - "));
 }
 
+// Names that are spelled like the words that a workspace is told with.
+TEST_F(Files, AWorkspaceKeepsTheSystemsWords) {
+    const std::string words[]{"SUM",     "+",           "SET", "AT", "ENASCII", "OPERATOR",
+                              "MONADIC", "NEW CONTEXT", "?Y",  ";",  "WRAP"};
+    std::string sentences =
+        "MONADIC DUP SUM SWAP 0 CHECK RETURN ?Y + // + 'no' ?Y ; OPERATOR @f SET .\n"
+        ": NEW CONTEXT (1 2 3) (1 1 1) MONADIC SUM ; WRAP MASK ; OPERATOR @g SET .\n";
+    for (const std::string& word : words) sentences += "7 '" + word + "' :: AT :: SET .\n";
+    sentences += "8 '$x' :: AT :: SET '.y' :: AT @place :: SET .\n";
+    const std::string uses = "(1 2 3) f :: PRINT g :: PRINT '$x' GET :: PRINT 9 place :: SET '.y' GET :: PRINT .\n";
+    run(sentences + "'first' SAVE .\n");
+    const std::string said = run("'first' LOAD .\n" + uses + "'.y' FORGET 'second' SAVE .\n");
+    EXPECT_TRUE(contains(said, " 12\n 6 6 6\n 8\n 9\n")) << said;
+    EXPECT_EQ(contents(folder / "first"), contents(folder / "second"));
+    EXPECT_TRUE(contains(run("'first' LOAD .\n'+' GET 'OPERATOR' GET :: + :: PRINT .\n"), " 14\n"));
+}
+
+TEST_F(Files, AStackComesBackWhole) {
+    put(folder / "x", "1");
+    const std::string deep = "[. 1 2 .] 300 : [. SWAP 7 .] ; REPEAT ";
+    const struct {
+        std::string values, above;
+    } cases[]{{"5 'text' :: [. 1 2 (3 4) :: [. ", ".] ,"}, {"2000 : 7 ; REPEAT ", "COUNTSTACK"}, {"50 3 ", "+"}};
+    for (const auto& [values, above] : cases) {
+        const std::string height = "COUNTSTACK 'high' TELL PRINT " + above + " 'top' TELL PRINT .\n";
+        const std::string before = run(values + height), after = run(values + "'w' SAVE CLEAR 'w' LOAD .\n" + height);
+        EXPECT_TRUE(contains(before, "high") && contains(before, "top")) << before;
+        EXPECT_EQ(before.substr(before.find("high")), after.substr(after.find("high"))) << values;
+    }
+    // An open file leaves its place; what nests deeper than any literal costs nothing else.
+    EXPECT_TRUE(
+        contains(run("50 'x' 0 OPEN 3 'w' SAVE CLEAR 'w' LOAD .\nCOUNTSTACK PRINT + + PRINT .\n"), " 3\n 53\n"));
+    const std::string said =
+        run("4 @b SET " + deep + "@a SET 5 @c SET 1 2 'w' SAVE CLEAR 'w' LOAD .\nb c + + + PRINT .\n");
+    EXPECT_TRUE(contains(said, "807 - ") && contains(said, " 12\n")) << said;
+    // Names of two tables, neither of which fills a sentence by itself.
+    std::string names;
+    for (int i = 0; i < 200; ++i) names += "1 @a" + std::to_string(i) + " SET 2 @$b" + std::to_string(i) + " SET .\n";
+    put(folder / "names", names);
+    EXPECT_TRUE(
+        contains(run(": NEW CONTEXT 'names' READ 'w' SAVE ; ! .\n'w' LOAD .\na199 b199 + b0 + PRINT .\n"), " 5\n"));
+}
+
 TEST_F(Files, NamesOfAnyBytesComeBack) {
     constexpr int special[]{0, 2, 3, 10, 16, 34, 36, 37, 39, 46, 59, 64, 95, 96};
     std::mt19937 random(9);

@@ -12,6 +12,7 @@
 
 #include "tests/evaluator.h"
 #include "tests/palette.h"
+#include "translator/listing.h"
 #include "translator/printing.h"
 #include "translator/scanner.h"
 #include "translator/value_key.h"

@@ -2,37 +2,36 @@
 
 #include <algorithm>
 #include <span>
-#include <string_view>
+#include <string>
 
 #include "data/errors.h"
 #include "data/texts.h"
 #include "translator/printing.h"
-#include "translator/value_key.h"
 
 namespace ondrel {
 namespace {
 
-constexpr int entries_in_a_sentence = 257;  // so that none outgrows its room
+// Values on their way to a file, one in a line. A sentence ends before it outgrows its room; what is nested as deep as
+// a literal can be, or deeper, costs the whole sentence that it stands in, and so it stands alone.
+struct Sentences {
+    std::FILE* stream;
+    int lines = 0;  // since the last end
+};
 
-// A name that holds the byte that ends a spelling, or begins as if it told its table, is told by the codes of the text
-// that it was made of.
-bool has_no_spelling(const Entry& entry) {
-    const std::string_view name = entry.name, prefixes = "$%._";
-    return name.find('\x03') != name.npos || prefixes.find(name[0]) != name.npos;
+void end_sentence(Sentences& sentences) {
+    std::fputs(".\n", sentences.stream);
+    sentences.lines = 0;
 }
 
-void put_codes(std::FILE* stream, std::string_view name) {
-    std::fputs(" (", stream);
-    for (const char code : text_of_key(name)) std::fprintf(stream, " %d", static_cast<unsigned char>(code));
-    std::fputs(" ) ENASCII AT SET\n", stream);
-}
-
-void remember_entry(std::FILE* stream, Entry& entry) {
+void put_line(Sentences& sentences, DataElement& value, const std::string& behind) {
+    constexpr int most_lines = 257, deepest_literal = 256;
+    const bool alone = value.rank >= 0 && value.depth >= deepest_literal;
+    if (alone && sentences.lines > 0) end_sentence(sentences);
     PrintOut = true;
-    disass(stream, "", 0, true, entry.value);
+    disass(sentences.stream, "", 0, true, value);
     PrintOut = false;
-    if (has_no_spelling(entry)) return put_codes(stream, entry.name);
-    std::fprintf(stream, " @\x02%s\x03 SET\n", entry.name);
+    std::fprintf(sentences.stream, "%s\n", behind.c_str());
+    if (++sentences.lines == most_lines || alone) end_sentence(sentences);
 }
 
 bool holds_files(const DataElement& value) {
@@ -56,17 +55,29 @@ void for_each_listed(const Chain* tables, bool functions, Visit visit) {
 }  // namespace
 
 void remember(std::FILE* stream, const Chain* tables) {
-    for (; tables != nullptr; tables = tables->previous) {
-        int written = 0;
+    Sentences sentences{stream};
+    const std::string set = system_word("SET");
+    for (; tables != nullptr; tables = tables->previous)
         for_each_entry(tables->table, [&](Entry& entry) {
             // Not one that was only spoken of; and an open file cannot be told in a text.
             if (!has_value(entry.value) || holds_files(entry.value)) return;
-            remember_entry(stream, entry);
-            // Spelled names get their places in the table while the sentence is read; others when it runs.
-            if (++written % entries_in_a_sentence == 0 || has_no_spelling(entry)) std::fputs(".\n", stream);
+            put_line(sentences, entry.value, quoted_address(entry.name) + set);
         });
+    end_sentence(sentences);
+}
+
+void dumpstack(std::FILE* stream, DataElement* bottom, DataElement* top) {
+    Sentences sentences{stream};
+    for (DataElement* slot = bottom; slot <= top; ++slot) {
+        if (slot > bottom && would_be_shape(*slot, slot[-1])) std::fputs(" ::", stream);
+        if (holds_files(*slot)) {
+            DataElement nothing = make_empty();
+            put_line(sentences, nothing, " \"???\"");
+        } else {
+            put_line(sentences, *slot, {});
+        }
     }
-    std::fputs(".\n", stream);
+    end_sentence(sentences);
 }
 
 DataElement list_symbols(const Chain* tables, bool functions) {

@@ -1,4 +1,5 @@
-// The names of a chain: as a text that gives them their values again, and as values for a program to look at.
+// The state of a session as sentences that bring it back: names and stack; and the names of a chain as values for a
+// program to look at.
 #pragma once
 
 #include <cstdio>
@@ -10,6 +11,10 @@ namespace ondrel {
 // Writes every name of the chain, from the innermost table outward, as sentences that set it when they are read. A name
 // of any bytes reads back as the name that it is. Names that have no value, or hold an open file, are left out.
 void remember(std::FILE* stream, const Chain* tables);
+
+// Writes the stack from `bottom` to `top` as sentences that put the same values there; of one that holds an open file,
+// an empty one.
+void dumpstack(std::FILE* stream, DataElement* bottom, DataElement* top);
 
 // A vector of the names of the chain whose value is a function, or of those whose value is none: one text for each,
 // innermost table first, a shadowed name once. A name with no value is left out. Raises 27.

@@ -17,6 +17,8 @@
 #include "numbers/polar.h"
 #include "translator/emission.h"
 #include "translator/names.h"
+#include "translator/symbols.h"
+#include "translator/value_key.h"
 
 namespace ondrel {
 namespace {
@@ -355,9 +357,11 @@ void put_idle(Output& out, std::string_view text, std::uint32_t second, std::str
         out.put(" \"");
         out.put(text);
         out.put('"');
-    } else {
-        out.put(is_number(second, Instruction::SLIL) ? " %" : " ");
+    } else if (is_number(second, Instruction::SLIL)) {
+        out.put(" %");
         out.put(text);
+    } else {
+        out.put(system_word(text));
     }
     if (!condition.empty()) out.put(' ');
     out.put(condition);
@@ -372,10 +376,15 @@ void put_listed_operator(Output& out, int indent, const DataElement& cell) {
         const std::size_t blank = text.rfind(' ');
         return put_idle(out, text.substr(0, blank), cell.elements, text.substr(blank + 1));
     }
-    out.put(' ');
-    // A body that the end of its sentence has closed is closed by itself where it is read again.
-    const bool closed_by_force = is_instruction(cell, FUNCTIONEND) && text != ";" && text != name_of(cell);
-    out.put(closed_by_force ? ";" : text);
+    const bool closes = is_instruction(cell, FUNCTIONEND);
+    if (closes || (is_conditional(cell) && cell.modifier == function_below)) {
+        // A body that the end of its sentence has closed is closed by itself where it is read again.
+        const bool by_force = closes && text != ";" && text != name_of(cell);
+        out.put(' ');
+        out.put(by_force ? ";" : text);
+    } else {
+        out.put(system_word(text));
+    }
     if (!is_instruction(cell, JUMP) && !is_instruction(cell, CHECK)) return;
     out.put('\n');
     put_indent(out, indent);
@@ -419,6 +428,13 @@ void put_scope_label(Output& out, const DataElement& cell) {
     }
 }
 
+// A name that holds the byte that ends a spelling, or begins as if it told its table, is told by the codes of the text
+// that it was made of.
+bool has_no_spelling(std::string_view name) {
+    constexpr std::string_view prefixes = "$%._";
+    return name.find('\x03') != name.npos || (!name.empty() && prefixes.find(name[0]) != name.npos);
+}
+
 // A name with its prefix as the scanner takes it: between quotes if that is the only way.
 void put_readable_name(Output& out, const DataElement& cell) {
     const std::string_view prefix = scope_prefix(cell), name = text_of_cell(cell);
@@ -430,7 +446,9 @@ void put_readable_name(Output& out, const DataElement& cell) {
 }
 
 void put_listed_name(Output& out, int indent, const DataElement& cell) {
-    if (cell.rank == kind::ADDRESS) {
+    if (cell.rank == kind::ADDRESS && scope_prefix(cell).empty() && has_no_spelling(text_of_cell(cell))) {
+        out.put(quoted_address(text_of_cell(cell)));
+    } else if (cell.rank == kind::ADDRESS) {
         out.put(" @");
         put_readable_name(out, cell);
     } else {
@@ -471,13 +489,6 @@ void put_local(Output& out, const DataElement& cell, bool listed) {
 
 void put_element(Output& out, std::string_view prefix, int indent, DataElement& element);
 
-// True if the bracket that the cell begins with would be read as the shape of the literal before it.
-bool would_be_shape(const DataElement& cell, const DataElement& before) {
-    if (cell.rank != kind::OPERATOR || !text_of_cell(cell).starts_with('[')) return false;
-    const bool number = (before.type & (ISSCALAR | STRUCTURED | HASASCII)) == ISSCALAR;
-    return before.rank >= 0 && !number && before.data_pointer != nullptr && !(before.type & CONDITIONAL);
-}
-
 // The same in all modes: what stands in a function is always listed. A literal is kept apart from a bracket by the word
 // that makes the next one the system's own, as it is.
 void put_function(Output& out, int indent, DataElement& function) {
@@ -511,7 +522,7 @@ void put_function(Output& out, int indent, DataElement& function) {
         put_element(out, {}, indent + 1, *cell);
         out.count_items(1);
     }
-    if (stream->type & ISOPERATOR) out.put(" OPERATOR");
+    if (stream->type & ISOPERATOR) out.put(system_word("OPERATOR"));
     new_line(indent);
     out.listing = listing;
 }
@@ -556,12 +567,27 @@ void dump(std::FILE* stream, const char* prefix, DataElement& element) {
     PrintOut = false;
 }
 
-void dumpstack(std::FILE* stream, DataElement* bottom, DataElement* top) {
-    for (DataElement* slot = bottom; slot <= top; ++slot) {
-        disass(stream, "", 0, true, *slot);
-        std::fputc('\n', stream);
+// The text of a verb can go on with those that modify it: a name of the user's takes the place of the first words, too.
+std::string system_word(std::string_view word) {
+    bool is_users = false;
+    for (std::size_t end = 0; end != word.npos && !is_users;) {
+        end = word.find(' ', end + 1);
+        is_users = checkmeaning(&variables, word.substr(0, end)) != nullptr;
     }
-    std::fputs(".\n", stream);
+    return std::string(is_users ? " :: " : " ").append(word);
+}
+
+std::string quoted_address(std::string_view name) {
+    if (!has_no_spelling(name)) return std::string(" @\x02").append(name) + '\x03';
+    std::string codes = " (";
+    for (const char code : text_of_key(name)) codes += ' ' + std::to_string(static_cast<unsigned char>(code));
+    return codes + " )" + system_word("ENASCII") + system_word("AT");
+}
+
+bool would_be_shape(const DataElement& cell, const DataElement& before) {
+    if (cell.rank != kind::OPERATOR || !text_of_cell(cell).starts_with('[')) return false;
+    const bool number = (before.type & (ISSCALAR | STRUCTURED | HASASCII)) == ISSCALAR;
+    return before.rank >= 0 && !number && before.data_pointer != nullptr && !(before.type & CONDITIONAL);
 }
 
 }  // namespace ondrel

@@ -4,6 +4,7 @@
 
 #include <cstdio>
 #include <string>
+#include <string_view>
 
 #include "data/dataelement.h"
 
@@ -23,7 +24,13 @@ std::string text_of(DataElement& element, bool listing);
 // The element as people see it.
 void dump(std::FILE* stream, const char* prefix, DataElement& element);
 
-// The stack from `bottom` to `top` as a sentence that puts the same values there.
-void dumpstack(std::FILE* stream, DataElement* bottom, DataElement* top);
+// A word behind a blank, so that it is read as the system's own also where a name of the user's is spelled like it.
+std::string system_word(std::string_view word);
+
+// The address of a name of any bytes, behind a blank.
+std::string quoted_address(std::string_view name);
+
+// True if the bracket that the cell begins with would be read as the shape of the literal before it.
+bool would_be_shape(const DataElement& cell, const DataElement& before);
 
 }  // namespace ondrel

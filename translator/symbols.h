@@ -76,7 +76,7 @@ inline bool has_value(const DataElement& value) { return value.type != 0; }
 inline bool is_dead(const DataElement& value) { return value.rank == kind::INVALID; }
 inline Entry* entry_of(void* value) { return static_cast<Entry*>(value); }
 
-// In the order of buckets and, in a bucket, of age.
+// In the order of buckets and, in a bucket, of names.
 void for_each_entry(const Table* table, const std::function<void(Entry&)>& visit);
 
 }  // namespace ondrel
