@@ -59,7 +59,7 @@ DataElement edited_text(const std::string& text) {
 Outcome edit(Activation& activation) {
     const bool as_text = activation.cell->modifier == static_cast<std::uint16_t>(Instruction::TEXTREAD);
     const bool has_value = activation.height() > 0;
-    const std::string written = has_value ? text_of(*activation.sp, !as_text) : std::string();
+    const std::string written = has_value ? text_of(*activation.sp, !as_text, activation.tables) : std::string();
     const TemporaryFile file;
     if (file.descriptor < 0 || !file.write(written)) return fail(711, activation);
     if (has_value) operations += activation.sp->elements;

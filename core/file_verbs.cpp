@@ -66,16 +66,17 @@ Outcome write_to_file(Activation& activation, const Numbers& numbers, Output::Wa
     return Outcome::next;
 }
 
-void write_value(std::FILE* stream, DataElement& value, bool listing) {
+void write_value(std::FILE* stream, DataElement& value, bool listing, const Chain* tables) {
     PrintOut = true;
-    disass(stream, "", 0, listing, value);
+    disass(stream, "", 0, listing, value, tables);
     PrintOut = false;
     operations += value.elements;
 }
 
 Outcome write_below(Activation& activation, Output::Way way, bool listing) {
-    return write_to_file(activation, of_others, way,
-                         [&](std::FILE* stream) { write_value(stream, activation.sp[-1], listing); });
+    return write_to_file(activation, of_others, way, [&](std::FILE* stream) {
+        write_value(stream, activation.sp[-1], listing, activation.tables);
+    });
 }
 
 // ---- open files as values
@@ -158,17 +159,18 @@ Outcome load_all(Activation& activation) {
 Outcome save_all(Activation& activation) {
     return write_to_file(activation, of_save, Output::Way::anew, [&](std::FILE* stream) {
         remember(stream, activation.tables);
-        dumpstack(stream, activation.argument_floor, activation.sp - 1);
+        dumpstack(stream, activation.argument_floor, activation.sp - 1, activation.tables);
     });
 }
 
 Outcome dump_stack(Activation& activation) {
     if (has_empty_name(activation)) {
-        dumpstack(stdout, activation.argument_floor, activation.sp);
+        dumpstack(stdout, activation.argument_floor, activation.sp, activation.tables);
         return Outcome::next;
     }
-    return write_to_file(activation, of_dumpstack, Output::Way::anew,
-                         [&](std::FILE* stream) { dumpstack(stream, activation.argument_floor, activation.sp - 1); });
+    return write_to_file(activation, of_dumpstack, Output::Way::anew, [&](std::FILE* stream) {
+        dumpstack(stream, activation.argument_floor, activation.sp - 1, activation.tables);
+    });
 }
 
 Outcome remember_names(Activation& activation) {
@@ -178,7 +180,7 @@ Outcome remember_names(Activation& activation) {
 
 Outcome write_file(Activation& activation) {
     const auto write = [&](std::FILE* stream) {
-        write_value(stream, activation.sp[-1], true);
+        write_value(stream, activation.sp[-1], true, activation.tables);
         std::fputc('\n', stream);
     };
     if (!has_empty_name(activation)) return write_to_file(activation, of_write, Output::Way::anew, write);

@@ -68,7 +68,7 @@ Outcome assemble(Activation& activation) {
 Outcome disassemble(Activation& activation) {
     DataElement& top = *activation.sp;
     const bool display = activation.cell->modifier == static_cast<std::uint16_t>(Instruction::TEXTWRITE);
-    const DataElement text = make_text(text_of(top, !display));
+    const DataElement text = make_text(text_of(top, !display, activation.tables));
     dereferencepoint(top);
     top = text;
     return Outcome::next;

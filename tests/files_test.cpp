@@ -336,6 +336,9 @@ TEST_F(Files, AWorkspaceKeepsTheSystemsWords) {
     const std::string said = run("'first' LOAD .\n" + uses + "'.y' FORGET 'second' SAVE .\n");
     EXPECT_TRUE(contains(said, " 12\n 6 6 6\n 8\n 9\n")) << said;
     EXPECT_EQ(contents(folder / "first"), contents(folder / "second"));
+    put(folder / "inside", ": (1 2 3) SUM ; OPERATOR @a SET : (1 2 3) SUM ; OPERATOR @b SET 7 @\x02$SUM\x03 SET .\n");
+    run(": NEW CONTEXT 'inside' READ 'third' SAVE ; ! .\n");
+    EXPECT_EQ(run("'third' LOAD .\na PRINT b PRINT .\n"), "\n-\n 6\n 6\n\n-\n\n");
     EXPECT_TRUE(contains(run("'first' LOAD .\n'+' GET 'OPERATOR' GET :: + :: PRINT .\n"), " 14\n"));
 }
 

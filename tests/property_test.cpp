@@ -217,7 +217,7 @@ TEST(Property, AWrittenArrayReadsBack) {
 
 TEST(Property, ADumpedStackIsOneSentenceThatPutsItBack) {
     const auto dumped = [](const Evaluator& from) {
-        return written([&](std::FILE* stream) { dumpstack(stream, from.sp - from.height() + 1, from.sp); });
+        return written([&](std::FILE* stream) { dumpstack(stream, from.sp - from.height() + 1, from.sp, &variables); });
     };
     std::string text;
     long height = 0;

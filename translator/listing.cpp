@@ -15,7 +15,8 @@ namespace {
 // a literal can be, or deeper, costs the whole sentence that it stands in, and so it stands alone.
 struct Sentences {
     std::FILE* stream;
-    int lines = 0;  // since the last end
+    const Chain* tables;  // in force
+    int lines = 0;        // since the last end
 };
 
 void end_sentence(Sentences& sentences) {
@@ -28,7 +29,7 @@ void put_line(Sentences& sentences, DataElement& value, const std::string& behin
     const bool alone = value.rank >= 0 && value.depth >= deepest_literal;
     if (alone && sentences.lines > 0) end_sentence(sentences);
     PrintOut = true;
-    disass(sentences.stream, "", 0, true, value);
+    disass(sentences.stream, "", 0, true, value, sentences.tables);
     PrintOut = false;
     std::fprintf(sentences.stream, "%s\n", behind.c_str());
     if (++sentences.lines == most_lines || alone) end_sentence(sentences);
@@ -55,19 +56,19 @@ void for_each_listed(const Chain* tables, bool functions, Visit visit) {
 }  // namespace
 
 void remember(std::FILE* stream, const Chain* tables) {
-    Sentences sentences{stream};
-    const std::string set = system_word("SET");
-    for (; tables != nullptr; tables = tables->previous)
-        for_each_entry(tables->table, [&](Entry& entry) {
+    Sentences sentences{stream, tables};
+    const std::string set = system_word("SET", tables);
+    for (const Chain* link = tables; link != nullptr; link = link->previous)
+        for_each_entry(link->table, [&](Entry& entry) {
             // Not one that was only spoken of; and an open file cannot be told in a text.
             if (!has_value(entry.value) || holds_files(entry.value)) return;
-            put_line(sentences, entry.value, quoted_address(entry.name) + set);
+            put_line(sentences, entry.value, quoted_address(entry.name, tables) + set);
         });
     end_sentence(sentences);
 }
 
-void dumpstack(std::FILE* stream, DataElement* bottom, DataElement* top) {
-    Sentences sentences{stream};
+void dumpstack(std::FILE* stream, DataElement* bottom, DataElement* top, const Chain* tables) {
+    Sentences sentences{stream, tables};
     for (DataElement* slot = bottom; slot <= top; ++slot) {
         if (slot > bottom && would_be_shape(*slot, slot[-1])) std::fputs(" ::", stream);
         if (holds_files(*slot)) {

@@ -13,8 +13,8 @@ namespace ondrel {
 void remember(std::FILE* stream, const Chain* tables);
 
 // Writes the stack from `bottom` to `top` as sentences that put the same values there; of one that holds an open file,
-// an empty one.
-void dumpstack(std::FILE* stream, DataElement* bottom, DataElement* top);
+// an empty one. `tables` are the names in force.
+void dumpstack(std::FILE* stream, DataElement* bottom, DataElement* top, const Chain* tables);
 
 // A vector of the names of the chain whose value is a function, or of those whose value is none: one text for each,
 // innermost table first, a shadowed name once. A name with no value is left out. Raises 27.

@@ -17,7 +17,6 @@
 #include "numbers/polar.h"
 #include "translator/emission.h"
 #include "translator/names.h"
-#include "translator/symbols.h"
 #include "translator/value_key.h"
 
 namespace ondrel {
@@ -30,7 +29,8 @@ constexpr std::uint32_t items_per_flush = 100;
 struct Output {
     std::FILE* stream;
     bool listing;
-    std::string text;
+    const Chain* tables;  // where the text is to be read
+    std::string text{};
     std::uint32_t items = 0;  // since the last flush
 
     void put(std::string_view piece) { text.append(piece); }
@@ -361,7 +361,7 @@ void put_idle(Output& out, std::string_view text, std::uint32_t second, std::str
         out.put(" %");
         out.put(text);
     } else {
-        out.put(system_word(text));
+        out.put(system_word(text, out.tables));
     }
     if (!condition.empty()) out.put(' ');
     out.put(condition);
@@ -383,7 +383,7 @@ void put_listed_operator(Output& out, int indent, const DataElement& cell) {
         out.put(' ');
         out.put(by_force ? ";" : text);
     } else {
-        out.put(system_word(text));
+        out.put(system_word(text, out.tables));
     }
     if (!is_instruction(cell, JUMP) && !is_instruction(cell, CHECK)) return;
     out.put('\n');
@@ -447,7 +447,7 @@ void put_readable_name(Output& out, const DataElement& cell) {
 
 void put_listed_name(Output& out, int indent, const DataElement& cell) {
     if (cell.rank == kind::ADDRESS && scope_prefix(cell).empty() && has_no_spelling(text_of_cell(cell))) {
-        out.put(quoted_address(text_of_cell(cell)));
+        out.put(quoted_address(text_of_cell(cell), out.tables));
     } else if (cell.rank == kind::ADDRESS) {
         out.put(" @");
         put_readable_name(out, cell);
@@ -522,7 +522,7 @@ void put_function(Output& out, int indent, DataElement& function) {
         put_element(out, {}, indent + 1, *cell);
         out.count_items(1);
     }
-    if (stream->type & ISOPERATOR) out.put(system_word("OPERATOR"));
+    if (stream->type & ISOPERATOR) out.put(system_word("OPERATOR", out.tables));
     new_line(indent);
     out.listing = listing;
 }
@@ -549,14 +549,15 @@ void put_element(Output& out, std::string_view prefix, int indent, DataElement& 
 
 }  // namespace
 
-void disass(std::FILE* stream, const char* prefix, int indent, bool listing, DataElement& element) {
-    Output out{stream, listing, {}};
+void disass(std::FILE* stream, const char* prefix, int indent, bool listing, DataElement& element,
+            const Chain* tables) {
+    Output out{stream, listing, tables};
     put_element(out, prefix, indent, element);
     out.flush();
 }
 
-std::string text_of(DataElement& element, bool listing) {
-    Output out{nullptr, listing, {}};
+std::string text_of(DataElement& element, bool listing, const Chain* tables) {
+    Output out{nullptr, listing, tables};
     put_element(out, {}, 0, element);
     return std::move(out.text);
 }
@@ -568,20 +569,20 @@ void dump(std::FILE* stream, const char* prefix, DataElement& element) {
 }
 
 // The text of a verb can go on with those that modify it: a name of the user's takes the place of the first words, too.
-std::string system_word(std::string_view word) {
+std::string system_word(std::string_view word, const Chain* tables) {
     bool is_users = false;
     for (std::size_t end = 0; end != word.npos && !is_users;) {
         end = word.find(' ', end + 1);
-        is_users = checkmeaning(&variables, word.substr(0, end)) != nullptr;
+        is_users = checkmeaning(tables, word.substr(0, end)) != nullptr;
     }
     return std::string(is_users ? " :: " : " ").append(word);
 }
 
-std::string quoted_address(std::string_view name) {
+std::string quoted_address(std::string_view name, const Chain* tables) {
     if (!has_no_spelling(name)) return std::string(" @\x02").append(name) + '\x03';
     std::string codes = " (";
     for (const char code : text_of_key(name)) codes += ' ' + std::to_string(static_cast<unsigned char>(code));
-    return codes + " )" + system_word("ENASCII") + system_word("AT");
+    return codes + " )" + system_word("ENASCII", tables) + system_word("AT", tables);
 }
 
 bool would_be_shape(const DataElement& cell, const DataElement& before) {
