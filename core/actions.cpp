@@ -44,10 +44,6 @@ Outcome end_process(Activation& activation) {
     end_of_process();
 }
 
-Outcome reshape_top(Activation& activation) {
-    return reshape_stack(activation.sp, activation.cell) ? Outcome::abandon : Outcome::next;
-}
-
 // ---- the table
 
 // The classes of instructions: how many arguments they need, and whether these may not be marks.

@@ -18,9 +18,9 @@ Outcome monadiceach(Activation& activation) {
         dereferencepoint(*activation.sp--);
         return Outcome::next;
     }
-    if (top.rank != kind::FUNCTION) return fail(no_function, activation);
-    if (top.depth != 1 && top.depth != 2) return fail(not_for_each, activation);
-    if (value.rank < 0) return fail(restriction, activation);
+    if (top.rank != kind::FUNCTION) raise(no_function, activation.site());
+    if (top.depth != 1 && top.depth != 2) raise(not_for_each, activation.site());
+    if (value.rank < 0) raise(restriction, activation.site());
     const Owner function(*activation.sp--);
     if (function.record.depth == 2) return Outcome::next;
 

@@ -57,7 +57,7 @@ Outcome ItemCalls::on_top() {
         made.add_nested(nested);
     }
     while (activation.sp > before) dereferencepoint(*activation.sp--);
-    if (!fits) return fail(994, activation);
+    if (!fits) raise(994, activation.site());
     heed_attention();  // a function of no cells does not
     return Outcome::next;
 }

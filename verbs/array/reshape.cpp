@@ -118,20 +118,13 @@ void resize(DataElement& data, std::uint32_t n) {
     set_elements(data, n);
 }
 
-}  // namespace
-
-int reshape(DataElement& data, DataElement& shape, Site site) {
-    std::vector<std::int64_t> dimensions;
-    if (const int error = reshaping_error(data, shape, dimensions)) {
-        exception(error, site);
-        return 1;
-    }
+// Gives the value these dimensions, which `shape` tells, and drops `shape`.
+void reshape_to(DataElement& data, DataElement& shape, const std::vector<std::int64_t>& dimensions) {
     const std::uint32_t m = data.elements;
     if (shape.type & ISEMPTY) {  // asks for nothing but a block of its own
         if (data.rank >= 0 && data.data_pointer != nullptr && !sole_holder(data.data_pointer))
             replace_items(data, cycled(data, m, m), m);
-        dereferencepoint(shape);
-        return 0;
+        return dereferencepoint(shape);
     }
     const auto n = static_cast<std::uint32_t>(item_count(dimensions));
     Owner reshaped;
@@ -146,13 +139,25 @@ int reshape(DataElement& data, DataElement& shape, Site site) {
     if (n == 0) data.depth = 1;
     if (data.depth == 0) data.depth = depth_of(data.data_pointer, n);
     dereferencepoint(shape);
+}
+
+}  // namespace
+
+int reshape(DataElement& data, DataElement& shape, Site site) {
+    std::vector<std::int64_t> dimensions;
+    if (const int error = reshaping_error(data, shape, dimensions)) {
+        exception(error, site);
+        return 1;
+    }
+    reshape_to(data, shape, dimensions);
     return 0;
 }
 
-bool reshape_stack(DataElement*& sp, DataElement* cell) {
-    if (reshape(sp[-1], sp[0], {sp, cell})) return true;
+void reshape_stack(DataElement*& sp, DataElement* cell) {
+    std::vector<std::int64_t> dimensions;
+    if (const int error = reshaping_error(sp[-1], sp[0], dimensions)) raise(error, {sp, cell});
+    reshape_to(sp[-1], sp[0], dimensions);
     --sp;
-    return false;
 }
 
 }  // namespace ondrel

@@ -9,8 +9,8 @@ namespace ondrel {
 // as they were. Raises 27. The translator calls it for literals that carry a shape.
 int reshape(DataElement& data, DataElement& shape, Site site);
 
-// The verb on the top two records of the stack: data below shape. Returns whether it raised an error; the operands
-// then stand as they were, and the stack is as high as before.
-bool reshape_stack(DataElement*& sp, DataElement* cell);
+// The verb on the top two records of the stack: data below shape. Raises 10, 11, 113, 146, 994, 1101 and 1102; the
+// operands then stand as they were, and the stack is as high as before.
+void reshape_stack(DataElement*& sp, DataElement* cell);
 
 }  // namespace ondrel
