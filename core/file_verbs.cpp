@@ -27,29 +27,37 @@ struct Numbers {
 constexpr Numbers of_read{701, 702, 710}, of_write{703, 704, 711}, of_others{706, 707, 712}, of_save{708, 709, 713},
     of_load{715, 716, 710}, of_dumpstack{721, 722, 723}, of_remember{724, 725, 726};
 
-// What keeps the value from being a name, or 0.
-int fault_of_name(const DataElement& name, const Numbers& numbers) {
-    if (!is_text(name)) return numbers.no_text;
-    return name.rank > 1 ? numbers.no_vector : 0;
+[[noreturn]] void refuse(const Activation& activation, int number) { raise(number, activation.site()); }
+
+// The text that the value is.
+std::string name_in(const Activation& activation, const DataElement& value, const Numbers& numbers) {
+    if (!is_text(value)) refuse(activation, numbers.no_text);
+    if (value.rank > 1) refuse(activation, numbers.no_vector);
+    return characters_of(value);
 }
 
 bool has_empty_name(const Activation& activation) {
     return activation.sp->rank >= 0 && (activation.sp->type & ISEMPTY) != 0;
 }
 
-Outcome fail_to_open(const Activation& activation, const Numbers& numbers) {
-    return fail(errno == EXDEV ? refused : numbers.no_file, activation);
+[[noreturn]] void refuse_to_open(const Activation& activation, const Numbers& numbers) {
+    refuse(activation, errno == EXDEV ? refused : numbers.no_file);
 }
 
 void drop_name(Activation& activation) { dereferencepoint(*activation.sp--); }
 
 // ---- reading
 
-// Runs `read(stream)` on the file that the name on top says; the name is still there.
-Outcome read_from_file(Activation& activation, const Numbers& numbers, const std::function<Outcome(std::FILE*)>& read) {
-    if (const int number = fault_of_name(*activation.sp, numbers); number != 0) return fail(number, activation);
-    const Stream stream = open_to_read(characters_of(*activation.sp));
-    return stream ? read(stream.get()) : fail_to_open(activation, numbers);
+// The file that the name on top says; the name is still there.
+Stream file_to_read(const Activation& activation, const Numbers& numbers) {
+    Stream stream = open_to_read(name_in(activation, *activation.sp, numbers));
+    if (!stream) refuse_to_open(activation, numbers);
+    return stream;
+}
+
+// A stream that could not be read to its end had more in it.
+void check_end(const Activation& activation, std::FILE* stream, const Numbers& numbers) {
+    if (std::ferror(stream)) refuse(activation, numbers.no_file);
 }
 
 // ---- writing
@@ -57,11 +65,10 @@ Outcome read_from_file(Activation& activation, const Numbers& numbers, const std
 // Runs `write(stream)` on a file of the name on top, and drops the name.
 Outcome write_to_file(Activation& activation, const Numbers& numbers, Output::Way way,
                       const std::function<void(std::FILE*)>& write) {
-    if (const int number = fault_of_name(*activation.sp, numbers); number != 0) return fail(number, activation);
-    Output output(characters_of(*activation.sp), way);
-    if (!output.is_open()) return fail_to_open(activation, numbers);
+    Output output(name_in(activation, *activation.sp, numbers), way);
+    if (!output.is_open()) refuse_to_open(activation, numbers);
     write(output.stream());
-    if (!output.commit()) return fail(numbers.no_file, activation);
+    if (!output.commit()) refuse(activation, numbers.no_file);
     drop_name(activation);
     return Outcome::next;
 }
@@ -121,7 +128,7 @@ bool rewind_file(const DataElement& item) {
 
 template <class Act>
 Outcome drop_files(Activation& activation, const Act& act) {
-    if (!is_of_files(*activation.sp)) return fail(727, activation);
+    if (!is_of_files(*activation.sp)) refuse(activation, 727);
     all_files(*activation.sp, act);
     dereferencepoint(*activation.sp--);
     return Outcome::next;
@@ -130,30 +137,29 @@ Outcome drop_files(Activation& activation, const Act& act) {
 }  // namespace
 
 Outcome read_file(Activation& activation) {
-    return read_from_file(activation, of_read, [&](std::FILE* stream) {
-        drop_name(activation);
-        run_stream(activation, stream);
-        return Outcome::next;
-    });
+    const Stream stream = file_to_read(activation, of_read);
+    drop_name(activation);
+    run_stream(activation, stream.get());
+    check_end(activation, stream.get(), of_read);
+    return Outcome::next;
 }
 
 Outcome read_text(Activation& activation) {
-    return read_from_file(activation, of_read, [&](std::FILE* stream) {
-        const std::optional<std::string> text = all_of(stream);
-        if (!text) return fail(of_read.no_file, activation);
-        Owner made(make_text(*text));
-        std::swap(*activation.sp, made.record);
-        return Outcome::next;
-    });
+    const Stream stream = file_to_read(activation, of_read);
+    const std::optional<std::string> text = all_of(stream.get());
+    check_end(activation, stream.get(), of_read);
+    Owner made(make_text(*text));
+    std::swap(*activation.sp, made.record);
+    return Outcome::next;
 }
 
 Outcome load_all(Activation& activation) {
-    return read_from_file(activation, of_load, [&](std::FILE* stream) {
-        while (activation.height() > 0) dereferencepoint(*activation.sp--);
-        hashwipe(activation.tables->table);
-        run_stream(activation, stream);
-        return Outcome::next;
-    });
+    const Stream stream = file_to_read(activation, of_load);
+    while (activation.height() > 0) dereferencepoint(*activation.sp--);
+    hashwipe(activation.tables->table);
+    run_stream(activation, stream.get());
+    check_end(activation, stream.get(), of_load);
+    return Outcome::next;
 }
 
 Outcome save_all(Activation& activation) {
@@ -197,14 +203,13 @@ Outcome append_text(Activation& activation) { return write_below(activation, Out
 Outcome open_file(Activation& activation) {
     DataElement& left = activation.sp[-1];
     if (is_of_files(left)) {
-        if (!all_files(left, open_again)) return fail_to_open(activation, of_others);
+        if (!all_files(left, open_again)) refuse_to_open(activation, of_others);
         dereferencepoint(*activation.sp--);
         return Outcome::next;
     }
-    if (const int number = fault_of_name(left, of_others); number != 0) return fail(number, activation);
-    const std::string path = characters_of(left);
+    const std::string path = name_in(activation, left, of_others);
     Stream stream = open_to_change(path);
-    if (!stream) return fail_to_open(activation, of_others);
+    if (!stream) refuse_to_open(activation, of_others);
     OwnedText name(stringdup(path));
     OwnedFile file(static_cast<OpenFile*>(allocate_block(0, sizeof(OpenFile))));
     const bool small = activation.cell->modifier == static_cast<std::uint16_t>(Instruction::SMALL);
@@ -224,8 +229,8 @@ Outcome close_files(Activation& activation) { return drop_files(activation, clos
 Outcome rewind_files(Activation& activation) { return drop_files(activation, rewind_file); }
 
 Outcome stream_edit(Activation& activation) {
-    const int number = fault_of_name(*activation.sp, {205, 206, 0});
-    return number != 0 ? fail(number, activation) : Outcome::next;
+    static_cast<void>(name_in(activation, *activation.sp, {205, 206, 0}));
+    return Outcome::next;
 }
 
 }  // namespace ondrel

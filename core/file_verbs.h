@@ -5,11 +5,11 @@
 
 namespace ondrel {
 
-// Each takes a name off the stack. An error leaves the stack as it was. The numbers are of a name that is no text, of
-// one that is no vector, and of a file that cannot be opened, written or closed.
+// Each takes a name off the stack. An error leaves the stack as it was and ends the whole sentence. The numbers are of
+// a name that is no text, of one that is no vector, and of a file that cannot be opened, read, written or closed.
 Outcome read_file(Activation& activation);       // runs what is in the file, in this frame. 701, 702, 710
 Outcome read_text(Activation& activation);       // pushes what is in it, as a text. 701, 702, 710
-Outcome load_all(Activation& activation);        // the same as READ, on an empty frame and no names. 715, 716, 710
+Outcome load_all(Activation& activation);        // the same on an empty frame and no names. 715, 716, 710
 Outcome save_all(Activation& activation);        // all names, then the stack of this frame. 708, 709, 713
 Outcome dump_stack(Activation& activation);      // the stack; an empty name stays, for standard output. 721 to 723
 Outcome remember_names(Activation& activation);  // 724 to 726

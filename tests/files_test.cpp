@@ -46,10 +46,13 @@ protected:
         EXPECT_FALSE(result.timed_out);
         return result.output.substr(0, result.output.find("--- Spent"));
     }
-    // Whether the sentence says this number, and the prompt lives on with the stack as it was.
+    // Whether the sentence says this number and ends there, also out of a function, and the prompt lives on.
     void expect_error(int number, const std::string& sentence, const Launch& launch = {}) const {
-        const std::string said = run("CLEAR 1 2 " + sentence + " .\nCOUNTSTACK 'left' TELL PRINT .\n", launch);
+        const std::string said =
+            run("CLEAR 1 2 : " + sentence + " ; ! 'went on' PRINT .\nCOUNTSTACK 'left' TELL PRINT .\n", launch);
         EXPECT_TRUE(contains(said, std::to_string(number) + " - ")) << sentence << ": " << said;
+        EXPECT_TRUE(contains(said, "Exception processing:...") && !contains(said, "went on"))
+            << sentence << ": " << said;
         EXPECT_TRUE(contains(said, "left")) << sentence << ": " << said;
     }
     std::size_t entries() const {
@@ -217,8 +220,8 @@ TEST_F(Files, NoRoomAndNoHandles) {
     }
     EXPECT_EQ(entries(), 7U) << "something was left behind";
     for (const auto& [verb, no_text, no_vector, no_file, writes] : verbs) {
-        const std::string said = run("'before' PRINT 100 : 'other' 0 OPEN ; REPEAT .\n1 'file' " + std::string(verb) +
-                                         " .\nCLEAR 'other' READ PRINT .\n",
+        const std::string said = run("0 @f SET 100 : 'other' f OPEN @f SET ; REPEAT .\n1 'file' " + std::string(verb) +
+                                         " .\nCLEAR 0 @f SET 'other' READ PRINT .\n",
                                      {.handles = 20});
         EXPECT_TRUE(contains(said, "712 - ")) << verb << said;
         EXPECT_TRUE(contains(said, std::to_string(no_file) + " - ")) << verb << said;
