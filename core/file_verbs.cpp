@@ -163,7 +163,7 @@ Outcome load_all(Activation& activation) {
 }
 
 Outcome save_all(Activation& activation) {
-    return write_to_file(activation, of_save, Output::Way::anew, [&](std::FILE* stream) {
+    return write_to_file(activation, of_save, Output::Way::for_good, [&](std::FILE* stream) {
         remember(stream, activation.tables);
         dumpstack(stream, activation.argument_floor, activation.sp - 1, activation.tables);
     });
@@ -174,13 +174,13 @@ Outcome dump_stack(Activation& activation) {
         dumpstack(stdout, activation.argument_floor, activation.sp, activation.tables);
         return Outcome::next;
     }
-    return write_to_file(activation, of_dumpstack, Output::Way::anew, [&](std::FILE* stream) {
+    return write_to_file(activation, of_dumpstack, Output::Way::for_good, [&](std::FILE* stream) {
         dumpstack(stream, activation.argument_floor, activation.sp - 1, activation.tables);
     });
 }
 
 Outcome remember_names(Activation& activation) {
-    return write_to_file(activation, of_remember, Output::Way::anew,
+    return write_to_file(activation, of_remember, Output::Way::for_good,
                          [&](std::FILE* stream) { remember(stream, activation.tables); });
 }
 

@@ -1,12 +1,15 @@
 #include "files/paths.h"
 
 #include <fcntl.h>
+#include <linux/magic.h>
 #include <linux/openat2.h>
-#include <sys/stat.h>
 #include <sys/syscall.h>
+#include <sys/vfs.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <charconv>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -14,6 +17,23 @@
 namespace ondrel {
 
 bool constraindirectories = true;
+
+namespace {
+
+// The directory of a path, and the name in it.
+std::pair<std::string, std::string> parted(const std::string& path) {
+    const std::size_t slash = path.rfind('/');
+    if (slash == path.npos) return {".", path};
+    return {path.substr(0, std::max<std::size_t>(slash, 1)), path.substr(slash + 1)};
+}
+
+// Whose links lead to what is open, whatever their texts say.
+bool is_of_processes(const Descriptor& directory) {
+    struct statfs system {};
+    return fstatfs(directory.get(), &system) == 0 && system.f_type == PROC_SUPER_MAGIC;
+}
+
+}  // namespace
 
 bool checkpath(const char* path) {
     std::string_view rest(path);
@@ -44,6 +64,8 @@ Descriptor::~Descriptor() {
 }
 
 int Descriptor::release() { return std::exchange(number, -1); }
+
+Descriptor another(int number) { return Descriptor(fcntl(number, F_DUPFD_CLOEXEC, 0)); }
 
 Descriptor open_by_steps(const char* path, int flags, mode_t mode) {
     std::vector<Descriptor> open;  // the directories from the first step on
@@ -110,6 +132,45 @@ Descriptor open_allowed(const std::string& path, int flags, mode_t mode) {
     flags |= flags & O_PATH ? O_CLOEXEC : O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
     if (!constraindirectories) return Descriptor(open(path.c_str(), flags, mode));
     return open_beneath(path.c_str(), flags, mode);
+}
+
+int Place::own_descriptor() const {
+    struct stat here {};
+    if (!S_ISLNK(found.st_mode) || fstat(directory.get(), &here) != 0) return -1;
+    const auto is_here = [&here](const char* own) {
+        struct stat there {};
+        return stat(own, &there) == 0 && there.st_dev == here.st_dev && there.st_ino == here.st_ino;
+    };
+    int number = -1;
+    if (is_here("/proc/self/fd") || is_here("/proc/thread-self/fd"))
+        std::from_chars(name.data(), name.data() + name.size(), number);
+    return number;
+}
+
+std::optional<Place> place_of(std::string path) {
+    constexpr int most_links = 40;
+    for (int links = 0;; ++links) {
+        const auto [where, name] = parted(path);
+        Descriptor directory = open_allowed(where, O_PATH | O_DIRECTORY);
+        if (!directory) return {};
+        struct stat found {};
+        const bool exists = fstatat(directory.get(), name.c_str(), &found, AT_SYMLINK_NOFOLLOW) == 0;
+        if (!exists) found = {};
+        const bool is_text = S_ISLNK(found.st_mode) && !is_of_processes(directory);
+        if (S_ISLNK(found.st_mode) && !is_text && constraindirectories) {
+            errno = EXDEV;
+            return {};
+        }
+        if (!is_text) return Place{std::move(directory), name, found, path};
+        char target[4096];
+        const ssize_t length = readlinkat(directory.get(), name.c_str(), target, sizeof target);
+        if (links == most_links || length <= 0 || length == sizeof target) {
+            errno = ELOOP;
+            return {};
+        }
+        const std::string to(target, static_cast<std::size_t>(length));
+        path = to.front() == '/' ? to : where + "/" + to;  // an absolute one falls to the constraint
+    }
 }
 
 }  // namespace ondrel

@@ -2,12 +2,9 @@
 
 #include <fcntl.h>
 #include <poll.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstring>
-#include <random>
 #include <utility>
 
 #include "data/errors.h"
@@ -25,6 +22,7 @@ void wait_a_little(pollfd* watched) {
 void let_wait(int descriptor) { fcntl(descriptor, F_SETFL, fcntl(descriptor, F_GETFL) & ~O_NONBLOCK); }
 
 Stream stream_of(Descriptor opened, const char* mode) {
+    if (!opened) return nullptr;
     let_wait(opened.get());
     Stream stream(fdopen(opened.get(), mode));
     if (stream) opened.release();
@@ -43,20 +41,13 @@ Descriptor open_to_write(const std::string& path, int flags) {
     }
 }
 
-std::string unlikely_name() {
-    static std::random_device random;
-    char digits[9];
-    std::snprintf(digits, sizeof digits, "%08x", random());
-    return std::string(".ondrel-") + digits;
-}
-
-std::string descriptor_path(int descriptor) { return "/proc/self/fd/" + std::to_string(descriptor); }
-
-// The directory of a path, and the name in it.
-std::pair<std::string, std::string> parted(const std::string& path) {
-    const std::size_t slash = path.rfind('/');
-    if (slash == path.npos) return {".", path};
-    return {path.substr(0, std::max<std::size_t>(slash, 1)), path.substr(slash + 1)};
+// One of the process's own, as it stands: what is written goes behind what has been written there.
+Descriptor own_to_write(int descriptor) {
+    const int flags = fcntl(descriptor, F_GETFL);
+    if (flags >= 0 && (flags & O_ACCMODE) == O_RDONLY) errno = EACCES;
+    if (flags < 0 || (flags & O_ACCMODE) == O_RDONLY) return Descriptor();
+    std::fflush(stdout);
+    return another(descriptor);
 }
 
 }  // namespace
@@ -93,91 +84,54 @@ std::optional<std::string> all_of(std::FILE* stream) {
     return text;
 }
 
-Output::Output(const std::string& path, Way way) {
+Output::Output(const std::string& path, Way how) : way(how) {
     if (!is_allowed(path)) return;
-    if (way == Way::anew)
-        begin_anew(path);
-    else
+    std::optional<Place> place = place_of(path);
+    if (!place) return;
+    if (const int own = place->own_descriptor(); own >= 0)
+        begin_directly(own_to_write(own));
+    else if (way == Way::at_the_end)
         begin_at_the_end(path);
+    else
+        begin_anew(std::move(*place));
 }
 
 Output::~Output() {
-    if (file && old_length >= 0) {
-        std::fflush(file.get());
-        static_cast<void>(!ftruncate(fileno(file.get()), old_length));
-    }
     file.reset();
-    if (!beside.empty()) unlinkat(directory.get(), beside.c_str(), 0);
+    if (old_length >= 0) static_cast<void>(!ftruncate(opened.get(), old_length));
 }
 
-void Output::take(Descriptor opened) {
-    if (opened) file = stream_of(std::move(opened), "w");
+// The stream has a number of its own, so that closing it tells whether all has been written while the file can still be
+// dealt with.
+void Output::begin_directly(Descriptor descriptor) {
+    opened = std::move(descriptor);
+    if (opened) file = stream_of(another(opened.get()), "w");
 }
 
 void Output::begin_at_the_end(const std::string& path) {
-    Descriptor opened = open_to_write(path, O_WRONLY | O_APPEND | O_CREAT);
+    begin_directly(open_to_write(path, O_WRONLY | O_APPEND | O_CREAT));
     struct stat found {};
     if (opened && fstat(opened.get(), &found) == 0 && S_ISREG(found.st_mode)) old_length = found.st_size;
-    take(std::move(opened));
 }
 
-void Output::begin_anew(std::string path) {
-    constexpr int most_links = 40;
-    constexpr mode_t permissions = 07777, by_all = 0666;
-    struct stat found {};
-    bool exists = false;
-    for (int links = 0;; ++links) {  // to what a link points at, which it stays with
-        const auto [where, last] = parted(path);
-        directory = open_allowed(where, O_PATH | O_DIRECTORY);
-        if (!directory) return;
-        name = last;
-        exists = fstatat(directory.get(), name.c_str(), &found, AT_SYMLINK_NOFOLLOW) == 0;
-        if (!exists || !S_ISLNK(found.st_mode)) break;
-        char target[4096];
-        const ssize_t length = readlinkat(directory.get(), name.c_str(), target, sizeof target);
-        if (links == most_links || length <= 0 || length == sizeof target) return static_cast<void>(errno = ELOOP);
-        const std::string to(target, static_cast<std::size_t>(length));
-        path = to.front() == '/' ? to : where + "/" + to;  // an absolute one falls to the constraint
-    }
-    if (name.empty() || name == "." || name == "..") {
+void Output::begin_anew(Place place) {
+    if (place.name.empty() || place.name == "." || place.name == "..") {
         errno = EISDIR;
         return;
     }
-    if (exists && !S_ISREG(found.st_mode)) return take(open_to_write(path, O_WRONLY | O_TRUNC));
-    if (exists && faccessat(directory.get(), name.c_str(), W_OK, AT_EACCESS) != 0) return;
-    Descriptor opened;
-    if (access("/proc/self/fd", F_OK) == 0)
-        opened = Descriptor(openat(directory.get(), ".", O_TMPFILE | O_WRONLY | O_CLOEXEC, by_all));
-    if (!opened) {
-        const std::string made = unlikely_name();
-        opened = Descriptor(openat(directory.get(), made.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, by_all));
-        if (opened) beside = made;
-    }
-    if (!opened) return;
-    if (exists) static_cast<void>(!fchmod(opened.get(), found.st_mode & permissions));
-    replaces = true;
-    take(std::move(opened));
-}
-
-// The new file gets the old one's name, by way of one of its own.
-bool Output::take_place() {
-    if (beside.empty()) {
-        const std::string made = unlikely_name();
-        if (linkat(AT_FDCWD, descriptor_path(fileno(file.get())).c_str(), directory.get(), made.c_str(),
-                   AT_SYMLINK_FOLLOW) != 0)
-            return false;
-        beside = made;
-    }
-    if (renameat(directory.get(), beside.c_str(), directory.get(), name.c_str()) != 0) return false;
-    beside.clear();
-    return true;
+    if (place.exists() && !S_ISREG(place.found.st_mode))
+        return begin_directly(open_to_write(place.path, O_WRONLY | O_TRUNC));
+    if (way == Way::for_good) clear_leftovers(place.directory);
+    replacement.emplace(std::move(place));
+    if (replacement->descriptor() >= 0) file = stream_of(another(replacement->descriptor()), "w");
 }
 
 bool Output::commit() {
     if (std::fflush(file.get()) != 0 || std::ferror(file.get()) != 0) return false;
-    if (replaces && !take_place()) return false;
+    if (std::fclose(file.release()) != 0) return false;
+    if (replacement && !replacement->take_place(way == Way::for_good)) return false;
     old_length = -1;
-    return std::fclose(file.release()) == 0;
+    return true;
 }
 
 }  // namespace ondrel

@@ -1,5 +1,4 @@
-// Files as streams: to read, to add to, and to write anew. What is written anew lies beside the old file until it is
-// whole, and then takes its place in one step: whatever happens in between, the old file or the new one is there.
+// Files as streams: to read, to add to, and to write anew.
 #pragma once
 
 #include <cstdio>
@@ -7,7 +6,7 @@
 #include <optional>
 #include <string>
 
-#include "files/paths.h"
+#include "files/replacement.h"
 
 namespace ondrel {
 
@@ -26,10 +25,11 @@ Stream open_to_change(const std::string& path);
 // What is left of the stream. Nothing if it cannot be read.
 std::optional<std::string> all_of(std::FILE* stream);
 
-// A stream that writes to a file. Given up before it is committed, it leaves the file as it was.
+// A stream that writes to a file. Given up before it is committed, it leaves the file as it was. Devices and pipes are
+// written directly, and so is what the process has open already, such as /dev/stdout.
 class Output {
 public:
-    enum class Way { anew, at_the_end };
+    enum class Way { anew, for_good, at_the_end };  // for good: anew, and so that it outlasts a crash of the system
 
     // Not open if that cannot be: `errno` as above.
     Output(const std::string& path, Way way);
@@ -43,16 +43,15 @@ public:
     bool commit();
 
 private:
-    void begin_anew(std::string path);
+    void begin_anew(Place place);
     void begin_at_the_end(const std::string& path);
-    void take(Descriptor opened);
-    bool take_place();
+    void begin_directly(Descriptor descriptor);
 
+    Way way;
+    std::optional<Replacement> replacement;
+    Descriptor opened;  // of a file that is not replaced
     Stream file;
-    Descriptor directory;       // of a file that is written beside the old one
-    std::string name, beside;   // in it; the latter empty as long as the new file has no name
     long long old_length = -1;  // of a file that is added to
-    bool replaces = false;
 };
 
 }  // namespace ondrel

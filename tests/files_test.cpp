@@ -1,6 +1,7 @@
 // Files, as the user of a program meets them: each test has a folder of its own, in which the program starts.
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/file.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
@@ -441,6 +442,28 @@ TEST_F(Files, ASaveThatIsKilledLosesNothing) {
         const std::string left = contents(folder / "state");
         EXPECT_TRUE(left == one || left == two) << "cut to " << left.size() << " bytes";
     }
+    // What was left in between goes with the next save, but for what a living process has in hand.
+    for (const char* const name : {".ondrel-0123abcd", ".ondrel-89abcdef", ".ondrel-of a user"}) put(folder / name, "");
+    const int held = open((folder / ".ondrel-89abcdef").c_str(), O_RDWR | O_CLOEXEC);
+    ASSERT_EQ(flock(held, LOCK_EX), 0);
+    run("3 'state' SAVE .\n");
+    close(held);
+    EXPECT_EQ(entries(), 8U);
+}
+
+// What the process has open itself is written as it stands, in the order of all that goes there.
+TEST_F(Files, WhatIsOpenIsWrittenDirectly) {
+    for (const bool to_file : {false, true})
+        for (const char* const path : {"/dev/stdout", "/dev/fd/1", "/proc/self/fd/1", "/dev/stderr"}) {
+            Launch launch{.arguments = {"-u"}};
+            const int file = open((folder / "out").c_str(), O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
+            if (to_file) launch.output = launch.error = file;
+            const std::string to = "'" + std::string(path) + "' ";
+            const std::string said = run("'a' PRINT 5 " + to + "SAVE " + to + "TEXTAPPEND 'b' PRINT .\n", launch);
+            EXPECT_TRUE((to_file ? contents(folder / "out") : said).starts_with("a\n.\n 5\n.\n 5b\n")) << path << said;
+            close(file);
+        }
+    expect_error(713, "5 '/dev/fd/0' SAVE", {.arguments = {"-u"}});
 }
 
 TEST_F(Files, AFileKeepsItsLinkAndItsPermissions) {
@@ -450,6 +473,26 @@ TEST_F(Files, AFileKeepsItsLinkAndItsPermissions) {
     EXPECT_TRUE(fs::is_symlink(folder / "link"));
     EXPECT_EQ(contents(folder / "inner/target"), " 7\n");
     EXPECT_EQ(fs::status(folder / "inner/target").permissions(), fs::perms(0640));
+    // A superuser can give a new file away. Others write into one that is another's, or whose folder takes no new one.
+    const std::string target = folder / "inner/target";
+    const bool is_superuser = geteuid() == 0;
+    for (const mode_t of_folder : {0777, 0555})
+        for (const char* const value : {"(1 2)[100000]", "5"})
+            for (const uid_t user : {65534, 0}) {
+                ASSERT_TRUE(!is_superuser || chown(target.c_str(), 12345, 23456) == 0);
+                ASSERT_EQ(chmod(target.c_str(), 0646), 0);
+                ASSERT_EQ(chmod((folder / "inner").c_str(), of_folder), 0);
+                struct stat before {};
+                ASSERT_EQ(stat(target.c_str(), &before), 0);
+                const std::string sentence = std::string(value) + " 'link' SAVE CLEAR 'link' LOAD 1 RESHAPE PRINT .\n";
+                const std::string said = run(sentence, {.user = is_superuser ? user : 0});
+                EXPECT_TRUE(said.starts_with(*value == '5' ? " 5\n" : " 1\n")) << escaped(said);
+                struct stat after {};
+                ASSERT_EQ(stat(target.c_str(), &after), 0);
+                EXPECT_TRUE(after.st_uid == before.st_uid && after.st_gid == before.st_gid) << user << of_folder;
+                EXPECT_EQ(after.st_mode, before.st_mode);
+            }
+    ASSERT_EQ(chmod((folder / "inner").c_str(), 0755), 0);
     fs::remove(folder / "inner/target");
     run("8 'link' WRITE .\n");  // a link to what is not there yet
     EXPECT_EQ(contents(folder / "inner/target"), " 8\n");

@@ -86,6 +86,7 @@ Process::Process(const Launch& launch, const char* program) {
             const rlimit limit{most, most};
             if (most > 0) setrlimit(resource, &limit);
         }
+        if (launch.user != 0 && setresuid(launch.user, launch.user, launch.user) != 0) _exit(126);
         if (!launch.directory.empty() && chdir(launch.directory.c_str()) != 0) _exit(126);
         for (std::string& variable : variables) putenv(variable.data());
         execv(program, const_cast<char**>(arguments.data()));
