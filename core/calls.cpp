@@ -116,17 +116,18 @@ struct Settled {
 
 }  // namespace
 
-void run_inside(Activation& caller, Sentence& sentence, bool own_frame) {
+Outcome run_inside(Activation& caller, Sentence& sentence, bool own_frame) {
     check_depth(caller);
     const Chain names = own_names(sentence.first()[sentence.cells()], caller.tables);
     Activation callee = inside(caller, sentence.first(), sentence.cells());
     callee.tables = in_force(names);
     if (own_frame) callee.frame_base = callee.argument_floor = caller.sp + 1;
     Settled settled{caller, callee};
-    run(callee);
+    const Outcome outcome = run(callee);
     settled.unwinding = false;
     caller.sp = callee.sp;
     release_contexts(callee);
+    return outcome;
 }
 
 void run_text(Activation& caller, const std::string& text) {

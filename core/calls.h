@@ -145,8 +145,8 @@ private:
 Sentence typed_sentence(const Activation& activation, Newline newline, const std::string& prompt = {},
                         std::uint16_t locals = 0);
 
-// Runs the sentence in the frame of the caller, or in an empty one above its stack.
-void run_inside(Activation& caller, Sentence& sentence, bool own_frame = false);
+// Runs the sentence in the frame of the caller, or in an empty one above its stack. The outcome of that run.
+Outcome run_inside(Activation& caller, Sentence& sentence, bool own_frame = false);
 
 // Runs a text, or what is left of a stream, sentence by sentence, in the caller's frame.
 void run_text(Activation& caller, const std::string& text);

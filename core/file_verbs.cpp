@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <functional>
+#include <new>
 #include <optional>
 #include <ranges>
 #include <span>
@@ -12,6 +13,7 @@
 #include "core/timing.h"
 #include "data/texts.h"
 #include "files/streams.h"
+#include "parallel/pool.h"
 #include "translator/listing.h"
 #include "translator/printing.h"
 
@@ -59,6 +61,70 @@ Stream file_to_read(const Activation& activation, const Numbers& numbers) {
 void check_end(const Activation& activation, std::FILE* stream, const Numbers& numbers) {
     if (std::ferror(stream)) refuse(activation, numbers.no_file);
 }
+
+// ---- workspaces
+
+bool is_loading = false;
+
+// A sentence of a workspace that fails costs no more than itself, also if it fails in a verb.
+class Loading {
+public:
+    Loading(Activation& of_run, std::FILE* of_file) : activation(of_run), stream(of_file) {}
+    Loading(const Loading&) = delete;
+    Loading& operator=(const Loading&) = delete;
+    ~Loading() { is_loading = is_within; }
+
+    void operator()() {
+        try {
+            while (run_one()) {
+            }
+        } catch (...) {
+            unwinds = true;
+            tell();
+            throw;
+        }
+        if (!is_whole || !std::feof(stream)) tell();
+        if (unwinds) throw Unwind{};
+    }
+
+private:
+    bool run_one() {
+        Sentence sentence(activation.tables, stream, nullptr);
+        if (sentence.ends_input()) return false;
+        is_whole = is_whole && sentence.was_translated();
+        try {
+            if (sentence.runs() && run_inside(activation, sentence) == Outcome::abandon) is_whole = false;
+        } catch (const Interrupted&) {
+            throw;
+        } catch (const Unwind&) {
+            give_up();
+        } catch (const std::bad_alloc&) {
+            exception(27);
+            give_up();
+        }
+        return true;
+    }
+    // What the sentence had made has been given back, so that nothing is half done.
+    void give_up() {
+        forget_hand_off();
+        A_Problem = PrintOut = is_whole = false;
+        unwinds = true;
+    }
+    // What the run of a function has on the stack does not outlast an error.
+    void tell() const {
+        std::size_t names = 0;
+        for_each_entry(activation.tables->table, [&names](const Entry& entry) { names += has_value(entry.value); });
+        const auto elements = unwinds && activation.level > 0 ? 0 : activation.height();
+        std::fflush(stdout);
+        std::fprintf(stderr, "\nThe file was not loaded whole: %zu names and %td stack elements came back.\n", names,
+                     elements);
+    }
+
+    Activation& activation;
+    std::FILE* const stream;
+    const bool is_within = std::exchange(is_loading, true);
+    bool is_whole = true, unwinds = false;
+};
 
 // ---- writing
 
@@ -157,7 +223,10 @@ Outcome load_all(Activation& activation) {
     const Stream stream = file_to_read(activation, of_load);
     while (activation.height() > 0) dereferencepoint(*activation.sp--);
     hashwipe(activation.tables->table);
-    run_stream(activation, stream.get());
+    if (is_loading && activation.level > 0)  // a part of the sentence of the outer one that asks for it
+        run_stream(activation, stream.get());
+    else
+        Loading(activation, stream.get())();
     check_end(activation, stream.get(), of_load);
     return Outcome::next;
 }

@@ -7,6 +7,9 @@ namespace ondrel {
 
 // Each takes a name off the stack. An error leaves the stack as it was and ends the whole sentence. The numbers are of
 // a name that is no text, of one that is no vector, and of a file that cannot be opened, read, written or closed.
+//
+// A sentence of a file that LOAD reads costs no more than itself when it fails: what came back is said at the end, on
+// standard error, and an error of a verb goes on from there to the prompt. One of READ leaves the file at once.
 Outcome read_file(Activation& activation);       // runs what is in the file, in this frame. 701, 702, 710
 Outcome read_text(Activation& activation);       // pushes what is in it, as a text. 701, 702, 710
 Outcome load_all(Activation& activation);        // the same on an empty frame and no names. 715, 716, 710

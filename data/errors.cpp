@@ -67,7 +67,7 @@ void heed_interrupt() {
     std::fputs("\n** User interrupt. **\n", stdout);
     std::fflush(stdout);
     A_Problem = true;
-    throw Unwind{};
+    throw Interrupted{};
 }
 
 namespace {

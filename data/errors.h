@@ -17,6 +17,7 @@ namespace ondrel {
 
 // Thrown to leave a sentence or a translation; what there is to say has been said.
 struct Unwind {};
+struct Interrupted : Unwind {};  // the user wants the prompt back
 
 // Where a verb works, for its reports: the top of the value stack and the instruction cell.
 struct Site {

@@ -451,6 +451,36 @@ TEST_F(Files, ASaveThatIsKilledLosesNothing) {
     EXPECT_EQ(entries(), 8U);
 }
 
+// A sentence that fails, in whatever way, costs what it would have made, and nothing behind it.
+TEST_F(Files, AWorkspaceComesBackAroundWhatFails) {
+    const std::string in_verbs = "(1 2) (1 2 3) + @lost SET .\n7 'x' RESHAPE .\n'nowhere' READ .\n5 6 'x' EACH .\n";
+    put(folder / "w", "1 @a SET .\nundefined .\n2 @b SET .\n" + std::string(9999, '+') + " .\n10 .\n20 .\n");
+    put(folder / "v", "1 @a SET .\n" + in_verbs + "2 @b SET .\n30 .\n1i2j3k4 4000000000 RESHAPE .\n" + in_verbs + "40");
+    const std::string uses = " LOAD 'went on' PRINT .\nCOUNTSTACK PRINT a b + PRINT PRINT PRINT .\n";
+    const std::string after_w = run("9 @old SET 5 'w'" + uses), after_v = run("'v'" + uses);
+    const std::string told = "The file was not loaded whole: 2 names and 2 stack elements came back.\n";
+    EXPECT_TRUE(contains(after_w, told + "went on\n\n\n 20 2\n 3\n 20\n 10\n")) << after_w;
+    EXPECT_TRUE(contains(after_v, told + "\nException processing:... 2\n 3\n 40\n 30\n")) << after_v;
+    // In a function its stack goes with it; a LOAD within is a part of the sentence that asks for it.
+    put(folder / "circle", "6 @c SET . 'circle' LOAD . 'circle' READ . 7 @d SET .");
+    const std::string said =
+        run(": 'v' LOAD ; ! .\na b + PRINT COUNTSTACK PRINT .\n'circle' LOAD .\nd PRINT .\n", {.handles = 99});
+    EXPECT_TRUE(contains(said, "2 names and 0 stack elements") && contains(said, " 3\n 0\n")) << said;
+    EXPECT_TRUE(contains(said, "2 names and 0 stack elements came back.\n\nException") && contains(said, " 7\n"));
+    EXPECT_TRUE(contains(run("'v' READ .\nCOUNTSTACK PRINT a PRINT b .\n"), " 0\n 1\n\n23 - ")) << "a program ends";
+    // An interrupt ends it, and so do a byte that ends every text, and a file that cannot be read.
+    put(folder / "endless", "1 @a SET . 2 . 'sent' PRINT 2000000000 : ; REPEAT .");
+    Process reader({.arguments = {"-q"}, .directory = folder});
+    reader.send("'endless' LOAD .\n");
+    EXPECT_TRUE(reader.wait_for("sent"));
+    reader.signal(SIGINT);
+    EXPECT_TRUE(reader.wait_for("loaded whole: 1 names and 1 stack elements came back.\n")) << reader.output;
+    put(folder / "cut", std::string("1 @a SET .\n\0 2 @b SET .", 24));
+    EXPECT_TRUE(contains(run("'cut' LOAD .\n"), "loaded whole: "));
+    for (const char* const verb : {" READ", " TEXTREAD", " LOAD"})
+        expect_error(710, "'/proc/self/mem'" + std::string(verb), {.arguments = {"-u"}});
+}
+
 // What the process has open itself is written as it stands, in the order of all that goes there.
 TEST_F(Files, WhatIsOpenIsWrittenDirectly) {
     for (const bool to_file : {false, true})
