@@ -71,6 +71,7 @@ Outcome edit(Activation& activation) {
     const DataElement text = as_text ? edited_text(*left) : DataElement{};
     if (has_value) dereferencepoint(*activation.sp--);
     if (as_text) return push(activation, text);
+    const OwnAccount account;
     std::rewind(stream.get());
     run_stream(activation, stream.get());
     return Outcome::next;

@@ -204,6 +204,7 @@ Outcome drop_files(Activation& activation, const Act& act) {
 
 Outcome read_file(Activation& activation) {
     const Stream stream = file_to_read(activation, of_read);
+    const OwnAccount account;
     drop_name(activation);
     run_stream(activation, stream.get());
     check_end(activation, stream.get(), of_read);
@@ -221,6 +222,7 @@ Outcome read_text(Activation& activation) {
 
 Outcome load_all(Activation& activation) {
     const Stream stream = file_to_read(activation, of_load);
+    const OwnAccount account;
     while (activation.height() > 0) dereferencepoint(*activation.sp--);
     hashwipe(activation.tables->table);
     if (is_loading && activation.level > 0)  // a part of the sentence of the outer one that asks for it

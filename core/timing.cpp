@@ -175,6 +175,13 @@ AccountedRun::~AccountedRun() {
     time_baseline = time_outside + duration;
 }
 
+OwnAccount::OwnAccount() : time(time_baseline), work(work_baseline) {}
+
+OwnAccount::~OwnAccount() {
+    time_baseline = time;
+    work_baseline = work;
+}
+
 AccountedInstruction::AccountedInstruction(const Activation& activation)
     : instruction(static_cast<Instruction>(activation.cell->depth)) {
     time_baseline = tval;

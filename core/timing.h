@@ -46,6 +46,18 @@ private:
     double time_outside, entry;
 };
 
+// While it stands, runs of the machine count for the instruction that makes them, too.
+class OwnAccount {
+public:
+    OwnAccount();
+    ~OwnAccount();
+    OwnAccount(const OwnAccount&) = delete;
+    OwnAccount& operator=(const OwnAccount&) = delete;
+
+private:
+    double time, work;
+};
+
 // The instruction at `activation.cell`, from before it runs.
 class AccountedInstruction {
 public:

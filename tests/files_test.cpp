@@ -262,6 +262,11 @@ TEST_F(Files, WriteAppendAndRead) {
     EXPECT_EQ(run("'program' READ + PRINT .\n"), " 34\n\n-\n\n");
     put(folder / "failing", "5 (1 2) (1 2 3) + 'never' PRINT .\n");
     EXPECT_TRUE(contains(run("'failing' READ .\nCOUNTSTACK PRINT .\n"), "17 - "));
+#ifdef ONDREL_CHECKS  // what the sentences of a file take, by the clock of tests, counts for READ, too
+    put(folder / "counted", "1 2 + . 3 * .");
+    const Launch timed{.arguments = {"-it"}, .environment = {"ONDREL_CLOCK=1"}, .directory = folder};
+    EXPECT_TRUE(contains(run_program("'counted' READ .", timed).output, "READ:\t\t  0.167    op/S\t\t\t  12.000 S,"));
+#endif
     put(folder / "circle", "'circle' READ .");
     EXPECT_TRUE(contains(run("'circle' READ .\n'alive' PRINT .\n", {.handles = 1000}), "alive"));
 }
