@@ -67,7 +67,8 @@ Outcome edit(Activation& activation) {
     const Stream stream(std::fopen(file.path, "r"));
     const std::optional<std::string> left = stream ? all_of(stream.get()) : std::nullopt;
     if (!left) return fail(710, activation);
-    if (!ended_well && *left == written) return Outcome::next;  // nothing has been edited
+    const bool is_unchanged = *left == written;
+    if (is_unchanged && (!as_text || !ended_well)) return Outcome::next;  // nothing has been edited
     const DataElement text = as_text ? edited_text(*left) : DataElement{};
     if (has_value) dereferencepoint(*activation.sp--);
     if (as_text) return push(activation, text);

@@ -79,6 +79,12 @@ TEST(Edit, EvaluatesWhatTheEditorLeft) {
     EXPECT_TRUE(wrong.ends_with("\n\n 45")) << wrong << "the sentences behind a mistake run";
 }
 
+TEST(Edit, KeepsAValueThatHasNotBeenEdited) {
+    const Editor editor("");
+    const Launch launch{.arguments = {"-q"}, .environment = {"EDITOR=:"}, .directory = editor.directory()};
+    EXPECT_TRUE(run_program("7 'editor' 0 OPEN EDIT CLOSE .", launch).output.starts_with("\n\n 7\n"));
+}
+
 TEST(Edit, ComesBackWhateverTheEditorDoes) {
     for (const char* commands : {"rm $1", "rm $1; mkdir $1.x; mv $1.x $1; kill -9 $$"}) {
         const std::string output = Editor(commands).run("'kept' TEXTEDIT . .");
