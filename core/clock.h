@@ -1,7 +1,7 @@
 // The clock that all times are taken from.
 //
-// With the environment variable ONDREL_CLOCK set to a number of seconds it is no clock: each reading comes so much
-// after the one before. So a report comes out the same each time, in a test or a transcript.
+// In builds with checks, with the environment variable ONDREL_CLOCK set to a number of seconds, it is no clock: each
+// reading comes so much after the one before. So a report comes out the same each time, in a test or a transcript.
 #pragma once
 
 namespace ondrel {
