@@ -1,6 +1,5 @@
 #include "core/loop.h"
 
-#include <cerrno>
 #include <cstdio>
 
 #include "core/debugger.h"
@@ -15,13 +14,11 @@ namespace {
 
 DataElement instructions[sentence_cells];
 
-// Results that cannot be written are reported once a sentence. When nobody reads them any more, that is the end.
+// Results that cannot be written are lost, which is reported; the sentences go on, for what else they do.
 void flush_results() {
     if (std::fflush(stdout) == 0 && !std::ferror(stdout)) return;
-    const bool reader_gone = errno == EPIPE || errno == EBADF;
     std::clearerr(stdout);
     exception(103);
-    if (reader_gone) endprocess = true;
 }
 
 DataElement* sp = stack;
@@ -29,7 +26,7 @@ DataElement* sp = stack;
 void run_one_sentence(bool quiet) {
     if (!quiet) std::printf("\n\nOndrel [%ld]> ", static_cast<long>(sp - stack));
     flush_results();
-    if (endprocess || fill(instructions, &variables, stdin, nullptr) == 0) return;
+    if (fill(instructions, &variables, stdin, nullptr) == 0) return;
     call_for(calls::interrupt, false);
     decide_watching();
     operators = operations = 0;

@@ -1,4 +1,5 @@
 // The life of the process: options, limits, greeting, the loop, and everything given back.
+#include <fcntl.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
@@ -26,6 +27,12 @@ using namespace ondrel;
 
 constexpr double unknown_memory = 16777216.0, mebibyte = 1048576.0;
 constexpr double share_of_memory = 0.9;  // what values may take; the rest is the system's
+
+// No file gets the number of a standard stream that is closed: what goes there goes nowhere.
+void fill_standard_streams() {
+    for (int number = STDIN_FILENO; number <= STDERR_FILENO; ++number)
+        if (fcntl(number, F_GETFD) < 0 && open("/dev/null", O_RDWR) < 0) open("/", O_RDONLY);
+}
 
 // Data and stack may grow as far as the system lets this process: nested runs of the machine live on the native stack.
 void raise_limits() {
@@ -78,6 +85,8 @@ void seed_by_the_clock(std::uint32_t thread) {
 }  // namespace
 
 int main(int count, char** arguments) {
+    arm_signals();
+    fill_standard_streams();
     const Options options = read_options(count, arguments);
     if (!options.quiet) print_version();
     size_pool();
@@ -87,7 +96,6 @@ int main(int count, char** arguments) {
     if (!options.quiet) print_machine(memory);
     tval = starttime = read_clock();
     make_token_tables();
-    arm_signals();
     if (!options.quiet) exception(0);
 #ifdef ONDREL_CHECKS
     const auto blocks_at_start = live_blocks;
