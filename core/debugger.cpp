@@ -57,6 +57,7 @@ void inspect(Activation& activation) {
         const std::string prompt = "\nInspect [" + std::to_string(activation.height()) + "]: ";
         const auto locals = static_cast<std::uint16_t>(activation.argument_floor - activation.frame_base);
         Sentence sentence = typed_sentence(activation, Newline::steps, prompt, locals);
+        std::clearerr(stdin);  // the end of the input ends this stay; at a terminal more may come
         if (!stepping) return;
         if (!sentence.runs()) continue;
         stepping = false;

@@ -63,10 +63,12 @@ void heed_interrupt() {
     if (!calls_for(calls::interrupt)) return;
     wait_for_coprocessors();
     call_for(calls::interrupt, false);
-    if (PrintOut) std::fputc('\n', stdout);
+    if (PrintOut)
+        std::fputc('\n', stdout);
+    else
+        A_Problem = true;  // what is only shown stays whole
     std::fputs("\n** User interrupt. **\n", stdout);
     std::fflush(stdout);
-    A_Problem = true;
     throw Interrupted{};
 }
 

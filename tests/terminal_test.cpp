@@ -1,6 +1,7 @@
 // The program at a terminal, as a person types at it.
 #include <gtest/gtest.h>
 
+#include <csignal>
 #include <string>
 
 #include "tests/process.h"
@@ -48,7 +49,7 @@ TEST(Terminal, InterruptsARunningSentence) {
     Terminal terminal;
     ASSERT_TRUE(terminal.shows("Ondrel [0]> "));
     // Longer than a line of a terminal may be, so it is typed in several.
-    std::string sentence = "'begun' PRINT (1 2 3) 2000000 RESHAPE\n";
+    std::string sentence = "7 'begun' PRINT (1 2 3) 2000000 RESHAPE\n";
     for (int i = 0; i < 45; ++i) sentence += "2 + 2 + 2 + 2 + 2 + 2 + 2 + 2 + 2 + 2 +\n";
     terminal.send(sentence + ".\n");
     ASSERT_TRUE(terminal.shows("\r\nbegun\r\n"));
@@ -62,12 +63,24 @@ TEST(Terminal, InterruptsARunningSentence) {
     terminal.send(control_c);
     ASSERT_TRUE(terminal.shows("\r\n** User interrupt. **\r\n"));
     ASSERT_TRUE(terminal.shows("Ondrel ["));
-    terminal.send("70 7 + .\n");
-    ASSERT_TRUE(terminal.shows("\r\n\r\n 77\r\n\r\nOndrel ["));
+    terminal.send("70 7 + undefined .\n");  // what was only shown is whole
+    ASSERT_TRUE(terminal.shows("undefined\r\n\r\nOndrel ["));
+    terminal.send("PRINT .\n");
+    ASSERT_TRUE(terminal.shows(" 77\r\n"));
     terminal.send(control_d);
     ASSERT_TRUE(terminal.shows("--- Good bye. (999) ---"));
     terminal.finish();
     EXPECT_EQ(terminal.exit_code, 0);
+}
+
+TEST(Terminal, IsNotKilledWhileItStarts) {
+    for (int i = 0; i < 20; ++i) {
+        Terminal terminal;
+        ASSERT_TRUE(terminal.shows("-- Ondrel"));
+        terminal.signal(i % 2 == 0 ? SIGINT : SIGQUIT);
+        terminal.send("5 6 + .\n");
+        ASSERT_TRUE(terminal.shows(" 11\r\n"));
+    }
 }
 
 TEST(Terminal, IgnoresAnInterruptAtThePrompt) {
@@ -115,10 +128,14 @@ TEST(Terminal, StepsThroughAFunction) {
     ASSERT_TRUE(terminal.shows("Inspect [1]: "));
     terminal.send("RUN\n1 2 .\n");
     ASSERT_TRUE(terminal.shows("\r\n\r\n 56\r\n\r\nOndrel [1]> "));
-    terminal.send("STEP 1 .\n");
+    terminal.send("STEP 1 2 .\n");
     ASSERT_TRUE(terminal.shows("Inspect [1]: "));
-    terminal.send(control_d);  // the end of the input goes on by one cell, and then ends the process
-    ASSERT_TRUE(terminal.shows("\r\n\r\n 1\r\n\r\nOndrel [2]> "));
+    terminal.send(control_d);  // the end of the input goes on by one cell
+    ASSERT_TRUE(terminal.shows("SCALAR:\t\t 2\r\nInspect [2]: "));
+    terminal.send(control_d);
+    ASSERT_TRUE(terminal.shows("\r\n\r\n 2\r\n\r\nOndrel [3]> "));
+    terminal.send("5 6 + .\n");
+    ASSERT_TRUE(terminal.shows("\r\n\r\n 11\r\n\r\nOndrel [4]> "));
     terminal.send(control_d);
     ASSERT_TRUE(terminal.shows("--- Good bye. (999) ---"));
     terminal.finish();
