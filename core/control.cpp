@@ -247,7 +247,7 @@ public:
         }
         items->head = make_head(tag::integer, form::number);
         items->integer = value;
-        ++header(items).count;
+        reference_alone(items);
         fill_scalar(slot, items);
     }
 

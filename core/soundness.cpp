@@ -58,7 +58,7 @@ void check_shape(const DataElement& value) {
 // What a function's own counts say of its stream.
 void check_function(const DataElement& function) {
     const auto* const stream = static_cast<const DataElement*>(function.data_pointer);
-    if (stream == nullptr || header(stream).count == 0) broken("count of the stream", function);
+    if (stream == nullptr || holders(stream) == 0) broken("count of the stream", function);
     if (stream->rank != kind::FUNCTION || stream->data_pointer != stream) broken("header cell", function);
     if (stream->elements + 1 != function.elements || stream[function.elements].type != 0) broken("cells", function);
     if (stream[stream->elements].depth != static_cast<std::int16_t>(Instruction::FUNCTIONEND)) broken("end", function);
@@ -108,7 +108,7 @@ void check_value(const DataElement& value, int level = 0) {
         if (item.tag == tag::octonion && !is_packed(data) && header(item.octonion).count == 0)
             broken("octonion", value);
         if (item.tag != tag::subarray) continue;
-        if (header(item.nested).count == 0) broken("nested record", value);
+        if (holders(item.nested) == 0) broken("nested record", value);
         // A literal gives every level that holds another the depth of its deepest one.
         if (!(value.type & ISSCALAR) && value.depth < item.nested->depth) broken("depth", value);
         if (level < most_nested) check_value(*item.nested, level + 1);

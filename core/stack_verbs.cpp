@@ -46,8 +46,8 @@ DataElement vector_of(const DataElement* first, const DataElement* last) {
     const auto n = static_cast<std::size_t>(last - first + 1);
     ItemsOwner items(n);
     for (; items.filled < n; ++items.filled) items.items[items.filled] = item_of(first[items.filled]);
-    const std::uint32_t kinds = kinds_of(items.items, n);
-    const std::int16_t depth = kinds & STRUCTURED ? depth_of(items.items, n) : std::int16_t{0};
+    const std::uint32_t kinds = kinds_of(items, n);
+    const std::int16_t depth = kinds & STRUCTURED ? depth_of(items, n) : std::int16_t{0};
     std::int64_t* const shape = vector_shape(static_cast<std::int64_t>(n));
     Owner vector(make_array(shape, 1, items.take(), static_cast<std::uint32_t>(n), kinds));
     vector.record.depth = depth;

@@ -1,6 +1,11 @@
 #include "data/blocks.h"
 
+#ifdef __SANITIZE_ADDRESS__
+#include <sanitizer/asan_interface.h>
+#endif
+
 #include <algorithm>
+#include <cstdlib>
 #include <cstring>
 #include <span>
 #include <utility>
@@ -9,6 +14,16 @@
 #include "data/errors.h"
 
 namespace ondrel {
+
+#ifdef __SANITIZE_ADDRESS__
+// Right in front of an allocation lies what nobody may read.
+void Payload::check() const {
+    if (start_ == nullptr || __asan_address_is_poisoned(reinterpret_cast<const std::byte*>(&header(start_)) - 1))
+        return;
+    std::fputs("Here starts no block\n", stderr);
+    std::abort();
+}
+#endif
 
 std::int64_t* allocate_shape(std::size_t rank) {
     return static_cast<std::int64_t*>(allocate_packed(make_head(tag::integer, form::number), rank));
@@ -177,12 +192,12 @@ DataElement* copyfun(const DataElement& function) {
     return copy;
 }
 
-DataElement item_at(const void* block, std::size_t i) {
-    const std::uint64_t head = header(block).head;
-    if (head == 0) return static_cast<const DataElement*>(block)[i];
+DataElement item_at(Payload block, std::size_t i) {
+    const std::uint64_t head = block.head();
+    if (head == 0) return static_cast<const DataElement*>(block.start())[i];
     DataElement item{};
     item.head = item_head(head);
-    const auto* const value = static_cast<const std::byte*>(block) + i * item_width(head);
+    const auto* const value = static_cast<const std::byte*>(block.start()) + i * item_width(head);
     if (head & in_bytes) {
         const std::uint64_t word = *value != std::byte{0} ? word_of_one(head) : 0;
         std::memcpy(&item.integer, &word, 8);
@@ -209,16 +224,16 @@ DataElement own_item(const DataElement& item) {
     return made;
 }
 
-DataElement own_item_at(const void* block, std::size_t i) { return own_item(item_at(block, i)); }
+DataElement own_item_at(Payload block, std::size_t i) { return own_item(item_at(block, i)); }
 
-void copy_items(void* target, std::size_t at, const void* source, std::size_t from, std::size_t n) {
-    const std::size_t width = item_width(header(source).head);
+void copy_items(void* target, std::size_t at, Payload source, std::size_t from, std::size_t n) {
+    const std::size_t width = item_width(source.head());
     auto* const to = static_cast<std::byte*>(target) + at * width;
-    std::memcpy(to, static_cast<const std::byte*>(source) + from * width, n * width);
+    std::memcpy(to, static_cast<const std::byte*>(source.start()) + from * width, n * width);
     if (!is_packed(source)) referencedataelems(reinterpret_cast<DataElement*>(to), n);
 }
 
-DataElement* unpack(const void* block, std::size_t n) {
+DataElement* unpack(Payload block, std::size_t n) {
     ItemsOwner items(n);
     for (; items.filled < n; ++items.filled) items.items[items.filled] = own_item_at(block, items.filled);
     return items.take();
@@ -250,14 +265,15 @@ void put_value(void* block, std::size_t i, const DataElement& item) {
     }
 }
 
-void store_items(void* target, std::size_t at, const void* source, std::size_t n) {
+void store_items(void* target, std::size_t at, Payload source, std::size_t n) {
     if (is_packed(source)) return copy_items(target, at, source, 0, n);
-    for (std::size_t i = 0; i < n; ++i) put_value(target, at + i, static_cast<const DataElement*>(source)[i]);
+    const auto* const items = static_cast<const DataElement*>(source.start());
+    for (std::size_t i = 0; i < n; ++i) put_value(target, at + i, items[i]);
 }
 
-void* packed_items(const void* block, std::size_t n) {
+void* packed_items(Payload block, std::size_t n) {
     if (is_packed(block)) return nullptr;
-    const auto* const items = static_cast<const DataElement*>(block);
+    const auto* const items = static_cast<const DataElement*>(block.start());
     const std::uint64_t head = common_head(items, n);
     if (head == 0) return nullptr;
     void* const packed = allocate_packed(head, n);
@@ -275,21 +291,21 @@ void pack(DataElement& record) {
     record.data_pointer = packed;
 }
 
-std::uint32_t kinds_of(const void* block, std::size_t n) {
+std::uint32_t kinds_of(Payload block, std::size_t n) {
     std::uint32_t kinds = 0;
     if (is_packed(block)) {
-        kinds = kind_bits(head_tag(header(block).head));
+        kinds = kind_bits(head_tag(block.head()));
     } else {
-        for (const DataElement& item : std::span(static_cast<const DataElement*>(block), n))
+        for (const DataElement& item : std::span(static_cast<const DataElement*>(block.start()), n))
             kinds |= kind_bits(item.tag);
     }
     return kinds | (n > 1 && mixed_kinds(kinds) ? COMPLEXED : 0);
 }
 
-std::int16_t depth_of(const void* block, std::size_t n) {
+std::int16_t depth_of(Payload block, std::size_t n) {
     std::int16_t depth = 1;
     if (is_packed(block)) return depth;
-    for (const DataElement& item : std::span(static_cast<const DataElement*>(block), n))
+    for (const DataElement& item : std::span(static_cast<const DataElement*>(block.start()), n))
         if (item.tag == tag::subarray)
             depth = std::max<std::int16_t>(depth, static_cast<std::int16_t>(item.nested->depth + 1));
     return depth;

@@ -36,6 +36,28 @@ static_assert(sizeof(BlockHeader) == 16);
 
 inline BlockHeader& header(void* block) { return static_cast<BlockHeader*>(block)[-1]; }
 inline const BlockHeader& header(const void* block) { return static_cast<const BlockHeader*>(block)[-1]; }
+const BlockHeader& header(const DataElement* item) = delete;  // it may lie in the midst of a block
+
+// Where the payload of a block starts, for those who read by its layout. A pointer to an item does not become one: it
+// may lie in the midst of a block, and what is in front of it is no header. The address sanitizer's build looks, too.
+class Payload {
+public:
+    Payload(const void* start) : start_(start) { check(); }
+    Payload(void* start) : start_(start) { check(); }
+    template <class Item>
+    Payload(Item*) = delete;
+
+    const void* start() const { return start_; }
+    std::uint64_t head() const { return header(start_).head; }
+
+private:
+#ifdef __SANITIZE_ADDRESS__
+    void check() const;
+#else
+    void check() const {}
+#endif
+    const void* start_;
+};
 
 // Whether uniform arrays are packed. A build without packing must print the same.
 #ifdef ONDREL_NO_PACKING
@@ -192,20 +214,20 @@ void release_table(void* table);
 
 // ---- reading
 
-inline bool is_packed(const void* block) { return header(block).head != 0; }
+inline bool is_packed(Payload block) { return block.head() != 0; }
 inline DataElement* items_of(const DataElement& record) { return static_cast<DataElement*>(record.data_pointer); }
 
 // Item i of a value, by value. Its pointers are borrowed from the block; a packed octonion's point into the payload.
-DataElement item_at(const void* block, std::size_t i);
+DataElement item_at(Payload block, std::size_t i);
 
 // The same item with references of its own.
 DataElement own_item(const DataElement& item);
-DataElement own_item_at(const void* block, std::size_t i);
+DataElement own_item_at(Payload block, std::size_t i);
 
 // ---- writing: on blocks that the caller alone holds
 
 // Copies items [from, from + n) of `source` to `target` at `at`, taking references; both blocks of one layout.
-void copy_items(void* target, std::size_t at, const void* source, std::size_t from, std::size_t n);
+void copy_items(void* target, std::size_t at, Payload source, std::size_t from, std::size_t n);
 
 // The head of an item that could lie in a packed block as a bare value, else 0.
 constexpr std::uint64_t bare_head(const DataElement& item) {
@@ -222,13 +244,13 @@ void put_value(void* block, std::size_t i, const DataElement& item);
 
 // Copies the values of the first n items of a block of any layout, which all have the head of the packed `target` and
 // no block of their own but for octonions' values, to `target` at `at`.
-void store_items(void* target, std::size_t at, const void* source, std::size_t n);
+void store_items(void* target, std::size_t at, Payload source, std::size_t n);
 
 // An item block with copies of the first n items of a block of any layout.
-DataElement* unpack(const void* block, std::size_t n);
+DataElement* unpack(Payload block, std::size_t n);
 
 // A packed block with copies of n items of an item block, or null if they do not qualify.
-void* packed_items(const void* block, std::size_t n);
+void* packed_items(Payload block, std::size_t n);
 
 // Exchanges the value's item block for a packed one if it qualifies and has two items or more.
 void pack(DataElement& record);
@@ -249,9 +271,9 @@ inline void set_elements(DataElement& record, std::uint32_t n) {
 }
 
 // The kind bits, COMPLEXED and STRUCTURED that the items call for.
-std::uint32_t kinds_of(const void* block, std::size_t n);
+std::uint32_t kinds_of(Payload block, std::size_t n);
 // The nesting depth of an array of these items: 1, or one more than the deepest subarray's.
-std::int16_t depth_of(const void* block, std::size_t n);
+std::int16_t depth_of(Payload block, std::size_t n);
 // Makes the record, which holds nothing, a scalar whose item lies in this block, which it takes over. Field by field: a
 // record that is made elsewhere and copied would wait for its own words to arrive.
 inline void fill_scalar(DataElement& record, DataElement* items) {
@@ -273,6 +295,7 @@ void rebuild_kinds(DataElement& record);
 struct Release {
     void operator()(void* block) const { release(block); }
 };
+using OwnedBlock = std::unique_ptr<void, Release>;  // of bare values, or of items that hold nothing yet
 using OwnedText = std::unique_ptr<char, Release>;
 
 struct Owner {
@@ -304,6 +327,7 @@ struct ItemsOwner {
         dereferencedataelems(items, filled);
         release(items);
     }
+    operator Payload() const { return static_cast<const void*>(items); }
     DataElement* take() {
         DataElement* const taken = items;
         items = nullptr;

@@ -12,7 +12,7 @@ void replace_items(DataElement& record, void* block, std::uint32_t n) {
     set_elements(record, n);
 }
 
-void* copied_items(const void* block, std::size_t from, std::size_t n) {
+void* copied_items(Payload block, std::size_t from, std::size_t n) {
     if (n == 0) return nullptr;
     if (n == 1) {
         ItemsOwner one(1);

@@ -14,7 +14,7 @@ namespace ondrel {
 void replace_items(DataElement& record, void* block, std::uint32_t n);
 
 // A block with copies of the n items from `from` on; null for none. Raises 27.
-void* copied_items(const void* block, std::size_t from, std::size_t n);
+void* copied_items(Payload block, std::size_t from, std::size_t n);
 
 // Leaves the value its first n items, not none: in its own block where that is worth it and nobody else holds it.
 // Raises 27, with the value as it was. The caller sees to shape and type.
@@ -46,13 +46,12 @@ void with_width(std::size_t width, const void* from, void* to, const Move& move)
 // A block of n items, not one, which `move(from, to)` copies from places in the old block, with room for `slack` more
 // that it may write to. `move` may heed an interrupt.
 template <class Move>
-void* gathered(const void* block, std::size_t n, const Move& move, std::size_t slack = 0) {
-    const std::uint64_t head = header(block).head;
+void* gathered(Payload block, std::size_t n, const Move& move, std::size_t slack = 0) {
+    const std::uint64_t head = block.head();
     const std::size_t width = item_width(head);
-    Owner made;  // of no items yet: only the block counts
-    made.record.data_pointer = allocate_block(head, (n + slack) * width);
-    with_width(width, block, made.record.data_pointer, move);
-    void* const result = std::exchange(made.record.data_pointer, nullptr);
+    OwnedBlock made(allocate_block(head, (n + slack) * width));
+    with_width(width, block.start(), made.get(), move);
+    void* const result = made.release();
     if (head == 0) referencedataelems(static_cast<DataElement*>(result), n);
     return result;
 }

@@ -249,10 +249,12 @@ std::vector<Value> values_of(const Group& group) {
     return values;
 }
 
-// The groups of the palette, numbers with nests among them, and all kinds together.
+// The groups of the palette, each beside a nest of its own kind, numbers with nests among them, and all kinds together.
 std::vector<Group> groups() {
     std::vector<Group> all = small_palette();
     const Group first = all[0], last = all.back();
+    for (const Group& group : small_palette())
+        all.push_back({subarray(vector_value({group[0], group.back()})), group[0], group.back()});
     all.push_back({first[0], last[1], integer(3), subarray(vector_value({first[1], last[0]})), real(0.5)});
     all.push_back({subarray(scalar_value(first[0])), subarray({{2, 1}, {last[0], integer(7)}})});
     all.push_back({subarray(vector_value({integer(1), integer(2)})), subarray(vector_value({integer(3), integer(4)}))});

@@ -136,29 +136,28 @@ void fold_all(Fold fold, const Source* values, const Groups& groups, Value* resu
 // A packed block, given back at the end.
 template <class Value>
 struct Room {
-    Owner block;
-    explicit Room(std::size_t n) { block.record.data_pointer = allocate_packed(head(), n); }
+    OwnedBlock block;
+    explicit Room(std::size_t n) : block(allocate_packed(head(), n)) {}
     static std::uint64_t head() { return make_head(tag_of<Value>, form::number); }
-    Value* values() { return static_cast<Value*>(block.record.data_pointer); }
-    void* take() { return std::exchange(block.record.data_pointer, nullptr); }
+    Value* values() { return static_cast<Value*>(block.get()); }
 };
 
 template <class Value>
 void* results_of(Room<Value>& room, std::size_t count) {
-    return count == 1 ? unpack(room.values(), 1) : room.take();
+    return count == 1 ? unpack(room.block.get(), 1) : room.block.release();
 }
 
 // Where the bare values of an operand lie, cartesian: in its block, or in a copy.
 template <class Value>
 struct Operand {
-    Owner copy;
+    OwnedBlock copy;
     const Value* values;
 
     explicit Operand(const DataElement& value) : values(static_cast<const Value*>(value.data_pointer)) {
         const void* const block = value.data_pointer;
         if (is_packed(block) && !(header(block).head & in_bytes) && !is_polar(header(block).head)) return;
-        copy.record.data_pointer = allocate_packed(Room<Value>::head(), value.elements);
-        auto* const to = static_cast<Value*>(copy.record.data_pointer);
+        copy.reset(allocate_packed(Room<Value>::head(), value.elements));
+        auto* const to = static_cast<Value*>(copy.get());
         for (std::size_t i = 0; i < value.elements; ++i) {
             const DataElement item = item_at(block, i);
             to[i] = is_polar(item.head) ? to_cartesian(load<Value>(item)) : load<Value>(item);
@@ -419,9 +418,8 @@ void* folded_by_loops(const DyadicVerb& verb, bool from_left, Fold fold, const D
         return nullptr;
     const DyadicLoop pairs = loop.by_extent[neither_single];
     const auto* const values = static_cast<const std::byte*>(block);
-    Owner made;
-    made.record.data_pointer = allocate_packed(head, count);
-    auto* const results = static_cast<std::byte*>(made.record.data_pointer);
+    OwnedBlock made(allocate_packed(head, count));
+    auto* const results = static_cast<std::byte*>(made.get());
     if (by_rows) {
         const auto row = [&](std::size_t i) { return values + (from_left ? i : n - 1 - i) * count * width; };
         std::copy_n(row(0), count * width, results);
@@ -432,23 +430,22 @@ void* folded_by_loops(const DyadicVerb& verb, bool from_left, Fold fold, const D
             });
             heed_attention();
         }
-        return std::exchange(made.record.data_pointer, nullptr);
+        return made.release();
     }
     const GroupFold group_fold = extreme_of(fold, head);
     const bool can_be_nan = head_tag(of_item) >= tag::real && width > 1;
     if (group_fold == nullptr && can_be_nan && head_tag(of_item) != tag::real) return nullptr;
-    Owner front;
-    if (group_fold == nullptr) front.record.data_pointer = allocate_packed(head, std::min(n, widest_front));
+    const OwnedBlock front(group_fold == nullptr ? allocate_packed(head, std::min(n, widest_front)) : nullptr);
     for (std::size_t group = 0; group < count; ++group) {
         const std::byte* const items = values + group * n * width;
         std::byte* const result = results + group * width;
         const bool done = group_fold != nullptr
                               ? group_fold(items, n, result)
                               : fold_against_front(pairs, setting, items, n, width, can_be_nan,
-                                                   static_cast<std::byte*>(front.record.data_pointer), result);
+                                                   static_cast<std::byte*>(front.get()), result);
         if (!done) return nullptr;
     }
-    return count == 1 ? unpack(results, 1) : std::exchange(made.record.data_pointer, nullptr);
+    return count == 1 ? unpack(made.get(), 1) : made.release();
 }
 
 }  // namespace ondrel

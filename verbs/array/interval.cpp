@@ -55,9 +55,8 @@ struct Run {
 // Gives the value of n items its values.
 template <class Value, class WriterAt>
 Computed filled(Owner& result, std::size_t n, std::uint16_t form, WriterAt writer_at) {
-    Owner values;
-    values.record.data_pointer = allocate_packed(head_of<Value>(n, form), n);
-    const Run<Value, WriterAt> run{static_cast<Value*>(values.record.data_pointer), writer_at};
+    OwnedBlock values(allocate_packed(head_of<Value>(n, form), n));
+    const Run<Value, WriterAt> run{static_cast<Value*>(values.get()), writer_at};
     const bool is_kept = packing && n > 1, is_posted = is_kept && hands_off(n) && is_worth_it(n, [&](std::size_t end) {
                                                            run.write({0, end});
                                                        });
@@ -73,8 +72,7 @@ Computed filled(Owner& result, std::size_t n, std::uint16_t form, WriterAt write
     } else {
         run.write({0, n});
     }
-    result.record.data_pointer =
-        is_kept ? std::exchange(values.record.data_pointer, nullptr) : unpack(values.record.data_pointer, n);
+    result.record.data_pointer = is_kept ? values.release() : unpack(values.get(), n);
     return {result.take(), is_posted};
 }
 

@@ -154,10 +154,9 @@ void* Neighbourhoods::by_loop() {
         if (neighbours[i] == none && head_tag(head) != tag::integer) return nullptr;
         numbers[i] = neighbours[i] == none ? 0 : word_at(data.data_pointer, static_cast<std::size_t>(neighbours[i]));
     }
-    Owner result;  // of no items: only the block counts
-    void* const block = result.record.data_pointer = allocate_packed(head, numbers.size());
-    const bool whole = loop(weights.data(), numbers.data(), block, numbers.size(), setting) == numbers.size();
-    return whole ? std::exchange(result.record.data_pointer, nullptr) : nullptr;
+    OwnedBlock result(allocate_packed(head, numbers.size()));
+    const bool whole = loop(weights.data(), numbers.data(), result.get(), numbers.size(), setting) == numbers.size();
+    return whole ? result.release() : nullptr;
 }
 
 DataElement Neighbourhoods::next() {

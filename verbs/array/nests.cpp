@@ -56,7 +56,7 @@ std::size_t enlist2(void* block, std::size_t at, const DataElement& value) {
         if (item.tag == tag::subarray)
             at = enlist2(block, at, *item.nested);
         else
-            store_items(block, at++, &item, 1);
+            put_value(block, at++, item);
     }
     return at;
 }

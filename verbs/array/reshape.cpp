@@ -71,20 +71,18 @@ void repeat(void* block, const void* source, std::size_t m, std::size_t n, std::
 // A block with n items, the m items of the value repeated in order.
 void* cycled(const DataElement& data, std::size_t m, std::size_t n) {
     const void* source = data.data_pointer;
-    Owner packed;
-    if (n > 1 && !(data.type & PER_ITEM)) packed.record.data_pointer = packed_items(source, std::min(m, n));
-    if (packed.record.data_pointer != nullptr) source = packed.record.data_pointer;
+    const OwnedBlock packed(n > 1 && !(data.type & PER_ITEM) ? packed_items(source, std::min(m, n)) : nullptr);
+    if (packed) source = packed.get();
     if (n == 1) return unpack(source, 1);
     if (!is_packed(source)) {
         ItemsOwner items(n);
         repeat(items.items, source, m, n, items.filled);
         return items.take();
     }
-    Owner values;
-    values.record.data_pointer = allocate_packed(header(source).head, n);
+    OwnedBlock values(allocate_packed(header(source).head, n));
     std::size_t filled = 0;
-    repeat(values.record.data_pointer, source, std::min(m, n), n, filled);
-    return std::exchange(values.record.data_pointer, nullptr);
+    repeat(values.get(), source, std::min(m, n), n, filled);
+    return values.release();
 }
 
 int reshaping_error(DataElement& data, const DataElement& shape, std::vector<std::int64_t>& dimensions) {

@@ -43,7 +43,7 @@ void shape(DataElement*& sp, DataElement*) {
         const auto dimensions = static_cast<std::uint32_t>(top.rank);
         result.record = make_array(vector_shape(top.rank), 1, nullptr, dimensions, HASINTEGER);
         if (dimensions == 1)
-            result.record.data_pointer = unpack(top.shape_pointer, 1);
+            result.record.data_pointer = unpack(static_cast<const void*>(top.shape_pointer), 1);
         else
             result.record.data_pointer = std::exchange(top.shape_pointer, nullptr);
     }

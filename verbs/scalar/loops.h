@@ -153,13 +153,13 @@ LoopResult by_loops(const Rule& rule, std::size_t n, bool widened, bool may_leav
         const std::uint64_t head = narrowed || loop.width < item_width(item) ? byte_head(item) : item;
         if (head == 0) continue;  // for results of another form
         void* const reused = loop.whole && !narrowed ? reuse(head) : nullptr;
-        Owner result;  // of no rank: only its block counts
-        void* const block = result.record.data_pointer = reused != nullptr ? reused : allocate_packed(head, n);
+        OwnedBlock result(reused != nullptr ? reused : allocate_packed(head, n));
+        void* const block = result.get();
         header(block).head = head;
         const auto [done, is_posted] = over_all(BoundLoop{bind(loop), static_cast<std::byte*>(block), item_width(head),
                                                           widened, narrowed, reused != nullptr},
                                                 n, may_leave);
-        if (done == n) return {std::exchange(result.record.data_pointer, nullptr), is_posted};
+        if (done == n) return {result.release(), is_posted};
         if (done == 0 || rule.loops[1].whole) continue;  // which writes all anew
         return {rest(block, done)};
     }
