@@ -1,21 +1,19 @@
 #include "data/allocator.h"
 
+#ifdef __SANITIZE_ADDRESS__
+#include <malloc.h>
+#include <sanitizer/asan_interface.h>
+#endif
 #include <sys/mman.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <bit>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <limits>
 #include <mutex>
-
-#if defined(__SANITIZE_ADDRESS__)
-#include <sanitizer/asan_interface.h>
-#else
-#define ASAN_POISON_MEMORY_REGION(address, size) (static_cast<void>(address), static_cast<void>(size))
-#define ASAN_UNPOISON_MEMORY_REGION(address, size) (static_cast<void>(address), static_cast<void>(size))
-#endif
 
 namespace ondrel {
 
@@ -29,6 +27,105 @@ std::int64_t fail_countdown = 0;
 
 namespace {
 
+std::mutex mp;  // held around what follows, where several threads can be at it
+// Bytes taken of the machine's memory that are, or will be, filled: of a large block only what was asked for.
+std::size_t committed;
+
+bool is_beyond_limit(std::size_t bytes) { return bytes > most_memory - std::min(committed, most_memory); }
+
+void say_that_there_is_no_more() {
+    if (!is_shared) std::fputs("No more active memory available\n", stderr);  // or each thread would say so
+}
+
+#ifdef ONDREL_CHECKS
+bool is_to_fail() { return fail_countdown > 0 && --fail_countdown == 0; }
+void count_blocks(int change) { live_blocks += change; }
+#else
+bool is_to_fail() { return false; }
+void count_blocks(int) {}
+#endif
+
+// What a block holds, in a fresh one of this size; the old one is given back. Null if there is no memory for it.
+void* moved_block(void* pointer, std::size_t size) {
+    void* const moved = malloc(size);
+    if (moved == nullptr) return nullptr;
+    std::memcpy(moved, pointer, std::min(size, readable_size(pointer)));
+    free(pointer);
+    return moved;
+}
+
+}  // namespace
+
+#ifdef __SANITIZE_ADDRESS__
+
+// The sanitizer sees the bounds and the end of what the platform gives; so here each block is that. It has the room of
+// its class, so that what grows is not moved each time; what was not asked for is poisoned. Short traces and little
+// room for what has been given back keep it fast. Leaks are counted by the tests.
+extern "C" const char* __asan_default_options() {
+    return "allocator_may_return_null=1:malloc_context_size=3:quarantine_size_mb=16:detect_leaks=0";
+}
+
+constexpr std::size_t most_of_platform = std::size_t{1} << 40;
+
+void start_sharing() { is_shared = true; }
+void stop_sharing() { is_shared = false; }
+
+std::size_t usable_size(void* pointer) { return malloc_usable_size(pointer); }
+
+std::size_t readable_size(void* pointer) {
+    const std::size_t room = usable_size(pointer);
+    const void* const end = __asan_region_is_poisoned(pointer, room);
+    return end == nullptr
+               ? room
+               : static_cast<std::size_t>(static_cast<const std::byte*>(end) - static_cast<std::byte*>(pointer));
+}
+
+namespace {
+
+void open_up_to(void* block, std::size_t size) {
+    const std::size_t room = usable_size(block);
+    ASAN_UNPOISON_MEMORY_REGION(block, room);
+    ASAN_POISON_MEMORY_REGION(static_cast<std::byte*>(block) + size, room - size);
+}
+
+}  // namespace
+
+void* malloc_slowly(std::size_t size) {
+    const unsigned k = class_of(size);
+    if (k == classes) return nullptr;
+    const std::lock_guard lock(mp);
+    if (is_to_fail()) return nullptr;
+    const std::size_t room = class_bytes(k) - sizeof(std::uint64_t);
+    void* const block = size > most_of_platform || is_beyond_limit(size) ? nullptr : ::malloc(room);
+    if (block == nullptr) {
+        say_that_there_is_no_more();
+        return nullptr;
+    }
+    open_up_to(block, size);
+    committed += usable_size(block);
+    count_blocks(1);
+    return block;
+}
+
+void free_slowly(void* pointer) {
+    if (pointer == nullptr) return;
+    const std::lock_guard lock(mp);
+    committed -= usable_size(pointer);
+    count_blocks(-1);
+    ::free(pointer);
+}
+
+void* realloc(void* pointer, std::size_t size) {
+    const std::size_t room = usable_size(pointer);
+    if (size > room || size < room / 4) return moved_block(pointer, size);
+    open_up_to(pointer, size);
+    return pointer;
+}
+
+#else
+
+namespace {
+
 constexpr std::size_t page = 4096;
 // An area starts so many bytes before a cache line that the payload of a counted block (this word and a header of 16
 // bytes) lies on the line: vector loads of large arrays then never straddle one.
@@ -38,12 +135,10 @@ constexpr std::size_t line = 64, lead = 24;
 constexpr std::size_t apart = 5 * line;
 constexpr std::size_t huge = std::size_t{1} << 22;
 
-std::mutex mp;         // held around all below, where several threads can be at it
 void* spare[classes];  // free blocks that any thread may take while memory is shared
 
 std::byte* pre_brk;
 std::size_t pre_brk_left;
-std::size_t committed;  // bytes of the areas that are, or will be, filled: of a large block only what was asked for
 
 constexpr std::size_t usable_bytes(unsigned k) { return class_bytes(k) - sizeof(std::uint64_t); }
 
@@ -59,7 +154,7 @@ void check_alignment(const void* pointer, const char* complaint) {
 bool take_area(unsigned k, std::size_t size) {
     const std::size_t bytes = (class_bytes(k) + page - 1) / page * page + (class_bytes(k) < page ? 0 : page);
     const std::size_t filled = class_bytes(k) >= huge ? size : bytes;
-    if (filled > most_memory - std::min(committed, most_memory)) return false;
+    if (is_beyond_limit(filled)) return false;
     void* const area = sbrk(static_cast<std::intptr_t>(bytes));
     if (area == reinterpret_cast<void*>(-1)) return false;
     committed += filled;
@@ -100,7 +195,6 @@ bool fill_bucket(unsigned k, std::size_t size) {
     for (; pre_brk_left >= class_bytes(k); pre_brk += class_bytes(k), pre_brk_left -= class_bytes(k)) {
         void* const block = pre_brk + sizeof(std::uint64_t);
         push_free(k, block);
-        ASAN_POISON_MEMORY_REGION(block, usable_bytes(k));
     }
     return true;
 }
@@ -131,36 +225,31 @@ void* malloc_slowly(std::size_t size) {
     const unsigned k = class_of(size);
     if (k == classes) return nullptr;
     const std::lock_guard lock(mp);
-#ifdef ONDREL_CHECKS
-    if (fail_countdown > 0 && --fail_countdown == 0) return nullptr;
-#endif
+    if (is_to_fail()) return nullptr;
     if (buckets[k] == nullptr && !fill_bucket(k, size)) {
-        if (!is_shared) std::fputs("No more active memory available\n", stderr);  // or each thread would say so
+        say_that_there_is_no_more();
         return nullptr;
     }
     void* const block = pop_free(k);
     check_alignment(block, "BRRRRRmalloced ");
-    ASAN_UNPOISON_MEMORY_REGION(block, usable_bytes(k));
     check_alignment(buckets[k], "BRRRRRmallocing ");
-#ifdef ONDREL_CHECKS
-    ++live_blocks;
-#endif
+    count_blocks(1);
     return block;
 }
 
 std::size_t usable_size(void* pointer) { return usable_bytes(class_of_block(pointer)); }
+std::size_t readable_size(void* pointer) { return usable_size(pointer); }
 
 void free_slowly(void* pointer) {
     if (pointer == nullptr) return;
     check_alignment(pointer, "BRRRRRfree ");
     const std::lock_guard lock(mp);
     const unsigned k = class_of_block(pointer);
+    count_blocks(-1);
 #ifdef ONDREL_CHECKS
-    --live_blocks;
     std::memset(pointer, 0xdb, std::min<std::size_t>(usable_bytes(k), page));  // a stale reader finds nonsense
 #endif
     push_free(k, pointer);
-    ASAN_POISON_MEMORY_REGION(pointer, usable_bytes(k));
 }
 
 void* realloc(void* pointer, std::size_t size) {
@@ -170,15 +259,12 @@ void* realloc(void* pointer, std::size_t size) {
         std::fputs("\nRealloc: SERIOUS ERROR!", stdout);
         std::fflush(stdout);
     }
-    const std::size_t old = usable_size(pointer);
 #ifndef ONDREL_STRESS  // under stress every block moves
-    if (size <= old && (k < 13 || size > class_bytes(k) / shrink_divisor(k))) return pointer;
+    if (size <= usable_bytes(k) && (k < 13 || size > class_bytes(k) / shrink_divisor(k))) return pointer;
 #endif
-    void* const moved = malloc(size);
-    if (moved == nullptr) return nullptr;
-    std::memcpy(moved, pointer, std::min(size, old));
-    free(pointer);
-    return moved;
+    return moved_block(pointer, size);
 }
+
+#endif
 
 }  // namespace ondrel

@@ -80,13 +80,15 @@ void* realloc(void* pointer, std::size_t size);
 
 // The bytes that the block of `pointer` can hold.
 std::size_t usable_size(void* pointer);
+// Those that may be read: where each byte is watched, as many as were asked for.
+std::size_t readable_size(void* pointer);
 
 // The most bytes that all blocks together may take of the machine's memory. More is refused as if sbrk had failed:
 // the platform would grant it, and kill the process when it is filled.
 extern std::size_t most_memory;
 
-// While several threads work with blocks. Each has free blocks of its own, and takes more from what the main thread had;
-// so neither a lock nor a thread's leavings cost anything at other times.
+// While several threads work with blocks. Each has free blocks of its own, and takes more from what the main thread
+// had; so neither a lock nor a thread's leavings cost anything at other times.
 extern bool is_shared;  // written while the main thread alone runs
 void start_sharing();
 void stop_sharing();

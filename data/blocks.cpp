@@ -60,7 +60,7 @@ void* Reallocate(void* block, std::size_t bytes) {
         return static_cast<BlockHeader*>(start) + 1;
     }
     void* const copy = allocate_block(old->head, bytes);
-    std::memcpy(copy, block, std::min(bytes, usable_size(old) - sizeof(BlockHeader)));
+    std::memcpy(copy, block, std::min(bytes, readable_size(old) - sizeof(BlockHeader)));
     release(block);
     return copy;
 }
