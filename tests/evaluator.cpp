@@ -54,7 +54,8 @@ std::string Evaluator::run(std::string_view text) {
     const std::string copy(text);
     const char* position = copy.c_str();
     Capture capture;
-    while (*position != '\0') {
+    for (const char* before = nullptr; *position != '\0' && position != before;) {  // a byte 255 ends every text
+        before = position;
         if (fill(cells, &variables, nullptr, &position) == 0) continue;
         sp = machine(cells, sp);
         cleanup(cells);
