@@ -57,17 +57,42 @@ void add_byte(std::string& key, std::uint8_t byte) {
     key.push_back(static_cast<char>(byte));
 }
 
-// An ordinary number says nothing of its form.
-void add_form(std::string& key, const DataElement& item) {
-    constexpr std::uint16_t shown_marks = mark::degrees | mark::r_prefix;
-    if (item.form == form::number || item.form == form::unset || item.form == form::selector) return;
+std::span<const double> components_of(const DataElement& item) {
+    switch (item.tag) {
+        case tag::real: return {&item.real, 1};
+        case tag::complex: return item.complex;
+        case tag::quaternion: return item.quaternion;
+        case tag::octonion: return {item.octonion, 8};
+        default: return {};
+    }
+}
+
+// Without the higher halves that are all 0.
+std::span<const double> written_components(const DataElement& item) {
+    std::span<const double> components = components_of(item);
+    const auto is_zero = [](double component) { return component == 0; };
+    while (components.size() > 1 && std::ranges::all_of(components.last(components.size() / 2), is_zero))
+        components = components.first(components.size() / 2);
+    return components;
+}
+
+// An ordinary number says nothing of its form, and a polar one without an angle is an ordinary one.
+void add_form(std::string& key, const DataElement& item, bool has_parts) {
+    constexpr std::uint16_t truths_and_binary = form::boolean | form::logical | form::binary;
+    const bool polar = has_parts && (item.form & form::polar) != 0, prefixed = item.tag >= tag::complex;
+    const auto told = static_cast<std::uint16_t>((item.form & truths_and_binary) | (polar ? form::polar : 0));
+    const auto marks = static_cast<std::uint16_t>(item.marks & ((polar ? mark::degrees : 0) |
+                                                                (prefixed ? mark::r_prefix : 0)));
+    if (told == 0 && marks == 0) return;
     key.push_back('f');
-    itox(key, item.form);
-    if (item.marks & shown_marks) itox(key, item.marks & shown_marks);
+    itox(key, told);
+    if (marks != 0) itox(key, marks);
     key.push_back(',');
 }
 
 void add_components(std::string& key, std::span<const double> components) {
+    if (components.size() == 1) return realtox(key, components[0]);
+    key.push_back(components.size() == 2 ? 'i' : components.size() == 4 ? 'k' : 'o');
     for (const double component : components) {
         realtox(key, component);
         key.push_back(',');
@@ -83,8 +108,9 @@ void add_item(std::string& key, const DataElement& item, const DataElement* fram
         key.push_back(')');
         return;
     }
+    const std::span<const double> components = written_components(item);
     key.push_back('\\');
-    add_form(key, item);
+    add_form(key, item, components.size() > 1);
     switch (item.tag) {
         case tag::ascii:
             key.push_back('\'');
@@ -95,19 +121,10 @@ void add_item(std::string& key, const DataElement& item, const DataElement* fram
             itox(key, item.unicode);
             break;
         case tag::integer: itox(key, item.integer); break;
-        case tag::real: realtox(key, item.real); break;
+        case tag::real:
         case tag::complex:
-            key.push_back('i');
-            add_components(key, item.complex);
-            break;
         case tag::quaternion:
-            key.push_back('k');
-            add_components(key, item.quaternion);
-            break;
-        case tag::octonion:
-            key.push_back('o');
-            add_components(key, {item.octonion, 8});
-            break;
+        case tag::octonion: add_components(key, components); break;
         case tag::file:
             key.push_back('F');
             itox(key, reinterpret_cast<std::intptr_t>(item.file));
@@ -133,13 +150,21 @@ void add_value(std::string& key, const DataElement& value, const DataElement* fr
     key.append(scalar ? ")`" : ")");
 }
 
+// A name ends at a blank. One that could be taken for another so, or with its prefix, is told with its length.
 void add_name(std::string& key, std::string_view prefix, const DataElement& cell) {
+    constexpr std::string_view prefixes = "_$.%&";
+    const std::string_view name = cell.text == nullptr ? "" : cell.text;
+    const bool has_blank = std::ranges::any_of(name, [](unsigned char byte) { return byte <= ' '; });
     key.append(prefix);
-    if (cell.text != nullptr) key.append(cell.text);
-    key.push_back(' ');
+    if (has_blank || (!name.empty() && prefixes.find(name[0]) != prefixes.npos)) {
+        key.push_back(' ');
+        itox(key, static_cast<std::int64_t>(name.size()));
+        key.push_back(':');
+    }
+    key.append(name).push_back(' ');
 }
 
-// Numbers, where a listing would have the texts of the instructions.
+// Numbers, where a listing would have the texts of the instructions; a label has its name too.
 void add_operator(std::string& key, const DataElement& cell) {
     key.push_back('o');
     for (const std::int64_t number :
@@ -147,6 +172,10 @@ void add_operator(std::string& key, const DataElement& cell) {
         itox(key, number);
         key.push_back(',');
     }
+    const bool idle = is_instruction(cell, Instruction::NOOP) ||
+                      (cell.type & CONDITIONAL && cell.modifier == static_cast<std::uint16_t>(Instruction::NOOP));
+    const std::uint32_t second = cell.type & CONDITIONAL ? cell.elements : cell.modifier;
+    if (idle && second == static_cast<std::uint32_t>(Instruction::SLIL)) add_name(key, "%", cell);
 }
 
 void add_function(std::string& key, const DataElement& function, const DataElement* frame_base) {

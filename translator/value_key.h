@@ -1,5 +1,7 @@
 // A compact text that stands for a value as a name does: equal values have equal keys, different ones different keys.
-// The key of a flat text is the text itself, so that a text names what its plain spelling names.
+// Numbers are equal if they print alike, of whatever kind and form; so truth values, binary and polar numbers and those
+// with a prefix are others. The key of a flat text is the text itself, so that a text names what its plain spelling
+// names.
 #pragma once
 
 #include <string>
