@@ -91,14 +91,16 @@ DataElement dealt_numbers(double range, double divisor, std::uint32_t count) {
     return result.take();
 }
 
-// Seeds the streams of all threads, each apart from the others.
+// Seeds the streams of all threads that have been started, each apart from the others.
 void seed_all(std::int64_t value) {
+    const std::uint32_t at_work = std::exchange(processors, cpus);
     const Kernel kernel = [](void* published, std::uint32_t thread) {
         SEED_PRNGS(thread, prngs_seed, *static_cast<const std::int64_t*>(published));
         return true;
     };
     post(kernel, &value, 0);
     collect();
+    processors = at_work;
 }
 
 }  // namespace
