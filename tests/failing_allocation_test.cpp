@@ -43,7 +43,7 @@ std::vector<std::string> stack_texts(const Evaluator& evaluator) {
     return texts;
 }
 
-// One sentence, and nothing of what may be left of it when its translation fails.
+// One sentence. Nothing of it is left when its translation fails.
 std::string run_one(Evaluator& evaluator, const char* sentence) {
     static std::array<DataElement, sentence_cells> cells;
     testing::internal::CaptureStdout();
@@ -51,6 +51,8 @@ std::string run_one(Evaluator& evaluator, const char* sentence) {
     if (fill(cells.data(), &variables, nullptr, &sentence) > 0) {
         evaluator.sp = machine(cells.data(), evaluator.sp);
         cleanup(cells.data());
+    } else {
+        EXPECT_STREQ(sentence, "");
     }
     const std::string errors = testing::internal::GetCapturedStderr();
     return errors + testing::internal::GetCapturedStdout();

@@ -26,10 +26,10 @@ bool ends_name(int c, bool address) {
 }
 
 std::string take_quoted() {
-    std::string name;
-    for (int c; (c = peek(0)) >= 0 && c != unquote; consume(1)) name.push_back(static_cast<char>(c));
-    if (peek(0) >= 0) consume(1);
-    return name;
+    std::size_t length = 0;
+    while (peek(length) >= 0 && peek(length) != unquote) ++length;
+    const Taken taken{length + (peek(length) >= 0 ? 1 : 0)};
+    return std::string(ahead(length));
 }
 
 // Only a few bytes end a plain name; some are no part of it and go to the standard output.

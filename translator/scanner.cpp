@@ -20,11 +20,16 @@
 namespace ondrel {
 namespace {
 
+// BREAK leaves the sentence where it is.
+struct Left {};
+
 enum class Condition { sentence, vector, shape, text, mask_word, address };
 
 Condition condition;
 Newline newline_means;
-std::size_t refused_levels;            // parentheses opened beyond the deepest level
+bool stuck;                            // the last step was left by an error
+std::size_t open_literals;             // parentheses and quotes that are to be closed again
+std::size_t refused_levels;            // of these, those that nothing is kept of
 std::vector<std::int64_t> dimensions;  // of the shape being read
 
 // The text of a token as it was typed: the token's own, unless there are gaps in it.
@@ -118,28 +123,33 @@ void read_comment() {
         }
     if (c < 0 && !bracketed) return copy_out(at);
     const std::size_t length = c < 0 ? bracket : at;
+    const Taken taken{length + 1};
     emit_value(operator_cell(Instruction::NOOP, Instruction::CONTEXT, stringdup(ahead(length))));
-    consume(length + 1);
 }
 
 // ---- literals
 
-// Opens a level, or counts it as refused: 807, and nothing of the sentence is kept.
-void open_level(bool (*open)()) {
+// Takes the bytes that open a level, and opens it or counts it as refused: 807, and nothing of the sentence is kept.
+void begin_level(std::size_t length, bool (*open)(), Condition inside) {
+    consume(length);
+    condition = inside;
+    ++open_literals;
     if (refused_levels == 0 && open()) return;
     if (refused_levels++ == 0) overflow();
 }
 
-void close_literal_level() {
-    condition = Condition::vector;
+void end_level() {
     if (refused_levels > 0) {
         --refused_levels;
         return;
     }
     DataElement literal;
-    if (!close_level(literal)) return;
-    condition = Condition::sentence;
-    emit_value(literal);
+    if (close_level(literal)) emit_value(literal);
+}
+
+void take_level_end(std::size_t length) {
+    consume(length);
+    condition = --open_literals == 0 ? Condition::sentence : Condition::vector;
 }
 
 void begin_shape(std::size_t length) {
@@ -165,9 +175,9 @@ void scan_shape() {
         else if (refused_levels == 0)
             dimensions.push_back(item.integer);
     } else if (peek(0) == ']') {
-        consume(1);
+        take_level_end(1);
         if (refused_levels == 0) close_shape(dimensions, {nullptr, cursor});
-        close_literal_level();
+        end_level();
     } else if ((peek(0) == ' ' || peek(0) == '\t') && !inside_another()) {
         consume(1);
     } else {
@@ -179,8 +189,8 @@ void scan_text() {
     const int c = peek(0);
     if (c == '\'' && peek(1) != '\'') {
         if (const std::size_t shape = shape_follows(1, true)) return begin_shape(shape);
-        consume(1);
-        return close_literal_level();
+        take_level_end(1);
+        return end_level();
     }
     if (c == '"') return copy_out(1);
     if (c == '`')
@@ -206,12 +216,7 @@ void scan_quote() {
         length = peek(3) == '\'' ? 4 : 3;
     else if (peek(1) >= 0 && peek(1) != '\'' && peek(1) != '\n' && peek(2) == '\'')
         length = 3;
-    if (length == 0) {
-        consume(1);
-        open_level(open_text);
-        condition = Condition::text;
-        return;
-    }
+    if (length == 0) return begin_level(1, open_text, Condition::text);
     DataElement item{};
     item.head = make_head(tag::ascii, form::unset);
     item.ascii = static_cast<std::uint8_t>(peek(1));
@@ -222,15 +227,12 @@ void scan_quote() {
 void scan_vector() {
     const int c = peek(0);
     if (c == ' ' || c == '\t' || c == '\r' || c == '\n') return consume(1);
-    if (c == '(') {
-        consume(1);
-        return open_level(open_vector);
-    }
+    if (c == '(') return begin_level(1, open_vector, Condition::vector);
     if (c == ')') {
         const std::size_t closed = peek(1) == '`' ? 2 : 1;
         if (const std::size_t shape = shape_follows(closed, false)) return begin_shape(shape);
-        consume(closed);
-        return close_literal_level();
+        take_level_end(closed);
+        return end_level();
     }
     if (c == '\'') return scan_quote();
     std::int64_t integer = 0;
@@ -305,7 +307,7 @@ bool act(const TokenMatch& match) {
         case TokenAction::leave:
             if (is_shadowed(token.text)) break;
             stepping = false;
-            throw Unwind{};
+            throw Left{};
         case TokenAction::system_word: ondrel_op = true; break;
         case TokenAction::address: condition = Condition::address; break;
         case TokenAction::open_definition: open_definition(ahead(match.length), static_cast<int>(row.value)); break;
@@ -324,18 +326,9 @@ bool act(const TokenMatch& match) {
             consume(match.length);
             read_comment();
             return false;
-        case TokenAction::vector:
-            open_level(open_vector);
-            condition = Condition::vector;
-            break;
-        case TokenAction::enclosed:
-            open_level(open_enclosed);
-            condition = Condition::vector;
-            break;
-        case TokenAction::text:
-            open_level(open_text);
-            condition = Condition::text;
-            break;
+        case TokenAction::vector: begin_level(match.length, open_vector, Condition::vector); return false;
+        case TokenAction::enclosed: begin_level(match.length, open_enclosed, Condition::vector); return false;
+        case TokenAction::text: begin_level(match.length, open_text, Condition::text); return false;
         case TokenAction::nil: emit_value(make_empty()); break;
         case TokenAction::real_constant:
         case TokenAction::selector_constant:
@@ -408,6 +401,7 @@ void yylex() {
             case Condition::mask_word: scan_mask_word(); break;
             case Condition::address: scan_address(); break;
         }
+        stuck = false;
     }
 }
 
@@ -419,16 +413,32 @@ int nothing_to_run() {
     return 0;
 }
 
+// After an error that left the translation: the rest of the sentence is read and forgotten.
+void drop_sentence() {
+    abandon_literal();
+    refused_levels = open_literals;
+    if (open_literals == 0) condition = Condition::sentence;
+    dropping = true;
+    drop_stream();
+}
+
 int translate() {
-    try {
-        yylex();
-    } catch (const Unwind&) {
-        return nothing_to_run();
-    } catch (const std::bad_alloc&) {
-        exception(27);
-        return nothing_to_run();
+    for (stuck = false;;) {
+        try {
+            if (stuck && peek(0) < 0) return nothing_to_run();
+            yylex();
+            return dropping ? nothing_to_run() : end_stream();
+        } catch (const Left&) {
+            return nothing_to_run();
+        } catch (const Unwind&) {
+        } catch (const std::bad_alloc&) {
+            exception(27);
+        }
+        drop_sentence();
+        if (!std::exchange(stuck, true)) continue;
+        if (waiting.empty()) return nothing_to_run();
+        consume(1);
     }
-    return dropping ? nothing_to_run() : end_stream();
 }
 
 }  // namespace
@@ -438,7 +448,7 @@ int fill(DataElement* cells, const Chain* tables, std::FILE* stream, const char*
     open_source(stream, text == nullptr ? nullptr : *text);
     begin_stream(cells, tables, locals);
     condition = Condition::sentence;
-    refused_levels = 0;
+    open_literals = refused_levels = 0;
     newline_means = newline;
 
     sigjmp_buf recovery;

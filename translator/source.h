@@ -30,6 +30,12 @@ inline int peek_number(std::size_t at) {
 inline std::string_view ahead(std::size_t length) { return waiting.substr(0, length); }
 inline void consume(std::size_t length) { waiting.remove_prefix(length); }
 
+// Bytes that have been looked at, consumed at the end of the scope, also where an error leaves it.
+struct Taken {
+    std::size_t length;
+    ~Taken() { consume(length); }
+};
+
 // Behind the last byte taken from the text in memory.
 const char* text_position();
 
