@@ -95,13 +95,14 @@ void refuse_sentence() {
 // A level has come to the end of its room, which a body may have more of.
 void make_room() {
     const std::ptrdiff_t used = cursor - level().cells;
-    if (used >= sentence_cells) {
+    const std::ptrdiff_t most = sentence_cells + (inside_function() ? 1 : 0);  // a header cell is none of the body
+    if (used >= most) {
         refuse_sentence();
         --cursor;  // the last one that was written
         return drop_stream();
     }
     --cursor;  // what can be given back if there is no memory
-    const std::ptrdiff_t room = std::min<std::ptrdiff_t>(2 * used, sentence_cells + 1);
+    const std::ptrdiff_t room = std::min(2 * used, most);
     level().cells =
         static_cast<DataElement*>(Reallocate(level().cells, static_cast<std::size_t>(room) * sizeof(DataElement)));
     level().header.data_pointer = level().cells;
@@ -219,11 +220,20 @@ DataElement name_cell(std::int32_t rank, std::uint32_t type, Instruction scope, 
 
 bool is_shadowed(std::string_view spelling) { return !ondrel_op && checkmeaning(level().tables, spelling) != nullptr; }
 
+namespace {
+
+// Writes the user's name of this spelling, if there is one that counts.
+bool emit_users_name(std::string_view spelling) {
+    Entry* const entry = std::exchange(ondrel_op, false) ? nullptr : checkmeaning(level().tables, spelling);
+    if (entry == nullptr) return false;
+    emit_value(name_cell(kind::VARIABLE, ISVARIABLE | ISOPERATOR, Instruction::SGIG, spelling, entry));
+    return true;
+}
+
+}  // namespace
+
 bool oper(char* text, Instruction instruction, Instruction second) {
-    Entry* const entry = ondrel_op ? nullptr : checkmeaning(level().tables, text);
-    ondrel_op = false;
-    if (entry != nullptr) {
-        emit_value(name_cell(kind::VARIABLE, ISVARIABLE | ISOPERATOR, Instruction::SGIG, text, entry));
+    if (emit_users_name(text)) {
         release(text);
         return false;
     }
@@ -262,6 +272,7 @@ void cut_last_word(DataElement& cell) {
 
 // Without a verb the cell before is lost.
 void combine(std::string_view spelling, Instruction instruction) {
+    if (emit_users_name(spelling)) return;
     if (cursor > first_cell()) --cursor;
     DataElement& verb = *cursor;
     if (verb.rank != kind::OPERATOR) {
@@ -281,6 +292,7 @@ void combine(std::string_view spelling, Instruction instruction) {
 // condition: the cell before is then the function's own header. What does nothing under one condition does nothing
 // under two: the later one takes the place of the earlier, so that the last word of the text is always the condition's.
 void make_conditional(char* spelling, Instruction instruction) {
+    if (emit_users_name(spelling)) return;
     if (cursor == first_cell() && !inside_function()) return report(instruction == Instruction::IF_YES ? 147 : 148);
     DataElement& cell = cursor[-1];
     if (cell.rank == kind::FUNCTION) {

@@ -65,7 +65,8 @@ bool is_shadowed(std::string_view spelling);
 
 // The cell before takes one more word into its text, apart by a blank.
 void grow_text(DataElement& cell, std::string_view word);
-// REDUCE and its kin take the verb before them as their second instruction: 79 or 74 if there is none.
+// REDUCE and its kin take the verb before them as their second instruction: 79 or 74 if there is none. A name of the
+// user's goes before, here and below.
 void combine(std::string_view spelling, Instruction instruction);
 // IF_YES or IF_NO makes the cell before conditional.
 void make_conditional(char* spelling, Instruction instruction);

@@ -18,6 +18,7 @@
 #include "translator/emission.h"
 #include "translator/names.h"
 #include "translator/value_key.h"
+#include "translator/vocabulary.h"
 
 namespace ondrel {
 namespace {
@@ -305,7 +306,7 @@ void put_enclosed(Output& out, int indent, DataElement& value) {
 }
 
 void put_condition(Output& out, const DataElement& cell) {
-    if (cell.type & CONDITIONAL) out.put(cell.type & YES ? " IF_YES" : " IF_NO");
+    if (cell.type & CONDITIONAL) out.put(system_word(cell.type & YES ? "IF_YES" : "IF_NO", out.tables));
 }
 
 void put_value(Output& out, int indent, DataElement& value) {
@@ -363,8 +364,7 @@ void put_idle(Output& out, std::string_view text, std::uint32_t second, std::str
     } else {
         out.put(system_word(text, out.tables));
     }
-    if (!condition.empty()) out.put(' ');
-    out.put(condition);
+    if (!condition.empty()) out.put(system_word(condition, out.tables));
     out.put('\n');
 }
 
@@ -380,8 +380,7 @@ void put_listed_operator(Output& out, int indent, const DataElement& cell) {
     if (closes || (is_conditional(cell) && cell.modifier == function_below)) {
         // A body that the end of its sentence has closed is closed by itself where it is read again.
         const bool by_force = closes && text != ";" && text != name_of(cell);
-        out.put(' ');
-        out.put(by_force ? ";" : text);
+        out.put(closes ? std::string(" ").append(by_force ? ";" : text) : system_word(text, out.tables));
     } else {
         out.put(system_word(text, out.tables));
     }
@@ -568,14 +567,22 @@ void dump(std::FILE* stream, const char* prefix, DataElement& element) {
     PrintOut = false;
 }
 
-// The text of a verb can go on with those that modify it: a name of the user's takes the place of the first words, too.
+// The text of a verb can go on with words that modify it. A name of the user's would take the place of the first words,
+// and of any that changes the verb.
 std::string system_word(std::string_view word, const Chain* tables) {
     bool is_users = false;
     for (std::size_t end = 0; end != word.npos && !is_users;) {
         end = word.find(' ', end + 1);
         is_users = checkmeaning(tables, word.substr(0, end)) != nullptr;
     }
-    return std::string(is_users ? " :: " : " ").append(word);
+    std::string text = is_users ? " ::" : "";
+    for (std::size_t begin = 0, end = 0; begin <= word.size(); begin = end + 1) {
+        end = std::min(word.find(' ', begin), word.size());
+        const std::string_view part = word.substr(begin, end - begin);
+        const bool changes = begin > 0 && changes_cell_before(part) && checkmeaning(tables, part) != nullptr;
+        text.append(changes ? " :: " : " ").append(part);
+    }
+    return text;
 }
 
 std::string quoted_address(std::string_view name, const Chain* tables) {

@@ -295,6 +295,10 @@ bool act(const TokenMatch& match) {
         case TokenAction::combine: combine(token.text, row.instruction); break;
         case TokenAction::condition: make_conditional(token.text, row.instruction); break;
         case TokenAction::modify_mask:
+            if (is_shadowed(token.text)) {
+                oper(token.text, Instruction::NIHIL);
+                break;
+            }
             cursor->text = token.text;
             cursor->modifier = static_cast<std::uint16_t>(row.instruction);
             condition = Condition::mask_word;

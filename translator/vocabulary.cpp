@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <string>
 #include <vector>
 
 namespace ondrel {
@@ -436,5 +437,13 @@ static_assert(spellings_unique());
 }  // namespace
 
 constinit const std::span<const TokenRow> sentence_rows = sentence_table, constant_rows = constant_table;
+
+bool changes_cell_before(std::string_view spelling) {
+    const std::string among = std::string(" ").append(spelling) + ' ';
+    return std::ranges::any_of(sentence_rows, [&](const TokenRow& row) {
+        const bool changes = row.action == TokenAction::combine || row.action == TokenAction::condition;
+        return changes && (std::string(" ").append(row.spellings) + ' ').find(among) != std::string::npos;
+    });
+}
 
 }  // namespace ondrel

@@ -47,4 +47,7 @@ struct TokenRow {
 // newlines, double quotes and bars. A constant whose spelling begins with - has the negated value.
 extern const std::span<const TokenRow> sentence_rows, constant_rows;
 
+// Whether the spelling is that of a token that changes the cell before it.
+bool changes_cell_before(std::string_view spelling);
+
 }  // namespace ondrel
