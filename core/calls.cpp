@@ -57,6 +57,20 @@ void release_function(DataElement* stream) {
     dereferencepoint(function);
 }
 
+StackAsFound::StackAsFound(Activation& outer, std::ptrdiff_t exchanged)
+    : activation(outer), untouched(outer.sp - exchanged), kept(untouched + 1, outer.sp + 1) {
+    for (const DataElement& element : kept) referencepoint(element);
+}
+
+StackAsFound::~StackAsFound() {
+    while (is_wanted && activation.sp > untouched) dereferencepoint(*activation.sp--);
+    for (DataElement& element : kept)
+        if (is_wanted)
+            *++activation.sp = element;
+        else
+            dereferencepoint(element);
+}
+
 Outcome call(Activation& caller, DataElement* stream) { return Entered(caller, stream, {})(); }
 
 Outcome call_top(Activation& caller, CallOptions options) {

@@ -4,7 +4,9 @@
 
 #include <cstdio>
 #include <memory>
+#include <new>
 #include <string>
+#include <vector>
 
 #include "core/activation.h"
 #include "core/native_stack.h"
@@ -108,6 +110,24 @@ private:
     Activation callee;
     const Chain* tables;  // in force at the start of a run
     bool own_frame, inside_run = false, ended = false;
+};
+
+// The stack as a verb has found it that runs a function again and again. If the verb does not come to its end, what is
+// new on top goes, and the topmost `exchanged` elements, which the function may take for others, are put back.
+class StackAsFound {
+public:
+    explicit StackAsFound(Activation& activation, std::ptrdiff_t exchanged = 0);
+    ~StackAsFound();
+    StackAsFound(const StackAsFound&) = delete;
+    StackAsFound& operator=(const StackAsFound&) = delete;
+
+    void let_go() { is_wanted = false; }
+
+private:
+    Activation& activation;
+    DataElement* const untouched;
+    std::vector<DataElement> kept;
+    bool is_wanted = true;
 };
 
 // Calls the function of this stream, whose arguments are on top of the stack. The stream is kept alive while it runs.

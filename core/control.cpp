@@ -13,6 +13,7 @@
 #include "numbers/random.h"
 #include "numbers/truth.h"
 #include "translator/emission.h"
+#include "translator/literals.h"
 #include "verbs/scalar/items.h"
 
 namespace ondrel {
@@ -232,33 +233,19 @@ namespace {
 // The numbers that LOOP gives its function, one after the other, in one block as long as nobody keeps it.
 class Counter {
 public:
-    explicit Counter(DataElement* block) : items(block) {}
-    Counter(const Counter&) = delete;
-    Counter& operator=(const Counter&) = delete;
-    ~Counter() { drop(); }
-
     // Writes the number to a slot of the stack that holds nothing.
     void put(DataElement& slot, std::int64_t value) {
-        if (!sole_holder(items) || !is_plain(*items)) {
-            DataElement* const fresh = allocate_items(1);
-            drop();
-            items = fresh;
-            *items = {};
+        if (last.record.data_pointer == nullptr || !sole_holder(items_of(last.record))) {
+            dereferencepoint(last.record);
+            last.record = constant(tag::integer);
         }
-        items->head = make_head(tag::integer, form::number);
-        items->integer = value;
-        reference_alone(items);
-        fill_scalar(slot, items);
+        items_of(last.record)->integer = value;
+        referencepoint(last.record);
+        fill_scalar(slot, items_of(last.record));
     }
 
 private:
-    DataElement* items;
-
-    void drop() {
-        DataElement last;
-        fill_scalar(last, items);
-        dereferencepoint(last);
-    }
+    Owner last;
 };
 
 // One pass with the counter on top: the stack must come back to where it stood before.
@@ -286,22 +273,27 @@ Outcome loop(Activation& activation) {
         return fail(977, activation);
     const std::int64_t passes = items_of(count)->integer;
     const Owner function(*activation.sp--);
-    Counter counter(items_of(*activation.sp--));
-    if (passes == 0) return Outcome::next;
-    if (function.record.locals != 0) return fail(988, activation);
     const int arguments = function.record.depth;
+    // A pass of LOOP takes the arguments below the count for others; what REPEAT has done stays done.
+    const std::ptrdiff_t exchanged = counts ? std::clamp<std::ptrdiff_t>(arguments - 1, 0, activation.height() - 1) : 0;
+    StackAsFound found(activation, exchanged + 1);
+    dereferencepoint(*activation.sp--);
+    Counter counter;
+    if (passes != 0 && function.record.locals != 0) return fail(988, activation);
     Entered body(activation, static_cast<DataElement*>(function.record.data_pointer),
                  {.own_names = false, .in_callers_frame = !counts});
     for (std::int64_t i = 1; i <= passes; ++i) {
         if (arguments > 0 && activation.sp - activation.argument_floor + 1 < arguments - 1)
             return fail(800, activation);
         if (counts && arguments < 0) return fail(979, activation);
+        if (!counts) found.let_go();
         if (i > 1) body.again();
         const Outcome outcome = counts ? counted_pass(activation, body, arguments > 0, counter, i) : body();
         if (outcome != Outcome::next) return outcome;
         heed_attention();  // a body of no cells does not
     }
     operations += static_cast<double>(passes);
+    found.let_go();
     return Outcome::next;
 }
 

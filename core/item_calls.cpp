@@ -25,10 +25,10 @@ void put_value_of(const void* block, std::size_t i, DataElement& slot) {
 }  // namespace
 
 ItemCalls::ItemCalls(Activation& outer, const DataElement& function, std::uint32_t n)
-    : activation(outer), body(outer, static_cast<DataElement*>(function.data_pointer), {}), made(n) {}
+    : activation(outer), operands(outer), body(outer, static_cast<DataElement*>(function.data_pointer), {}), made(n) {}
 
 Outcome ItemCalls::on_item(const void* block, std::size_t i) {
-    if (is_full(activation)) return full_stack(activation);
+    if (is_full(activation)) return fail(806, activation);
     put_value_of(block, i, activation.sp[1]);
     return on_top();
 }

@@ -8,7 +8,8 @@ namespace ondrel {
 
 class ItemCalls {
 public:
-    // Of this function, of one argument, for n items, at least one.
+    // Of this function, of one argument, for n items, at least one. What an error leaves above the operands goes with
+    // the calls.
     ItemCalls(Activation& outer, const DataElement& function, std::uint32_t n);
 
     // Runs the function on item i of the block, a nested value as it is, or on a value, which it takes over, above what
@@ -25,6 +26,7 @@ private:
     Outcome on_top();
 
     Activation& activation;
+    StackAsFound operands;  // outlives the body
     Entered body;
     GrowingItems made;
     bool is_first = true;
