@@ -12,16 +12,10 @@ Outcome fail(int number, const Activation& activation) {
     return Outcome::abandon;
 }
 
-Outcome full_stack(const Activation& activation) {
-    constexpr int deepest_that_goes_on = 1;
-    if (activation.level > deepest_that_goes_on) raise(806, activation.site());
-    return fail(806, activation);
-}
-
 Outcome push(Activation& activation, const DataElement& owned) {
     if (is_full(activation)) {
         Owner refused(owned);
-        return full_stack(activation);
+        return fail(806, activation);
     }
     *++activation.sp = owned;
     return Outcome::next;

@@ -64,8 +64,6 @@ inline Activation inside(const Activation& outer, DataElement* code, std::uint32
 
 // Reports an error of the machine's own.
 Outcome fail(int number, const Activation& activation);
-// 806. Two calls deep or more a full stack is a runaway recursion: it unwinds to the prompt.
-Outcome full_stack(const Activation& activation);
 
 // Makes room for one more value, or reports 806.
 inline bool is_full(const Activation& activation) { return activation.sp > stacktop; }

@@ -82,7 +82,7 @@ public:
             if (base < caller.argument_floor) return fail(800, caller);
             callee.frame_base = base;
             callee.argument_floor = base + stream->locals;
-            if (stream->locals != 0 && !lay_out(callee, base, stream->locals)) return full_stack(caller);
+            if (stream->locals != 0 && !lay_out(callee, base, stream->locals)) return fail(806, caller);
         }
         inside_run = true;
         const Outcome outcome = run(callee);

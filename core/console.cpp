@@ -33,7 +33,7 @@ Outcome print_top(Activation& activation) {
 }
 
 Outcome input(Activation& activation) {
-    if (is_full(activation)) return full_stack(activation);
+    if (is_full(activation)) return fail(806, activation);
     const DataElement* const before = activation.sp;
     Sentence sentence = typed_sentence(activation, Newline::ends);
     if (sentence.runs()) run_inside(activation, sentence, true);
@@ -41,7 +41,7 @@ Outcome input(Activation& activation) {
 }
 
 Outcome quoted_input(Activation& activation) {
-    if (is_full(activation)) return full_stack(activation);
+    if (is_full(activation)) return fail(806, activation);
     std::fflush(stdout);
     std::string line;
     for (int byte; (byte = std::getc(stdin)) != '\n' && byte != EOF;) line.push_back(static_cast<char>(byte));
@@ -95,7 +95,7 @@ Outcome sleep_top(Activation& activation) {
 // The Julian date.
 Outcome push_time(Activation& activation) {
     constexpr double days_per_second = 1.1574074074074073e-05, epoch = 2440587.5, microsecond = 1e-6;
-    if (is_full(activation)) return full_stack(activation);
+    if (is_full(activation)) return fail(806, activation);
     timeval now{};
     gettimeofday(&now, nullptr);
     DataElement item{};

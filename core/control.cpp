@@ -252,7 +252,7 @@ private:
 Outcome counted_pass(Activation& activation, Entered& function, bool takes_counter, Counter& counter, std::int64_t i) {
     const DataElement* const before = activation.sp;
     if (takes_counter) {
-        if (is_full(activation)) return full_stack(activation);
+        if (is_full(activation)) return fail(806, activation);
         counter.put(activation.sp[1], i);
         ++activation.sp;
     }

@@ -34,7 +34,7 @@ Outcome ItemCalls::on_item(const void* block, std::size_t i) {
 }
 
 Outcome ItemCalls::on_value(Owner& value) {
-    if (is_full(activation)) return full_stack(activation);
+    if (is_full(activation)) return fail(806, activation);
     activation.sp[1] = value.take();
     return on_top();
 }

@@ -33,7 +33,7 @@ Outcome stop_with(const char* text) {
 
 Outcome push_copy(Activation& activation, const DataElement& value) {
     if (is_full(activation)) [[unlikely]]
-        return full_stack(activation);
+        return fail(806, activation);
     DataElement& slot = *++activation.sp;
     slot = value;
     referencepoint(slot);
@@ -96,7 +96,7 @@ DataElement* slot_of(const Activation& activation) {
 Outcome push_local(Activation& activation) {
     const DataElement& slot = *slot_of(activation);
     if (is_full(activation)) [[unlikely]]
-        return full_stack(activation);
+        return fail(806, activation);
     if (slot.rank == kind::VARIABLE) return fail(23, activation);
     return push_copy(activation, slot);
 }

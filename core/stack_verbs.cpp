@@ -25,7 +25,7 @@ void drop_above(Activation& activation, const DataElement* last_kept) {
 }
 
 Outcome push_integer(Activation& activation, std::int64_t value) {
-    if (is_full(activation)) return full_stack(activation);
+    if (is_full(activation)) return fail(806, activation);
     DataElement item{};
     item.head = make_head(tag::integer, form::number);
     item.integer = value;
@@ -85,7 +85,7 @@ Outcome swap_top(Activation& activation) {
 }
 
 Outcome duplicate(Activation& activation) {
-    if (is_full(activation)) return full_stack(activation);
+    if (is_full(activation)) return fail(806, activation);
     DataElement* const literal = activation.cell + 1;
     LiteralForm* const form =
         activation.fuses && activation.sp < stacktop ? literal_form_behind(*activation.sp, literal) : nullptr;
@@ -105,7 +105,7 @@ Outcome duplicate(Activation& activation) {
 }
 
 Outcome push_mark(Activation& activation) {
-    if (is_full(activation)) return full_stack(activation);
+    if (is_full(activation)) return fail(806, activation);
     DataElement mark = *activation.cell;
     mark.type &= ~(CONDITIONAL | YES);
     referencepoint(mark);
