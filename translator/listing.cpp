@@ -1,6 +1,7 @@
 #include "translator/listing.h"
 
 #include <algorithm>
+#include <set>
 #include <span>
 #include <string>
 
@@ -43,14 +44,18 @@ bool holds_files(const DataElement& value) {
     });
 }
 
+// A table can stand in the chain more than once.
 template <class Visit>
 void for_each_listed(const Chain* tables, bool functions, Visit visit) {
-    for (const Chain* link = tables; link != nullptr; link = link->previous)
+    std::set<const Table*> listed;
+    for (const Chain* link = tables; link != nullptr; link = link->previous) {
+        if (!listed.insert(link->table).second) continue;
         for_each_entry(link->table, [&](Entry& entry) {
             const bool function = entry.value.rank == kind::FUNCTION;
             if (has_value(entry.value) && function == functions && checkmeaning(tables, entry.name) == &entry)
                 visit(entry);
         });
+    }
 }
 
 }  // namespace
