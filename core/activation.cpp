@@ -5,6 +5,7 @@
 namespace ondrel {
 
 DataElement stack[stack_slots + 1];
+std::uint64_t slot_owners[stack_slots + 1];
 
 Outcome fail(int number, const Activation& activation) {
     wait_for_coprocessors();

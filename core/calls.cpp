@@ -25,9 +25,11 @@ DataElement empty_local() {
 }  // namespace
 
 bool lay_out(Activation& callee, DataElement* base, std::ptrdiff_t locals) {
+    static std::uint64_t last_owner = 0;
     if (callee.sp + locals > stack + stack_slots) return false;
     std::move_backward(base, callee.sp + 1, callee.sp + 1 + locals);
     std::fill_n(base, locals, empty_local());
+    std::fill_n(slot_owners + (base - stack), locals, ++last_owner);
     callee.sp += locals;
     callee.locals = static_cast<std::uint16_t>(locals);
     return true;
@@ -41,7 +43,12 @@ void release_contexts(Activation& activation) {
     }
 }
 
+void give_up_frame(const Activation& activation) {
+    std::fill_n(slot_owners + (activation.argument_floor - activation.locals - stack), activation.locals, 0);
+}
+
 void leave_frame(Activation& activation) {
+    give_up_frame(activation);
     const std::ptrdiff_t locals = std::exchange(activation.locals, 0);
     if (locals == 0) return;
     DataElement* const base = activation.argument_floor - locals;
@@ -80,10 +87,11 @@ Outcome call_top(Activation& caller, CallOptions options) {
 
 // ---- sentences
 
-Sentence::Sentence(const Chain* tables, std::FILE* source, const char** text, Newline newline, std::uint16_t locals)
+Sentence::Sentence(const Chain* tables, const Table* names_around, std::FILE* source, const char** text,
+                   Newline newline, std::uint16_t locals)
     : stream(allocate_items(sentence_cells)) {
     *stream = {};
-    const int filled = fill(stream.get(), tables, source, text, newline, locals);
+    const int filled = fill(stream.get(), tables, source, text, newline, locals, names_around);
     if (filled == 0) return;
     translated = true;
     count = static_cast<std::uint32_t>(filled) - 1;
@@ -115,7 +123,7 @@ Sentence typed_sentence(const Activation& activation, Newline newline, const std
     const Waiting waiting;
     std::fputs(prompt.c_str(), stdout);
     std::fflush(stdout);
-    return {activation.tables, stdin, nullptr, newline, locals};
+    return {activation.tables, names_of_function(activation), stdin, nullptr, newline, locals};
 }
 
 namespace {
@@ -149,7 +157,7 @@ void run_text(Activation& caller, const std::string& text) {
     const char* const end = position + text.size();
     while (position < end) {
         const char* const before = position;
-        Sentence sentence(caller.tables, nullptr, &position);
+        Sentence sentence(caller.tables, names_of_function(caller), nullptr, &position);
         if (sentence.runs()) run_inside(caller, sentence);
         if (position == before) return;  // a byte that ends every text
     }
@@ -157,7 +165,7 @@ void run_text(Activation& caller, const std::string& text) {
 
 void run_stream(Activation& caller, std::FILE* stream) {
     for (;;) {
-        Sentence sentence(caller.tables, stream, nullptr);
+        Sentence sentence(caller.tables, names_of_function(caller), stream, nullptr);
         if (sentence.ends_input()) return;
         if (sentence.runs()) run_inside(caller, sentence);
     }

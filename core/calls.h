@@ -34,12 +34,19 @@ inline void check_depth(const Activation& caller) {
 inline Chain own_names(const DataElement& last_cell, const Chain* outside) {
     return {static_cast<Table*>(last_cell.local_table), outside};
 }
+// The table of the function that runs, if it has one: a text that runs inside it sees its names.
+inline const Table* names_of_function(const Activation& activation) {
+    const DataElement* const header = activation.header;
+    return header == nullptr ? nullptr : static_cast<const Table*>(header[header->elements].local_table);
+}
 inline const Chain* in_force(const Chain& names) { return names.table != nullptr ? &names : names.previous; }
 
 // Moves the arguments at `base` up to make room for the locals. False if they do not fit.
 bool lay_out(Activation& callee, DataElement* base, std::ptrdiff_t locals);
 // Gives back the locals, and moves what lies above them down.
 void leave_frame(Activation& activation);
+// Leaves the frame as it stands: its slots are nobody's locals any more.
+void give_up_frame(const Activation& activation);
 
 // The tables that CONTEXT has made go with the run that made them.
 void release_contexts(Activation& activation);
@@ -54,11 +61,12 @@ public:
     Entered(Activation& outer, DataElement* function, CallOptions options)
         : caller(outer),
           stream(function),
-          names(own_names(function[function->elements], outer.tables)),
           callee(inside(outer, function + 1, function->elements)),
           own_frame(function->depth >= 0 && !options.in_callers_frame) {
         callee.header = function;
-        if (options.own_names && names.table != nullptr && outer.tables->table != names.table) callee.tables = &names;
+        auto* const own = static_cast<Table*>(function[function->elements].local_table);
+        if (own != nullptr && options.own_names && outer.tables->table != own)
+            callee.tables = new (&names) Chain(own, outer.tables);
         tables = callee.tables;
         reference_alone(function);
     }
@@ -88,7 +96,7 @@ public:
         const Outcome outcome = run(callee);
         inside_run = false;
         ended = outcome == Outcome::end;
-        if (stream->locals != 0 && ended) leave_frame(callee);
+        if (stream->locals != 0) ended ? leave_frame(callee) : give_up_frame(callee);
         caller.sp = callee.sp;
         return Outcome::next;
     }
@@ -106,7 +114,9 @@ public:
 private:
     Activation& caller;
     DataElement* const stream;
-    Chain names;
+    union {
+        Chain names;  // made where it is in force
+    };
     Activation callee;
     const Chain* tables;  // in force at the start of a run
     bool own_frame, inside_run = false, ended = false;
@@ -141,9 +151,9 @@ Outcome call_top(Activation& caller, CallOptions options = {});
 // A sentence that is not the prompt's, translated and owned. Empty if there was nothing to run.
 class Sentence {
 public:
-    // As `fill`, in the names that are in force.
-    Sentence(const Chain* tables, std::FILE* stream, const char** text, Newline newline = Newline::blank,
-             std::uint16_t locals = 0);
+    // As `fill`.
+    Sentence(const Chain* tables, const Table* names_around, std::FILE* stream, const char** text,
+             Newline newline = Newline::blank, std::uint16_t locals = 0);
 
     bool was_translated() const { return translated; }  // else there were mistakes that leave nothing to run
     bool runs() const { return count != 0; }

@@ -89,7 +89,7 @@ public:
 
 private:
     bool run_one() {
-        Sentence sentence(activation.tables, stream, nullptr);
+        Sentence sentence(activation.tables, names_of_function(activation), stream, nullptr);
         if (sentence.ends_input()) return false;
         is_whole = is_whole && sentence.was_translated();
         try {

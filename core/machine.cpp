@@ -106,7 +106,9 @@ Outcome push_local_address(Activation& activation) {
     address.rank = kind::ADDRESS;
     address.type = ISLOCAL | ISADDRESS;
     address.elements = 1;
-    address.data_pointer = slot_of(activation);
+    DataElement* const slot = slot_of(activation);
+    address.bound_table = slot_owners[slot - stack];
+    address.data_pointer = slot;
     return push_copy(activation, address);
 }
 

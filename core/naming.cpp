@@ -15,25 +15,28 @@ namespace {
 bool is_scope(const DataElement& cell, Instruction scope) { return cell.modifier == static_cast<std::uint16_t>(scope); }
 bool is_global(const DataElement& cell) { return is_scope(cell, Instruction::SGIG) || cell.modifier == 0; }
 
-void bind(const Chain* tables, DataElement& cell, Entry* entry) {
+void bind(DataElement& cell, Entry* entry, std::uint64_t search) {
+    cell.bound_table = search;
+    if (cell.data_pointer == entry) return;
     reference(entry);
     DataElement old{};
     old.rank = kind::VARIABLE;
     old.data_pointer = std::exchange(cell.data_pointer, entry);
     dereferencepoint(old);
-    cell.bound_table = tables->table->number;
 }
 
-// A cell of a name that is not in the chain keeps the entry that the translator made for it, if that still stands.
-bool keeps_entry(const DataElement& cell) {
-    return is_scope(cell, Instruction::SLIL) && cell.data_pointer != nullptr &&
-           !is_dead(*static_cast<const DataElement*>(cell.data_pointer));
-}
-
-// A local address names a slot of the stack, which must still be one below `end`.
-DataElement* local_slot(const DataElement& address, const DataElement* end) {
+// The slot that a local address names, or null if the call whose slot it was has ended.
+DataElement* local_slot(const DataElement& address) {
     auto* const slot = static_cast<DataElement*>(address.data_pointer);
-    return slot > stack && slot < end ? slot : nullptr;
+    return address.bound_table != 0 && slot_owners[slot - stack] == address.bound_table ? slot : nullptr;
+}
+
+// Where an address leads to: the entry that it brings, and where that is dead, what its name stands for now.
+DataElement* target_of(const Activation& activation, DataElement& address) {
+    if (address.rank != kind::ADDRESS) return nullptr;
+    if (borrows(address)) return local_slot(address);
+    DataElement* const value = held_value(address);
+    return value != nullptr ? value : resolve_or_make(activation.tables, address);
 }
 
 std::string_view name_of(const DataElement& address) { return address.text == nullptr ? "" : address.text; }
@@ -47,13 +50,10 @@ std::string name_from(const Activation& activation, const DataElement& value) {
 // Stores `value`, which is moved, behind the address on top of the stack, and takes that off. False after 55.
 bool store(Activation& activation, DataElement* top_after, bool keep) {
     DataElement& address = *activation.sp;
-    DataElement& value = activation.sp[-1];
-    DataElement* const target = address.rank != kind::ADDRESS ? nullptr
-                                : borrows(address)            ? local_slot(address, &value)
-                                                              : resolve_or_make(activation.tables, address);
+    DataElement* const target = target_of(activation, address);
     if (target == nullptr) return false;
     Owner held(std::exchange(address, DataElement{}));  // the entry must outlive its old value
-    DataElement stored = value;
+    DataElement stored = activation.sp[-1];
     if (keep) referencepoint(stored);
     Owner old(std::exchange(*target, stored));
     activation.sp = top_after;
@@ -73,10 +73,17 @@ DataElement copy_of(const DataElement* value) {
 const DataElement* value_named(const Activation& activation) {
     DataElement& top = *activation.sp;
     if (activation.header != nullptr) activation.header->type |= GLOBAL;
-    if (borrows(top)) return local_slot(top, activation.sp);
+    if (borrows(top)) return local_slot(top);
     if (top.rank == kind::ADDRESS) return resolve(activation.tables, top);
-    const Entry* const entry = checkmeaning(activation.tables, value_key(top, activation.frame_base));
+    const std::string key = value_key(top, activation.frame_base);
+    const Entry* entry = checkmeaning(activation.tables, key);
+    if (entry == nullptr) entry = system_variable(key);
     return entry == nullptr ? nullptr : &entry->value;
+}
+
+// The address on top of the stack is that of a slot that is no more.
+bool leads_nowhere(const Activation& activation) {
+    return borrows(*activation.sp) && local_slot(*activation.sp) == nullptr;
 }
 
 Outcome push_context(Activation& activation, Table* made) {
@@ -92,20 +99,21 @@ Outcome push_context(Activation& activation, Table* made) {
 
 DataElement* rebind(const Chain* tables, DataElement& cell) {
     const std::string_view name = name_of(cell);
+    const bool plain = is_scope(cell, Instruction::SGIG);
+    Entry* const known = held_value(cell) != nullptr ? entry_of(cell.data_pointer) : nullptr;
     Entry* const found =
-        is_scope(cell, Instruction::SGIG) ? checkhash(tables->outermost().table, name) : checkmeaning(tables, name);
-    if (found == nullptr) return keeps_entry(cell) ? static_cast<DataElement*>(cell.data_pointer) : nullptr;
-    if (cell.data_pointer != found) bind(tables, cell, found);
-    cell.bound_table = tables->table->number;
+        plain ? checkhash(variables.table, name) : checkmeaning(tables, name, cell.bound_table, known);
+    if (found == nullptr) return nullptr;
+    bind(cell, found, plain ? 0 : search_of(*tables));
     return &found->value;
 }
 
 DataElement* resolve_or_make(const Chain* tables, DataElement& cell) {
     if (DataElement* const value = resolve(tables, cell)) return value;
     const bool outermost = is_global(cell) || is_scope(cell, Instruction::SAIG);
-    Entry* const made = hashtab(outermost ? tables->outermost().table : tables->table, name_of(cell));
+    Entry* const made = hashtab(outermost ? variables.table : tables->table, name_of(cell));
     if (made == nullptr) return nullptr;
-    bind(tables, cell, made);
+    bind(cell, made, is_global(cell) ? 0 : search_of(*tables));
     return &made->value;
 }
 
@@ -122,8 +130,7 @@ Outcome make_address(Activation& activation) {
     DataElement& top = *activation.sp;
     const std::string key = value_key(top, activation.frame_base);
     const bool searched = key.size() > 1 && scopes.find(key[1]) != std::string::npos;
-    Entry* const entry =
-        searched ? meaning(activation.tables, key) : hashtab(activation.tables->outermost().table, key);
+    Entry* const entry = searched ? meaning(activation.tables, key) : hashtab(variables.table, key);
     DataElement address{};
     address.rank = kind::ADDRESS;
     address.type = ISADDRESS;
@@ -131,7 +138,6 @@ Outcome make_address(Activation& activation) {
     if (entry != nullptr) {
         address.text = entry->name;
         address.elements = static_cast<std::uint32_t>(std::string_view(entry->name).size());
-        address.bound_table = activation.tables->table->number;
         address.data_pointer = entry;
         referencepoint(address);
     }
@@ -141,12 +147,14 @@ Outcome make_address(Activation& activation) {
 }
 
 Outcome get(Activation& activation) {
+    if (leads_nowhere(activation)) return fail(23, activation);
     const DataElement* const value = value_named(activation);
     Owner name(std::exchange(*activation.sp, copy_of(value)));
     return Outcome::next;
 }
 
 Outcome do_name(Activation& activation) {
+    if (leads_nowhere(activation)) return fail(23, activation);
     const DataElement* const value = value_named(activation);
     const bool runs = value != nullptr && has_value(*value);
     Owner name(std::exchange(*activation.sp, copy_of(value)));
@@ -156,17 +164,15 @@ Outcome do_name(Activation& activation) {
 Outcome forget(Activation& activation) {
     DataElement& top = *activation.sp;
     if (borrows(top)) {
-        if (DataElement* const slot = local_slot(top, activation.sp)) {
+        if (DataElement* const slot = local_slot(top)) {
             Owner old(std::exchange(*slot, DataElement{}));
             slot->rank = kind::VARIABLE;
         }
     } else {
-        const std::string name = name_from(activation, top);
-        for (const Chain* link = activation.tables; link != nullptr; link = link->previous)
-            if (Entry* const entry = checkhash(link->table, name)) {
-                forgethash(link->table, entry);
-                break;
-            }
+        const bool brought = top.rank == kind::ADDRESS && held_value(top) != nullptr;
+        Entry* const entry = brought ? entry_of(top.data_pointer)
+                                     : checkmeaning(activation.tables, name_from(activation, top));
+        if (entry != nullptr) forgethash(entry);
     }
     dereferencepoint(*activation.sp--);
     return Outcome::next;
@@ -182,15 +188,11 @@ Outcome move_context(Activation& activation) {
         case Instruction::SMALL: return push_context(activation, makesmallhashtab());
         case Instruction::LARGE: return push_context(activation, makehashtab());
         case Instruction::PREVIOUS:
-            if (activation.tables->table != activation.tables->outermost().table)
-                activation.tables = activation.tables->previous;
+            if (activation.tables->table != variables.table) activation.tables = activation.tables->previous;
             return Outcome::next;
-        case Instruction::BASIC: {
-            Table* const outermost = activation.tables->outermost().table;
-            if (activation.tables->table == outermost) return Outcome::next;
-            reference(outermost);
-            return push_context(activation, outermost);
-        }
+        case Instruction::BASIC:
+            return activation.tables->table == variables.table ? Outcome::next
+                                                               : push_context(activation, variables.table);
         default: return activation.sp < activation.argument_floor ? fail(800, activation) : Outcome::next;
     }
 }

@@ -6,13 +6,19 @@
 
 namespace ondrel {
 
+// The record that a cell of a name holds, as long as its entry lives; else null.
+inline DataElement* held_value(const DataElement& cell) {
+    auto* const value = static_cast<DataElement*>(cell.data_pointer);
+    return value != nullptr && !is_dead(*value) ? value : nullptr;
+}
+
 // The record that the name of a VARIABLE cell, or an ADDRESS that is only read, stands for: null or of type 0 if it has
-// no value. A cell that was resolved in another chain is bound anew.
+// no value. What the translator has fixed stands while it lives: plain names, and a function's own. All else, and what
+// was fixed once its entry is dead, is searched for in the chain.
 DataElement* rebind(const Chain* tables, DataElement& cell);
 inline DataElement* resolve(const Chain* tables, DataElement& cell) {
-    auto* const value = static_cast<DataElement*>(cell.data_pointer);
-    const bool fixed = cell.modifier == static_cast<std::uint16_t>(Instruction::SGIG) || cell.modifier == 0;
-    if (value != nullptr && !is_dead(*value) && (fixed || cell.bound_table == tables->table->number)) [[likely]]
+    DataElement* const value = held_value(cell);
+    if (value != nullptr && (cell.bound_table == 0 || cell.bound_table == search_of(*tables))) [[likely]]
         return value;
     return rebind(tables, cell);
 }

@@ -57,7 +57,7 @@ Outcome assemble(Activation& activation) {
     const char* const end = position + text.size();
     for (int made = 0; position < end; ++made) {
         const char* const before = position;
-        Sentence sentence(activation.tables, nullptr, &position);
+        Sentence sentence(activation.tables, nullptr, nullptr, &position);
         if (position == before) break;
         if (!sentence.was_translated() || (!sentence.runs() && made > 0 && position >= end)) continue;
         if (const Outcome outcome = push(activation, program_of(sentence)); outcome != Outcome::next) return outcome;

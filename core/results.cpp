@@ -37,7 +37,7 @@ void keep(Table* memory, const std::string& key, const DataElement& value) {
 }
 
 void forget_result(Table* memory, const std::string& key) {
-    if (Entry* const entry = checkhash(memory, key)) forgethash(memory, entry);
+    if (Entry* const entry = checkhash(memory, key)) forgethash(entry);
 }
 
 // `recall` takes what memory has; without it the function runs in any case.
@@ -52,7 +52,7 @@ Outcome remembered(Activation& activation, bool recall) {
         dereferencepoint(*activation.sp--);
         return fail(800, activation);
     }
-    Table* const memory = activation.tables->outermost().table;
+    Table* const memory = variables.table;
     const std::string key = memory_key(first, function, activation.frame_base);
     if (const Entry* const entry = recall ? checkhash(memory, key) : nullptr;
         entry != nullptr && has_value(entry->value)) {

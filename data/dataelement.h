@@ -41,7 +41,7 @@ struct DataElement {
                 struct {
                     std::uint32_t first, last;
                 };
-                std::uint64_t bound_table;  // name: the number of the first table of the chain that it was resolved in
+                std::uint64_t bound_table;  // name: the search that found it, 0 if none had to. Slot: whose call it is
                 void* local_table;          // the cell that ends a stream: the stream's own table of names
                 DataElement* continuation;  // header cell of a function: where it had got to
             };

@@ -1,6 +1,7 @@
 // Depth: calls without an end come back to the prompt with 806, deep calls and deep values work, whatever stack the
 // process was given.
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
 #include <cstdio>
 #include <string>
@@ -60,6 +61,26 @@ TEST_P(Recursion, EndsAtThePrompt) {
             << test.name << ": " << process.output.substr(0, 500);
         EXPECT_EQ(process.output.find("VIOLATION"), std::string::npos) << test.name;
         EXPECT_EQ(process.output.find("not given back"), std::string::npos) << test.name;
+    }
+}
+
+// A context at each level, with and without names of their own, that are found near or far, by texts too; on the way back
+// as well. The time is that of the processor, as others are at work.
+TEST(Contexts, AtEachLevelTakeTimeInProportion) {
+#if defined(__SANITIZE_ADDRESS__)
+    GTEST_SKIP();
+#endif
+    for (const std::string body : {"a", "1 @$x SET $x _x POP POP a", "$q POP a", "1 @.x SET @$y GET POP 5 @$y SET a",
+                                   "1 @$x SET '1 @.t SET $x .t + $q + POP' EXECUTE 'a' EXECUTE", "BASICCONTEXT $q POP a",
+                                   "n 1 - @n SET 1 @$x SET n CHECK : a ; ?Y $x $q + POP"}) {
+        rusage before{}, after{};
+        getrusage(RUSAGE_CHILDREN, &before);
+        Process process({.arguments = {"-q"}});
+        run(process, "20000 @n SET 2 @q SET : NEWCONTEXT " + body + " ; OPERATOR @a SET a . CLEAR 'end' .");
+        getrusage(RUSAGE_CHILDREN, &after);
+        EXPECT_NE(process.output.find("\nend\n"), std::string::npos) << body;
+        const auto seconds = after.ru_utime.tv_sec - before.ru_utime.tv_sec;
+        EXPECT_LE(static_cast<double>(seconds), 2 * time_scale) << body;
     }
 }
 

@@ -3,6 +3,9 @@
 
 #include <gtest/gtest.h>
 
+#include <deque>
+#include <map>
+#include <random>
 #include <set>
 #include <string>
 
@@ -34,7 +37,7 @@ TEST(Symbols, AreFoundByAllTheirBytesInTablesOfBothSizes) {
             EXPECT_TRUE(entries.insert(made).second);
         }
         for (int i = 0; i < 2000; ++i) EXPECT_TRUE(entries.insert(hashtab(table, "n" + std::to_string(i))).second);
-        for (int i = 0; i < 2000; i += 3) forgethash(table, checkhash(table, "n" + std::to_string(i)));
+        for (int i = 0; i < 2000; i += 3) forgethash(checkhash(table, "n" + std::to_string(i)));
         for (int i = 0; i < 2000; ++i) EXPECT_EQ(checkhash(table, "n" + std::to_string(i)) == nullptr, i % 3 == 0) << i;
         EXPECT_EQ(hashtab(table, ""), nullptr);
         EXPECT_EQ(checkhash(table, ""), nullptr);
@@ -49,13 +52,47 @@ TEST(Symbols, AreSearchedFromTheInnermostTableOutward) {
     Entry* const local = hashtab(outer.table, "x");
     EXPECT_EQ(checkmeaning(&innermost, "x"), local);
     EXPECT_EQ(checkmeaning(&variables, "x"), global);
-    forgethash(outer.table, local);
+    forgethash(local);
     EXPECT_EQ(checkmeaning(&innermost, "x"), global);
     Entry* const made = meaning(&innermost, "y");
     EXPECT_EQ(checkhash(inner.table, "y"), made);
     EXPECT_EQ(checkmeaning(&innermost, "#IO"), nullptr);
     EXPECT_EQ(meaning(&innermost, "#IO"), hashtab(variables.table, "#IO"));
-    EXPECT_EQ(&innermost.outermost(), &variables);
+}
+
+// A tree of chains over few tables, which stand in them again and again, while names come and go: what was found in one
+// chain is remembered and offered to the search in any other.
+TEST(Symbols, AreFoundAsIfNothingWereRemembered) {
+    const Evaluator interpreter;
+    std::mt19937 random(20);
+    const auto below = [&random](std::size_t n) { return random() % n; };
+    TableOwner owners[5];
+    std::deque<Chain> links{{owners[0].table, &variables}};
+    std::map<std::string, std::pair<std::uint64_t, Entry*>> remembered;
+    for (int step = 0; step < 100'000; ++step) {
+        const Chain& chain = links[below(links.size())];
+        Table* const table = below(20) == 0 ? variables.table : owners[below(5)].table;
+        const std::string name(1, static_cast<char>('a' + below(3)));
+        if (links.size() < 60 && below(50) == 0) {
+            const Chain* const outward = below(9) == 0 ? &variables : &chain;
+            links.emplace_back(table, outward);
+        }
+        if (below(10) == 0) hashtab(table, name);
+        if (Entry* const entry = below(5) == 0 ? checkhash(table, name) : nullptr) {
+            if (remembered[name].second == entry) remembered.erase(name);
+            forgethash(entry);
+        }
+        const Chain* link = &chain;
+        while (link != nullptr && checkhash(link->table, name) == nullptr) link = link->previous;
+        Entry* const expected = link == nullptr ? nullptr : checkhash(link->table, name);
+        auto& [search, known] = remembered[name];
+        ASSERT_EQ(checkmeaning(&chain, name, search, known), expected) << step;
+        if (known == nullptr || search != search_of(chain)) {
+            search = search_of(chain);
+            known = expected;
+        }
+        ASSERT_EQ(known, expected) << step;
+    }
 }
 
 TEST(Symbols, ForgettingEmptiesAnEntryThatIsStillHeld) {
@@ -63,13 +100,13 @@ TEST(Symbols, ForgettingEmptiesAnEntryThatIsStillHeld) {
     Entry* const entry = hashtab(variables.table, "x");
     entry->value = make_empty();
     reference(entry);
-    forgethash(variables.table, entry);
+    forgethash(entry);
     EXPECT_TRUE(is_dead(entry->value));
-    forgethash(variables.table, entry);  // of no table any more
+    forgethash(entry);  // of no table any more
     EXPECT_NE(hashtab(variables.table, "x"), entry);
     release(entry);
     Entry* const origin = hashtab(variables.table, "#IO");
-    forgethash(variables.table, origin);
+    forgethash(origin);
     EXPECT_TRUE(has_value(origin->value));
 }
 
@@ -96,6 +133,8 @@ TEST(ValueKeys, TellDifferentValuesApart) {
     interpreter.run(
         "1 2 -1 1.5 1e300 1i2 1i3 1k2 #1o2 (1) (1 2) (2 1) ((1) 2) (1 2 3 4) (1 2 3 4)[2 2] (1 2 3 4)[1 4] `(1 2)` T F "
         "0.1 0.10000000000000002 'a' 'ab' ('ab' 'c') ('a' 'bc') #NIL '' 1p2 d1p2 0#1 0#000000001 inf -inf nan : 1 + ; "
+        "r1i2 (1 r1i2) (1 1i2) : %a 1 %b 2 @%a JUMP ; : %b 1 %a 2 @%a JUMP ; : %a ?Y ; : %b ?Y ; @_x @\x02$x\x03 "
+        "@\x02x @y\x03 : @x @y ; : @\x02x @y\x03 ; : \x02x $y\x03 ; : x y ; '_x' AT '%x' AT : @%x ; "
         ": 1 - ; MONADIC 1 + ; "
         "VARS 1 MONADIC 1 + ; : SUM ; : PRODUCT ; : x ; : _x ; : @x ; : \"c\" ; : 1 ?Y ; : 1 ?N ; @x [. .");
     std::set<std::string> keys;
@@ -121,6 +160,11 @@ TEST(ValueKeys, AreTheSameForEqualValues) {
     EXPECT_EQ(key_of("(1 2 3) ."), key_of("(1 2 3 4)[3] ."));
     EXPECT_EQ(key_of("((1 2) 'x') ."), key_of("((1 2) 'x') 0 DISCARD ."));
     EXPECT_EQ(key_of("'abc' ."), "abc");
+    for (const auto& [one, other] :
+         {std::pair{"(1 2 3) .", "3 SPACE ."}, {"(1 2 3) .", "(1.0 2 3) ."}, {"3 .", "3i0 ."}, {"#1i2 .", "1i2 ."},
+          {"1i2 .", "1i2j0k0 ."}, {"(1 3i0) .", "(1 3) ."}, {"1i2 .", "0i2 1 + ."}, {"1p0 .", "1 ."},
+          {"0 .", "-0.0 ."}, {"#PI .", "#PI 0 + ."}})
+        EXPECT_EQ(key_of(one), key_of(other)) << one << other;
     EXPECT_EQ(key_of(": 1  +\n; ."), key_of(": 1 + FUNCTIONEND ."));
 }
 

@@ -111,8 +111,8 @@ void make_room() {
 
 }  // namespace
 
-void begin_stream(DataElement* buffer, const Chain* tables, std::uint16_t locals) {
-    returnstack[0] = {buffer, nullptr, nullptr, {}, locals, {nullptr, tables}, tables};
+void begin_stream(DataElement* buffer, const Chain* tables, std::uint16_t locals, const Table* around) {
+    returnstack[0] = {buffer, nullptr, nullptr, {}, locals, {nullptr, tables}, tables, around};
     dropping = false;
     varsp = 0;
     enter_sentence();
@@ -145,7 +145,7 @@ void open_level_for(const DataElement& header) {
     if (pcsp + 1 >= most_levels) return overflow();
     DataElement* const cells = allocate_items(first_room);
     const Chain* const tables = level().tables;
-    returnstack[pcsp++] = {cells, cursor, pctop, header, header.locals, {nullptr, tables}, tables};
+    returnstack[pcsp++] = {cells, cursor, pctop, header, header.locals, {nullptr, tables}, tables, nullptr};
     level().header.data_pointer = cells;
     cells[0] = {};
     cells[0].rank = kind::FUNCTION;
@@ -212,7 +212,6 @@ DataElement name_cell(std::int32_t rank, std::uint32_t type, Instruction scope, 
         return cell;
     }
     cell.text = entry->name;
-    cell.bound_table = level().tables->table->number;
     cell.data_pointer = entry;
     referencepoint(cell);
     return cell;
@@ -323,7 +322,7 @@ void push_name(bool global) {
 Table* own_table() {
     Level& here = level();
     if (here.own.table == nullptr) {
-        here.own.table = makesmallhashtab();
+        here.own = {makesmallhashtab(), here.own.previous};
         here.tables = &here.own;
     }
     return here.own.table;

@@ -21,6 +21,7 @@ struct Level {
     std::uint16_t locals;  // slots that &n may name
     Chain own;             // its own table, once a local name has made one; held by the level
     const Chain* tables;   // in which its names are looked up
+    const Table* around;   // of a sentence inside a function: that function's own names, or null
 };
 
 extern Level returnstack[];
@@ -32,7 +33,7 @@ extern bool ondrel_op;       // the next keyword is the system's own, whatever n
 inline Level& level() { return returnstack[pcsp - 1]; }
 inline bool inside_function() { return pcsp > 1; }
 
-void begin_stream(DataElement* buffer, const Chain* tables, std::uint16_t locals);
+void begin_stream(DataElement* buffer, const Chain* tables, std::uint16_t locals, const Table* around);
 // Writes the last cell, which holds the sentence's own table of names, and returns the number of cells.
 int end_stream();
 // Gives back all that has been written, on all levels.

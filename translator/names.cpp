@@ -61,10 +61,10 @@ void emit(bool address, Instruction scope, std::string_view name, Entry* entry) 
 void emit_plain(std::string_view name, bool address) {
     add_effect(GLOBAL);
     if (address) push_name(true);
-    emit(address, Instruction::SGIG, name, hashtab(level().tables->outermost().table, name));
+    emit(address, Instruction::SGIG, name, hashtab(variables.table, name));
 }
 
-// A name that is looked up when it is reached. Inside a function the translation makes a first guess.
+// A name that is looked up when it is reached. Inside a function it matters for the marks whether there is one now.
 void emit_searched(std::string_view name, Instruction scope, bool address) {
     Entry* const found = inside_function() ? checkmeaning(level().tables, name) : nullptr;
     const bool innermost = scope == Instruction::SAIL;
@@ -72,13 +72,14 @@ void emit_searched(std::string_view name, Instruction scope, bool address) {
     if (found == nullptr && !(address && innermost)) add_effect(GLOBAL);
     // What the function will make is its own.
     if (found == nullptr && address && innermost && inside_function()) own_table();
-    emit(address, scope, name, address || innermost ? found : nullptr);
+    emit(address, scope, name, nullptr);
 }
 
+// A name of the level's own; in a sentence inside a function, one of the function's if it has it.
 void emit_innermost(std::string_view name, bool address) {
     if (address) push_name(false);
-    Table* const table = own_table();
-    emit(address, Instruction::SLIL, name, hashtab(table, name));
+    Entry* const around = level().around == nullptr ? nullptr : checkhash(level().around, name);
+    emit(address, Instruction::SLIL, name, around != nullptr ? around : hashtab(own_table(), name));
 }
 
 void emit_scoped(int prefix, std::string_view name, bool address) {

@@ -448,9 +448,9 @@ int translate() {
 }  // namespace
 
 int fill(DataElement* cells, const Chain* tables, std::FILE* stream, const char** text, Newline newline,
-         std::uint16_t locals) {
+         std::uint16_t locals, const Table* names_around) {
     open_source(stream, text == nullptr ? nullptr : *text);
-    begin_stream(cells, tables, locals);
+    begin_stream(cells, tables, locals, names_around);
     condition = Condition::sentence;
     open_literals = refused_levels = 0;
     newline_means = newline;

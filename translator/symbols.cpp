@@ -37,15 +37,9 @@ constexpr bool is_permutation() {
 }
 static_assert(is_permutation());
 
-// The byte behind a name counts too: a NUL.
-std::uint32_t small_hash(std::string_view name) {
-    auto h = static_cast<std::uint8_t>(name[0]);
-    for (std::size_t i = 1; i < name.size(); ++i) h = rand8[h ^ static_cast<std::uint8_t>(name[i])];
-    return rand8[h];
-}
-
-// Two hashes in one pass, from starting points one apart.
-std::uint32_t large_hash(std::string_view name) {
+// Two hashes in one pass, from starting points one apart: the bucket in a large table. The first of them alone is that
+// in a small one. The byte behind a name counts too: a NUL.
+std::uint32_t hash_of(std::string_view name) {
     auto h1 = static_cast<std::uint8_t>(name[0]), h2 = static_cast<std::uint8_t>(h1 + 1);
     for (std::size_t i = 1; i < name.size(); ++i) {
         const auto byte = static_cast<std::uint8_t>(name[i]);
@@ -57,8 +51,8 @@ std::uint32_t large_hash(std::string_view name) {
 
 // The link that leads to the entry of the name, or to where it is to stand: a bucket is in the order of its names, so
 // that tables of the same names are told in the same way, however they came about.
-Entry** find(const Table* table, std::string_view name) {
-    Entry** link = &table->heads[table->buckets == large ? large_hash(name) : small_hash(name)];
+Entry** find(const Table* table, std::string_view name, std::uint32_t hash) {
+    Entry** link = &table->heads[table->buckets == large ? hash : hash / small];
     while (*link != nullptr && (*link)->name < name) link = &(*link)->next;
     return link;
 }
@@ -71,10 +65,11 @@ constexpr DataElement no_value() {
     return value;
 }
 
-Entry* make_entry(std::string_view name) {
+Entry* make_entry(Table* table, std::string_view name) {
     OwnedText text(stringdup(name));
     auto* const entry = static_cast<Entry*>(allocate_block(0, sizeof(Entry)));
-    *entry = {no_value(), text.release(), nullptr};
+    *entry = {no_value(), text.release(), nullptr, table};
+    ++names_made;
     return entry;
 }
 
@@ -82,6 +77,7 @@ Entry* make_entry(std::string_view name) {
 void retire(Entry* entry) {
     DataElement value = std::exchange(entry->value, DataElement{});
     entry->value.rank = kind::INVALID;
+    entry->table = nullptr;
     dereferencepoint(value);
     release(std::exchange(entry->name, nullptr));
     release(entry);
@@ -93,25 +89,31 @@ std::uint64_t last_number = 1;
 Entry* global_heads[large];  // not touched until a name falls there
 struct PermanentTable {
     BlockHeader header{-1, 0};
-    Table table{1, large, nullptr, nullptr, 0, global_heads};
+    Table table{1, large, nullptr, nullptr, 0, false, global_heads};
 } outermost;
 Table& global = outermost.table;
 
+Entry* no_heads[large];  // of all tables that no name has been made in; never written to
+
 Table* make_table(std::uint32_t buckets) {
-    auto* const table = static_cast<Table*>(allocate_block(0, sizeof(Table) + buckets * sizeof(Entry*)));
-    auto** const heads = reinterpret_cast<Entry**>(table + 1);
-    std::fill_n(heads, buckets, nullptr);
-    *table = {++last_number, buckets, &global, global.after, 0, heads};
+    auto* const table = static_cast<Table*>(allocate_block(0, sizeof(Table)));
+    *table = {++last_number, buckets, &global, global.after, 0, false, no_heads};
     if (global.after != nullptr) global.after->before = table;
     global.after = table;
     return table;
+}
+
+void make_heads(Table* table) {
+    auto** const heads = static_cast<Entry**>(allocate_block(0, table->buckets * sizeof(Entry*)));
+    std::fill_n(heads, table->buckets, nullptr);
+    table->heads = heads;
 }
 
 // ---- the system variables
 
 struct PermanentEntry {
     BlockHeader header{-1, 0};
-    Entry entry{no_value(), nullptr, nullptr};
+    Entry entry{no_value(), nullptr, nullptr, nullptr};
 };
 PermanentEntry fixedsyms[8];
 
@@ -122,21 +124,10 @@ DataElement named(std::uint32_t tag, std::uint16_t form, const char* name) {
     return make_scalar(item);
 }
 
-Entry* system_variable(std::string_view name) {
-    if (name == "#IO") return &fixedsyms[index_origin].entry;
-    if (name != "#CT") return nullptr;
-    const DataElement& value = fixedsyms[comparison_tolerance].entry.value;
-    if (value.data_pointer == nullptr || value.rank < 0 || item_at(value.data_pointer, 0).tag == tag::octonion)
-        std::fputs(
-            "WARNING/ERROR: The #CT value is not numerically specified, unspecified results can be expected from verbs "
-            "depending on the Comparison Tolerance",
-            stderr);
-    return &fixedsyms[comparison_tolerance].entry;
-}
-
 }  // namespace
 
-const Chain variables{&outermost.table, nullptr};
+constinit const Chain variables{&outermost.table, nullptr};
+std::uint64_t names_made = 0;
 
 DataElement* const quads[8] = {&fixedsyms[0].entry.value, &fixedsyms[1].entry.value, &fixedsyms[2].entry.value,
                                &fixedsyms[3].entry.value, &fixedsyms[4].entry.value, &fixedsyms[5].entry.value,
@@ -151,6 +142,18 @@ void make_system_variables() {
     items_of(*quads[comparison_tolerance])->real = 1e-15;
 }
 
+Entry* system_variable(std::string_view name) {
+    if (name == "#IO") return &fixedsyms[index_origin].entry;
+    if (name != "#CT") return nullptr;
+    const DataElement& value = fixedsyms[comparison_tolerance].entry.value;
+    if (value.data_pointer == nullptr || value.rank < 0 || item_at(value.data_pointer, 0).tag == tag::octonion)
+        std::fputs(
+            "WARNING/ERROR: The #CT value is not numerically specified, unspecified results can be expected from verbs "
+            "depending on the Comparison Tolerance",
+            stderr);
+    return &fixedsyms[comparison_tolerance].entry;
+}
+
 Table* makehashtab() { return make_table(large); }
 Table* makesmallhashtab() { return make_table(small); }
 
@@ -158,24 +161,30 @@ Entry* hashtab(Table* table, std::string_view name) {
     if (name.empty()) return nullptr;
     if (name[0] == '#')
         if (Entry* const entry = system_variable(name)) return entry;
-    Entry** const link = find(table, name);
+    if (table->heads == no_heads) make_heads(table);
+    Entry** const link = find(table, name, hash_of(name));
     if (!has_name(*link, name)) {
-        Entry* const entry = make_entry(name);
+        Entry* const entry = make_entry(table, name);
         entry->next = std::exchange(*link, entry);
         ++table->names;
+        if (std::exchange(table->is_passed_over, false)) ++Chain::passed_over_named;
     }
     return *link;
 }
 
 Entry* checkhash(const Table* table, std::string_view name) {
-    if (name.empty()) return nullptr;
-    Entry* const entry = *find(table, name);
-    return has_name(entry, name) ? entry : nullptr;
+    const Chain alone{const_cast<Table*>(table), nullptr};
+    return checkmeaning(&alone, name);
 }
 
-Entry* checkmeaning(const Chain* tables, std::string_view name) {
-    for (; tables != nullptr; tables = tables->previous)
-        if (Entry* const entry = checkhash(tables->table, name)) return entry;
+Entry* checkmeaning(const Chain* tables, std::string_view name, std::uint64_t search, Entry* known) {
+    if (name.empty()) return nullptr;
+    const std::uint32_t hash = hash_of(name);
+    for (; tables != nullptr; tables = tables->outward()) {
+        if (tables->table->names == 0) continue;
+        if (known != nullptr && search == tables->identity + names_made) return known;
+        if (Entry* const entry = *find(tables->table, name, hash); has_name(entry, name)) return entry;
+    }
     return nullptr;
 }
 
@@ -184,12 +193,10 @@ Entry* meaning(const Chain* tables, std::string_view name) {
     return entry != nullptr ? entry : hashtab(tables->table, name);
 }
 
-void forgethash(Table* table, Entry* entry) {
-    if (entry->name == nullptr) return;
-    Entry** const link = find(table, entry->name);
-    if (*link != entry) return;
-    *link = entry->next;
-    --table->names;
+void forgethash(Entry* entry) {
+    if (entry->table == nullptr) return;
+    *find(entry->table, entry->name, hash_of(entry->name)) = entry->next;
+    --entry->table->names;
     retire(entry);
 }
 
@@ -208,6 +215,7 @@ void release_table(void* block) {
     hashwipe(table);
     table->before->after = table->after;
     if (table->after != nullptr) table->after->before = table->before;
+    if (table->heads != no_heads) release(table->heads);
     release(table);
 }
 

@@ -7,6 +7,10 @@
 //
 // A chain is a list of tables, the innermost first. The links live where they are used: in the runs of the machine, in
 // the levels of the translator. They hold no references: who makes a link keeps its table alive as long as it stands.
+//
+// What a search has found holds for every chain of the same tables, as long as no name has been made since and the
+// entry is not dead: so a cell remembers it with `search_of`, and a deep recursion does not search all its contexts.
+// Nor does a search look again and again at tables that have no names.
 #pragma once
 
 #include <cstdint>
@@ -18,34 +22,64 @@
 
 namespace ondrel {
 
+struct Table;
+
 struct Entry {
     DataElement value;  // of kind ADDRESS and type 0 while the name has none
     char* name;         // counted
     Entry* next;        // in its bucket; the table's reference
+    Table* table;       // null of a system variable, and when it is dead
 };
 
 struct Table {
-    std::uint64_t number;   // from 1, never used again: what a cell remembers of the table it was resolved in
+    std::uint64_t number;   // from 1, never used again
     std::uint32_t buckets;  // 65536 for the outermost table and large contexts, 256 for locals
     Table *before, *after;  // all tables, so that the end of the process finds those that hold themselves alive
     std::size_t names;      // entries
-    Entry** heads;
+    bool is_passed_over;    // a chain has been made that skips it, as it had no names
+    Entry** heads;          // a block of its own, made with the first name
 };
 
 // `tables` everywhere: the handle of a context.
 struct Chain {
-    Table* table;
-    const Chain* previous;  // outward; null for the outermost
+    Table* table = nullptr;
+    const Chain* previous = nullptr;  // outward; null for the outermost
+    std::uint64_t identity = 1;       // of all the tables from here outward
 
-    const Chain& outermost() const {
-        const Chain* node = this;
-        while (node->previous != nullptr) node = node->previous;
-        return *node;
+    constexpr Chain() = default;
+    constexpr Chain(Table* innermost, const Chain* around) : table(innermost), previous(around), next(around) {
+        if (table == nullptr || previous == nullptr) return;
+        identity = (previous->identity + table->number) * odd;
+        made_at = passed_over_named;
+        if (previous->previous == nullptr || previous->table->names != 0) return;
+        previous->table->is_passed_over = true;
+        next = previous->outward();
     }
+
+    // The next link whose table may have names.
+    const Chain* outward() const { return made_at == passed_over_named ? next : previous; }
+
+    // How often a table that was passed over has got a name after all: what was skipped before is skipped no more.
+    static inline std::uint64_t passed_over_named = 0;
+
+private:
+    static constexpr std::uint64_t odd = 0x9E3779B97F4A7C15;  // spreads sums of small numbers over the word
+
+    const Chain* next = nullptr;
+    std::uint64_t made_at = 0;
 };
 
-// The global scope: a chain of one link. The table stands as long as the process.
+// The global scope: a chain of one link, with which every chain ends. The table stands as long as the process.
 extern const Chain variables;
+
+// What a cell remembers of the search that found its entry: the same for all chains in which a search must find the
+// same. Never 0, which tells that the entry was fixed without one.
+extern std::uint64_t names_made;  // in all tables, since the start
+inline std::uint64_t search_of(const Chain& chain) {
+    const Chain* link = &chain;
+    while (link->table->names == 0 && link->previous != nullptr) link = link->outward();
+    return link->identity + names_made;
+}
 
 // The entries of the system variables lie outside all tables, so that a search does not find them. Sets them to what
 // they are at start: 1, and 1e-15.
@@ -60,13 +94,17 @@ Table* makesmallhashtab();
 Entry* hashtab(Table* table, std::string_view name);
 // Find only; null if there is no such name.
 Entry* checkhash(const Table* table, std::string_view name);
-// Searches the chain from its innermost table outward.
-Entry* checkmeaning(const Chain* tables, std::string_view name);
+// Searches the chain from its innermost table outward, up to where the rest of it is that of an earlier search, whose
+// entry this was.
+Entry* checkmeaning(const Chain* tables, std::string_view name, std::uint64_t search = 0, Entry* known = nullptr);
 // The same; a name that is not found is made in the innermost table.
 Entry* meaning(const Chain* tables, std::string_view name);
 
+// The system variable of this name, or null. A #CT that is no number is warned of.
+Entry* system_variable(std::string_view name);
+
 // Removes the name from its table, and its value with it. A system variable, or a name that is in no table, stays.
-void forgethash(Table* table, Entry* entry);
+void forgethash(Entry* entry);
 // Removes all names; the table stays usable.
 void hashwipe(Table* table);
 // Every table that there is: the end of the process.
