@@ -9,7 +9,7 @@
 #include <cmath>
 #include <limits>
 
-#include "numbers/kinds.h"
+#include "numbers/magnitude.h"
 
 namespace ondrel {
 
@@ -80,8 +80,9 @@ inline Octonion product(double x, const Octonion& o) {
 }
 inline Octonion product(const Octonion& o, double x) { return product(x, o); }
 
-inline Octonion product(const Octonion& l, const Octonion& r) {
-    Octonion p{};
+template <class Real>
+OctonionOf<Real> product(const OctonionOf<Real>& l, const OctonionOf<Real>& r) {
+    OctonionOf<Real> p{};
 #pragma GCC unroll 8
     for (int a = 0; a < 8; ++a)
 #pragma GCC unroll 8
@@ -99,35 +100,71 @@ inline double quotient(double a, double b) {
 }
 
 inline Complex quotient(Complex z, double x) { return {z.re / x, z.im / x}; }
-
-inline Complex quotient(double x, Complex z) {
-    const double n = z.re * z.re + z.im * z.im;
-    return {x * z.re / n, -(x * z.im) / n};
-}
-
-inline Complex quotient(Complex l, Complex r) {
-    if (l.im == 0 && r.im == 0) return {l.re / r.re, 0};
-    if (l.im == 0) return quotient(l.re, r);
-    const double n = r.re * r.re + r.im * r.im;
-    return {(l.re * r.re + l.im * r.im) / n, (l.im * r.re + l.re * -r.im) / n};
-}
-
 inline Quaternion quotient(Quaternion q, double x) { return {q.w / x, q.x / x, q.y / x, q.z / x}; }
-
-inline Quaternion quotient(Quaternion l, Quaternion r) {
-    const double n = 1 / (r.w * r.w + r.x * r.x + r.y * r.y + r.z * r.z);
-    return {(l.w * r.w + l.x * r.x + l.y * r.y + l.z * r.z) * n, (l.x * r.w + l.z * r.y + l.w * -r.x + l.y * -r.z) * n,
-            (l.y * r.w + l.x * r.z + l.w * -r.y + l.z * -r.x) * n,
-            (l.z * r.w + l.y * r.x + l.w * -r.z + l.x * -r.y) * n};
-}
-
 inline Octonion quotient(const Octonion& o, double x) {
     Octonion q;
     for (int k = 0; k < 8; ++k) q.c[k] = o.c[k] / x;
     return q;
 }
 
-inline Octonion quotient(const Octonion& l, const Octonion& r) {
+// ---- quotients by hypercomplex numbers: the product with the conjugate, over the squared magnitude
+
+template <class Real>
+ComplexOf<Real> conjugate_product(Real x, const ComplexOf<Real>& r) {
+    return {x * r.re, -(x * r.im)};
+}
+template <class Real>
+ComplexOf<Real> conjugate_product(const ComplexOf<Real>& l, const ComplexOf<Real>& r) {
+    return {l.re * r.re + l.im * r.im, l.im * r.re + l.re * -r.im};
+}
+template <class Real>
+QuaternionOf<Real> conjugate_product(const QuaternionOf<Real>& l, const QuaternionOf<Real>& r) {
+    return {l.w * r.w + l.x * r.x + l.y * r.y + l.z * r.z, l.x * r.w + l.z * r.y + l.w * -r.x + l.y * -r.z,
+            l.y * r.w + l.x * r.z + l.w * -r.y + l.z * -r.x, l.z * r.w + l.y * r.x + l.w * -r.z + l.x * -r.y};
+}
+template <class Real>
+OctonionOf<Real> conjugate_product(const OctonionOf<Real>& l, const OctonionOf<Real>& r) {
+    OctonionOf<Real> conjugate;
+    for (int k = 0; k < 8; ++k) conjugate.c[k] = k == 0 ? r.c[k] : -r.c[k];
+    return product(l, conjugate);
+}
+
+// What stands over the squared magnitude, divided by it. From four components on that is inverted once.
+template <class Real>
+ComplexOf<Real> over(Real squares, const ComplexOf<Real>& z) {
+    return {z.re / squares, z.im / squares};
+}
+template <class Value, class Real>
+Value over(Real squares, const Value& value) {
+    const Real n = 1 / squares;
+    return map_components(value, [n](Real c) { return c * n; });
+}
+
+// The quotient as the formula gives it in extended precision, whose range holds all that is squared and multiplied.
+template <class L, class R>
+[[gnu::noinline, gnu::cold]] R extended_quotient(const L& l, const R& r) {
+    const auto right = extended(r);
+    return rounded(over(squared_magnitude(right), conjugate_product(extended(l), right)));
+}
+
+// As the formula gives it in doubles: for numbers whose components are all tame.
+inline Complex plain_quotient(double x, Complex z) {
+    const double n = z.re * z.re + z.im * z.im;
+    return {x * z.re / n, -(x * z.im) / n};
+}
+inline Complex plain_quotient(Complex l, Complex r) {
+    if (l.im == 0 && r.im == 0) return {l.re / r.re, 0};
+    if (l.im == 0) return plain_quotient(l.re, r);
+    const double n = r.re * r.re + r.im * r.im;
+    return {(l.re * r.re + l.im * r.im) / n, (l.im * r.re + l.re * -r.im) / n};
+}
+inline Quaternion plain_quotient(Quaternion l, Quaternion r) {
+    const double n = 1 / (r.w * r.w + r.x * r.x + r.y * r.y + r.z * r.z);
+    return {(l.w * r.w + l.x * r.x + l.y * r.y + l.z * r.z) * n, (l.x * r.w + l.z * r.y + l.w * -r.x + l.y * -r.z) * n,
+            (l.y * r.w + l.x * r.z + l.w * -r.y + l.z * -r.x) * n,
+            (l.z * r.w + l.y * r.x + l.w * -r.z + l.x * -r.y) * n};
+}
+inline Octonion plain_quotient(const Octonion& l, const Octonion& r) {
     Octonion conjugate;
     double squares = 0;
     for (int k = 0; k < 8; ++k) {
@@ -138,6 +175,18 @@ inline Octonion quotient(const Octonion& l, const Octonion& r) {
     Octonion q = product(l, conjugate);
     for (double& c : q.c) c *= n;
     return q;
+}
+
+// The quotient of any two. (Not inlined: where a loop does not become vector code, a compiler may fuse the formula.)
+template <class L, class R>
+requires requires(const L& l, const R& r) { plain_quotient(l, r); }
+[[gnu::noinline]] R quotient(const L& l, const R& r) {
+    const R plain = plain_quotient(l, r);
+    if constexpr (std::is_same_v<L, R> && std::is_same_v<R, Complex>) {
+        if (l.im == 0) return r.im == 0 ? plain : quotient(l.re, r);
+    }
+    const Word strayed = strays(squared_magnitude(r), r) | strays(size_of_components(conjugate_product(l, r)), l);
+    return has_sign(strayed) && is_finite(l) && is_finite(r) ? extended_quotient(l, r) : plain;
 }
 
 // The floor of a quotient; from 2 to the 52 on it has no fraction and stands for itself.

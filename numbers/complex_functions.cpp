@@ -83,11 +83,17 @@ Extended with_re_zero(const Extended& z, long double sign) {
     return z.real() == 0 ? Extended(std::copysign(0.0L, sign), z.imag()) : z;
 }
 
+// A true zero takes an infinity away.
+long double product(long double a, long double b) {
+    const long double found = a * b;
+    return (a == 0 || b == 0) && std::isnan(found) ? 0 : found;
+}
+
 Extended sine(const Extended& z) {
-    return {std::sin(z.real()) * std::cosh(z.imag()), std::cos(z.real()) * std::sinh(z.imag())};
+    return {product(std::sin(z.real()), std::cosh(z.imag())), product(std::cos(z.real()), std::sinh(z.imag()))};
 }
 Extended cosine(const Extended& z) {
-    return {std::cos(z.real()) * std::cosh(z.imag()), -(std::sin(z.real()) * std::sinh(z.imag()))};
+    return {product(std::cos(z.real()), std::cosh(z.imag())), -product(std::sin(z.real()), std::sinh(z.imag()))};
 }
 
 Extended by_selector(int selector, const Extended& z) {

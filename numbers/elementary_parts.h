@@ -10,20 +10,14 @@
 #pragma once
 
 #include <algorithm>
-#include <bit>
 #include <cmath>
 #include <cstddef>
-#include <cstdint>
-#include <limits>
+
+#include "numbers/words.h"
 
 namespace ondrel::elementary {
 
-using Word = std::uint64_t;
-
-constexpr Word word_of(double x) { return std::bit_cast<Word>(x); }
-constexpr double double_of(Word word) { return std::bit_cast<double>(word); }
-
-constexpr Word sign_bit = Word{1} << 63, fraction_bits = (Word{1} << 52) - 1, word_of_one = word_of(1);
+constexpr Word fraction_bits = (Word{1} << 52) - 1, word_of_one = word_of(1);
 constexpr Word low_bits(unsigned n) { return (Word{1} << n) - 1; }
 
 // A double of this size has a unit in its last place, and adding it rounds a smaller number to a multiple of that unit,
@@ -74,15 +68,6 @@ inline double quotient(Sum a, Sum b) {
     const double inverse = 1 / b.high, q = a.high * inverse;
     return std::fma(std::fma(-q, b.low, std::fma(-q, b.high, a.high) + a.low), inverse, q);
 }
-
-// ---- what is ordinary: these words have the sign bit where it is not
-
-inline Word beyond(double limit, double x) { return word_of(limit) - (word_of(x) & ~sign_bit); }
-inline Word beyond_normal(double x) {  // or not above zero
-    return (word_of(x) - word_of(std::numeric_limits<double>::min())) |
-           (word_of(std::numeric_limits<double>::max()) - word_of(x));
-}
-inline bool has_sign(Word word) { return word >> 63 != 0; }
 
 inline double rounded(long double value) { return static_cast<double>(value); }
 inline long double extended(double value) { return value; }

@@ -8,15 +8,21 @@
 
 namespace ondrel {
 
-struct Complex {
-    double re, im;
+template <class Real>
+struct ComplexOf {
+    Real re, im;
 };
-struct Quaternion {
-    double w, x, y, z;  // components 1, i, j, k
+template <class Real>
+struct QuaternionOf {
+    Real w, x, y, z;  // components 1, i, j, k
 };
-struct Octonion {
-    double c[8];  // components 1, i, j, k, l, m, n, o
+template <class Real>
+struct OctonionOf {
+    Real c[8];  // components 1, i, j, k, l, m, n, o
 };
+using Complex = ComplexOf<double>;
+using Quaternion = QuaternionOf<double>;
+using Octonion = OctonionOf<double>;
 
 // 2 to the 63: the least magnitude that no integer above zero reaches, and 2 to the 52, from which on a double has no
 // fraction.

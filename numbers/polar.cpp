@@ -5,6 +5,8 @@
 #include <numbers>
 #include <span>
 
+#include "numbers/magnitude.h"
+
 namespace ondrel {
 namespace {
 
@@ -27,7 +29,7 @@ double sign_of_first(std::span<const double> components) {
 
 void polarcomplex(double* dst, const double* src) {
     const double x = src[0], y = src[1];
-    dst[0] = std::sqrt(x * x + y * y);
+    dst[0] = magnitude_of(Complex{x, y});
     dst[1] = angle_of(y, x);
 }
 
@@ -41,12 +43,12 @@ void polarquat(double* dst, const double* src) {
     const double w = src[0], x = src[1], y = src[2], z = src[3];
     const double a = angle_of(x, w);
     if (z == 0) {
-        dst[0] = std::sqrt(y * y + x * x + w * w);
+        dst[0] = magnitude_of(Quaternion{y, x, w, 0});
         dst[2] = std::atan2(y, std::sqrt(1 - y * y));
         dst[3] = 0;
     } else {
-        dst[0] = std::sqrt(w * w + x * x + y * y + z * z);
-        dst[2] = angle_of(std::sqrt(y * y + x * x), w);
+        dst[0] = magnitude_of(Quaternion{w, x, y, z});
+        dst[2] = angle_of(magnitude_of(Complex{y, x}), w);
         dst[3] = std::atan2(z, std::sqrt(1 - z * z));
     }
     dst[1] = a;
@@ -68,15 +70,18 @@ void polarocto(double* dst, const double* src) {
     std::copy_n(src, 8, c);
     int last = 7;
     while (last > 4 && c[last] == 0) --last;
-    double tail = 0;
+    double tail = c[last] * c[last];
+    const auto length_from = [&](int k) {
+        tail += c[k] * c[k];
+        if (!has_sign(beyond_normal(tail))) return std::sqrt(tail);
+        Octonion rest{};
+        std::copy(c + k, c + 8, rest.c);
+        return magnitude_of(rest);
+    };
     std::fill(dst, dst + 8, 0.0);
     dst[last] = last == 4 ? angle_of(c[4], c[3]) : std::atan2(c[last], c[last - 1]);
-    tail = c[last] * c[last];
-    for (int k = last - 1; k >= 1; --k) {
-        tail += c[k] * c[k];
-        dst[k] = angle_of(std::sqrt(tail), c[k - 1]);
-    }
-    dst[0] = std::sqrt(tail + c[0] * c[0]);
+    for (int k = last - 1; k >= 1; --k) dst[k] = angle_of(length_from(k), c[k - 1]);
+    dst[0] = length_from(0);
 }
 
 // Angles beyond the fourth that are zero end the number early: the component before takes the whole sine.

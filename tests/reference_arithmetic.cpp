@@ -72,6 +72,14 @@ Parts complex_product(const Parts& left, const Parts& right) {
     return {std::isnan(re) ? infinity : re, std::isnan(im) ? infinity : im};
 }
 
+// The product of two that are no zeros lies outside what a double holds with full precision, so that the order of the
+// operations shows.
+bool strained(double left, double right) {
+    if (left == 0 || right == 0 || !std::isfinite(left) || !std::isfinite(right)) return false;
+    const double product = std::fabs(left * right);
+    return !(product > 1e-290 && product < 1e300);
+}
+
 Parts complex_quotient(const Parts& left, const Parts& right) {
     const auto [a, b] = std::pair(left[0], left[1]);
     const auto [c, d] = std::pair(right[0], right[1]);
@@ -81,18 +89,56 @@ Parts complex_quotient(const Parts& left, const Parts& right) {
     return {(a * c + b * d) / squares, (b * c - a * d) / squares};
 }
 
-// The product of two that are no zeros lies outside what a double holds with full precision, so that the order of the
-// operations shows.
-bool strained(double left, double right) {
-    if (left == 0 || right == 0 || !std::isfinite(left) || !std::isfinite(right)) return false;
-    const double product = std::fabs(left * right);
-    return !(product > 1e-290 && product < 1e300);
+// The product of two basis elements: the index of a third, negative for its negative. Element 0 is the real unit and
+// the square of every other one is -1, which are not in the table.
+int basis_product(int left, int right) {
+    static constexpr int above[7][7] = {{0, 3, -2, 5, -4, -7, 6}, {0, 0, 1, 6, 7, -4, -5}, {0, 0, 0, 7, -6, 5, -4},
+                                        {0, 0, 0, 0, 1, 2, 3},    {0, 0, 0, 0, 0, -3, 2},  {0, 0, 0, 0, 0, 0, -1}};
+    return left < right ? above[left - 1][right - 1] : -above[right - 1][left - 1];
+}
+
+// The basis element that two others give, and its sign.
+std::pair<std::size_t, int> unit_product(std::size_t left, std::size_t right) {
+    if (left == 0 || right == 0) return {left + right, 1};
+    if (left == right) return {0, -1};
+    const int index = basis_product(static_cast<int>(left), static_cast<int>(right));
+    return {static_cast<std::size_t>(std::abs(index)), index < 0 ? -1 : 1};
+}
+
+// The quotient where squares or products leave the range of doubles: in extended precision, within the rounding of the
+// largest component. Nothing if they do not, or an operand is not finite.
+Outcomes wide_quotient(const Item& like, const Parts& left, const Parts& right) {
+    const auto finite = [](double part) { return std::isfinite(part); };
+    if (!std::all_of(left.begin(), left.end(), finite) || !std::all_of(right.begin(), right.end(), finite)) return {};
+    bool is_strained = false;
+    long double squares = 0;
+    std::array<long double, 8> sums{};
+    for (std::size_t i = 0; i < 8; ++i) {
+        squares += static_cast<long double>(right[i]) * right[i];
+        is_strained = is_strained || strained(right[i], right[i]);
+        for (std::size_t j = 0; j < 8; ++j) {
+            const auto [index, sign] = unit_product(i, j);
+            sums[index] += static_cast<long double>(left[i]) * right[j] * (j == 0 ? sign : -sign);
+            is_strained = is_strained || strained(left[i], right[j]);
+        }
+    }
+    if (!is_strained) return {};
+    Outcome outcome{.item = like};
+    double largest = 0;
+    for (std::size_t i = 0; i < 8; ++i) {
+        outcome.item.parts[i] = static_cast<double>(sums[i] / squares);
+        largest = std::max(largest, std::fabs(outcome.item.parts[i]));
+    }
+    outcome.tolerance.fill(std::min(32 * epsilon * largest, std::numeric_limits<double>::max()) + 4 * smallest);
+    return {outcome};
 }
 
 // x / (c + di) as x(c - di) / (cc + dd), whatever the order of the two operations.
 Outcomes real_by_complex(double x, const Item& left, const Item& right) {
     const double c = right.parts[0], d = right.parts[1], squares = c * c + d * d;
     const Parts parts{x * c / squares, -(x * d) / squares};
+    const Item like = complex_like(left, right, {});
+    if (const Outcomes wide = wide_quotient(like, {x}, right.parts); !wide.empty()) return wide;
     Outcome outcome{.item = complex_like(left, right, parts)};
     outcome.tolerance = {2 * epsilon * std::fabs(parts[0]), 2 * epsilon * std::fabs(parts[1])};
     outcome.any_parts = strained(x, c) || strained(x, d) || strained(c, c) || strained(d, d) ||
@@ -121,7 +167,14 @@ Outcomes complex_residue(const Item& left, const Item& right) {
         unmarked.marks = 0;
         return converted ? either(gives(like), gives(unmarked)) : gives(like);
     };
-    const Parts quotient = complex_quotient(a, b);
+    if (b[0] == 0 && b[1] == 0) {
+        like.parts = a;
+        Item unmarked = like;
+        unmarked.marks = 0;
+        return converted ? either(gives(like), gives(unmarked)) : gives(like);
+    }
+    const Outcomes wide = wide_quotient(like, a, b);
+    const Parts quotient = wide.empty() ? complex_quotient(a, b) : wide[0].item.parts;
     if (!std::isfinite(quotient[0]) || !std::isfinite(quotient[1])) return with_any_parts(from_floor({}));
     Outcomes outcomes = from_floor(complex_floor(quotient));
     // Where the quotient lies within its rounding error of a step of the floor, either side of it.
@@ -134,14 +187,6 @@ Outcomes complex_residue(const Item& left, const Item& right) {
 }
 
 // ---- quaternions and octonions
-
-// The product of two basis elements: the index of a third, negative for its negative. Element 0 is the real unit and
-// the square of every other one is -1, which are not in the table.
-int basis_product(int left, int right) {
-    static constexpr int above[7][7] = {{0, 3, -2, 5, -4, -7, 6}, {0, 0, 1, 6, 7, -4, -5}, {0, 0, 0, 7, -6, 5, -4},
-                                        {0, 0, 0, 0, 1, 2, 3},    {0, 0, 0, 0, 0, -3, 2},  {0, 0, 0, 0, 0, 0, -1}};
-    return left < right ? above[left - 1][right - 1] : -above[right - 1][left - 1];
-}
 
 // Sums of terms whose order is not fixed.
 struct Sum {
@@ -182,18 +227,8 @@ Sums product(std::size_t components, const Parts& left, const Parts& right, std:
     for (std::size_t i = 0; i < left_present; ++i)
         for (std::size_t j = 0; j < right_present; ++j) {
             if (skip_zero_k && ((i == 3 && left[3] == 0) || (j == 3 && right[3] == 0))) continue;
-            int index = 0;
-            double factor = 1;
-            if (i == 0 || j == 0) {
-                index = static_cast<int>(i + j);
-            } else if (i == j) {
-                factor = -1;
-            } else {
-                index = basis_product(static_cast<int>(i), static_cast<int>(j));
-                factor = index < 0 ? -1 : 1;
-                index = std::abs(index);
-            }
-            result.sums[static_cast<std::size_t>(index)].term(left[i], right[j], factor);
+            const auto [index, factor] = unit_product(i, j);
+            result.sums[index].term(left[i], right[j], factor);
         }
     return result;
 }
@@ -224,6 +259,7 @@ Outcomes hypercomplex_quotient(std::uint32_t tag, const Item& left, const Item& 
         for (std::size_t i = 0; i < n; ++i) parts[i] = l[i] / r[0];
         return gives(number(tag, parts));
     }
+    if (const Outcomes wide = wide_quotient(number(tag, {}), l, r); !wide.empty()) return wide;
     double squares = 0;
     bool squares_strained = false;
     for (std::size_t i = 0; i < n; ++i) {
@@ -336,6 +372,7 @@ Outcomes divide(const Item& left, const Item& right) {
         return gives(complex_like(left, right, {left.parts[0] / r[0], left.parts[1] - r[1]}));
     }
     const Parts r = cartesian_parts(right);
+    if (const Outcomes wide = wide_quotient(complex_like(left, right, {}), left.parts, r); !wide.empty()) return wide;
     Outcomes outcomes = gives(complex_like(left, right, complex_quotient(left.parts, r)));
     if (left.parts[1] == 0 && r[1] != 0) {  // a(c - di) / (cc + dd), in either order
         Item cartesian_right = right;
@@ -358,11 +395,8 @@ Outcomes residue(const Item& left, const Item& right) {
 // The magnitude of a number with the sign of its first component that is not zero.
 double signed_magnitude(const Item& item) {
     if (item.tag < tag::complex) return plain(item);
-    const std::size_t n = component_count(item.tag);
     const Parts parts = cartesian_parts(item);
-    double squares = 0;
-    for (std::size_t i = 0; i < n; ++i) squares += parts[i] * parts[i];
-    return std::sqrt(squares) * sign(n, parts);
+    return length({parts.begin(), parts.end()}) * sign(8, parts);
 }
 
 // An operand as it is, or, as nothing is said of polar ones, its number in components.

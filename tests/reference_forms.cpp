@@ -16,16 +16,30 @@ double sn(double angle) { return without_dust(std::sin(angle)); }
 double axis_angle(double x) { return x < 0 ? pi : 0.0; }
 double angle(double y, double x) { return y == 0 ? axis_angle(x) : std::atan2(y, x); }
 
+}  // namespace
+
+double length(const std::vector<double>& parts) {
+    double squares = 0;
+    long double wide = 0;
+    for (const double part : parts) {
+        squares += part * part;
+        wide += static_cast<long double>(part) * part;
+    }
+    return std::fpclassify(squares) == FP_NORMAL ? std::sqrt(squares) : static_cast<double>(std::sqrt(wide));
+}
+
+namespace {
+
 Parts polar_quaternion(double w, double x, double y, double z) {
     Parts result{};
     result[1] = angle(x, w);
     if (z == 0) {
-        result[0] = std::sqrt(y * y + x * x + w * w);
+        result[0] = length({y, x, w});
         result[2] = std::atan2(y, std::sqrt(1 - y * y));
     } else {
-        result[0] = std::sqrt(w * w + x * x + y * y + z * z);
-        const double rest = y * y + x * x;
-        result[2] = rest == 0 ? axis_angle(w) : std::atan2(std::sqrt(rest), w);
+        result[0] = length({w, x, y, z});
+        const double rest = length({y, x});
+        result[2] = rest == 0 ? axis_angle(w) : std::atan2(rest, w);
         result[3] = std::atan2(z, std::sqrt(1 - z * z));
     }
     return result;
@@ -33,16 +47,13 @@ Parts polar_quaternion(double w, double x, double y, double z) {
 
 Parts polar_octonion(const Parts& c) {
     Parts result{};
-    double squares = 0;
-    for (const double part : c) squares += part * part;
-    result[0] = std::sqrt(squares);
+    result[0] = length({c.begin(), c.end()});
     std::size_t highest = 4;
     for (std::size_t i = 5; i < 8; ++i)
         if (c[i] != 0) highest = i;
     for (std::size_t k = 1; k < highest; ++k) {
-        double tail = 0;
-        for (std::size_t i = k; i <= highest; ++i) tail += c[i] * c[i];
-        result[k] = tail == 0 ? axis_angle(c[k - 1]) : std::atan2(std::sqrt(tail), c[k - 1]);
+        const double tail = length({c.begin() + static_cast<std::ptrdiff_t>(k), c.end()});
+        result[k] = tail == 0 ? axis_angle(c[k - 1]) : std::atan2(tail, c[k - 1]);
     }
     result[highest] = highest == 4 && c[4] == 0 ? axis_angle(c[3]) : std::atan2(c[highest], c[highest - 1]);
     return result;
@@ -69,7 +80,7 @@ Parts cartesian_octonion(const Parts& p) {
 }  // namespace
 
 Parts polar(std::size_t components, const Parts& c) {
-    if (components == 2) return {std::sqrt(c[0] * c[0] + c[1] * c[1]), angle(c[1], c[0])};
+    if (components == 2) return {length({c[0], c[1]}), angle(c[1], c[0])};
     return components == 4 ? polar_quaternion(c[0], c[1], c[2], c[3]) : polar_octonion(c);
 }
 

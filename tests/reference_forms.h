@@ -3,6 +3,7 @@
 
 #include <array>
 #include <cstddef>
+#include <vector>
 
 namespace ondrel::oracle {
 
@@ -10,6 +11,9 @@ using Parts = std::array<double, 8>;
 
 Parts polar(std::size_t components, const Parts& cartesian);
 Parts cartesian(std::size_t components, const Parts& polar);
+
+// The root of the sum of the squares, in doubles as long as that sum is an ordinary one.
+double length(const std::vector<double>& parts);
 
 // Of the first component that is not zero; 0 if none.
 double sign(std::size_t components, const Parts& parts);

@@ -1,6 +1,7 @@
 // What the families of the reference share: how results are written down, and what an operand stands for.
 #pragma once
 
+#include <algorithm>
 #include <cmath>
 #include <initializer_list>
 #include <limits>
@@ -88,6 +89,16 @@ Outcome estimated(const Item& like, const Parts& operand, Formula formula) {
         outcome.tolerance[i] = 8 * std::fabs(c - f) + 16 * epsilon * std::fabs(f) + 4 * epsilon * norm + smallest;
         if (!std::isfinite(c) || !std::isfinite(f)) outcome.tolerance[i] = same ? smallest : infinity;
     }
+    return outcome;
+}
+
+// A formula of sums of squares, which holds in extended precision where those are no ordinary doubles.
+template <class Formula>
+Outcome spacious(const Item& like, const Parts& operand, Formula formula) {
+    Outcome outcome = estimated(like, operand, formula);
+    if (std::all_of(operand.begin(), operand.end(), [](double part) { return std::isfinite(part); }))
+        for (std::size_t i = 0; i < 8; ++i)
+            outcome.tolerance[i] = 16 * epsilon * std::fabs(outcome.item.parts[i]) + smallest;
     return outcome;
 }
 

@@ -17,6 +17,13 @@ struct Divide : Arithmetic {
     requires requires(const A& a, const B& b) { quotient(a, b); }
     static auto apply(const A& a, const B& b) { return quotient(a, b); }
 
+    // For values that are tame.
+    struct Tame {
+        template <class A, class B>
+        requires requires(const A& a, const B& b) { plain_quotient(a, b); }
+        static auto apply(const A& a, const B& b) { return plain_quotient(a, b); }
+    };
+
     // Magnitudes divide and angles subtract.
     static Complex polar(Complex a, Complex b, Forms forms) {
         if (!forms.left_polar) return quotient(a, to_cartesian(b));
@@ -28,7 +35,7 @@ struct Divide : Arithmetic {
 };
 
 struct Residue : UpToComplex {
-    // A positive divisor leaves the sign of the dividend, a negative one its own; zero leaves the dividend. The
+    // A positive divisor leaves the sign of the dividend, a negative one its own; zero leaves the dividend, whatever the kind. The
     // multiple of a negative divisor is taken in unsigned words, as its quotient may round up to 2 to the 63.
     static std::int64_t apply(std::int64_t a, std::int64_t b) {
         if (b == 0) return a;
@@ -39,6 +46,7 @@ struct Residue : UpToComplex {
     }
     static double apply(double a, double b) { return b == 0 ? a : a - b * floor_of(a / b); }
     static Complex apply(Complex a, Complex b) {
+        if (b.re == 0 && b.im == 0) return a;
         const Complex whole = product(b, floor_of(quotient(a, b)));
         return {a.re - whole.re, a.im - whole.im};
     }

@@ -11,6 +11,9 @@
 //   ordinary(values, n), plain(value)
 //                      optional, for kinds that have both: the values are such that `plain`, which is faster, gives
 //                      what `apply` gives, and of an Either the usual kind
+//   Checked{strayed}.apply
+//                      optional, for the kinds above the reals: what `apply` gives, faster, or a word `strayed` that
+//                      has the sign bit, where only `apply` knows
 //   of_truth(x)        optional: what the verb says, as true or false, of what is that; a real or an integer
 //   loop<A>            optional: for the kinds that it takes, a loop of its own, for the usual kind of an Either alone:
 //                      trying the other one would cost a draw of chance
@@ -107,6 +110,20 @@ VECTOR_CLONES std::size_t monadic_loop(const void* values, void* result, std::si
                 else
                     c[at] = value.other;
             }
+        } else if constexpr (is_hypercomplex<A> && requires { typename Rule::Checked; }) {
+            constexpr std::size_t at_once = checked_at_once<A>;
+            for (; at < end; at += at_once) {
+                const std::size_t m = std::min(at_once, end - at);
+                A room[at_once];
+                const A* const from = kept_aside(a + at, c + at, m, room);
+                take_checked(
+                    c + at, m,
+                    [&](std::size_t i, Word& word) {
+                        return applied(typename Rule::Checked{word}, from[i], head);
+                    },
+                    [&](std::size_t i) { return applied(rule, from[i], head); });
+            }
+            at = end;
         } else if constexpr (requires { rule.stream; }) {
             for (; at < end; ++at) c[at] = applied(rule, a[at], head);  // one draw waits for the other
         } else {
@@ -190,6 +207,16 @@ struct OfNumbers {
     static constexpr bool takes = !is_character<A>;
     template <class A>
     static constexpr int missing = 994;
+};
+
+// The checked form of a rule whose `apply` also takes the word.
+template <class Rule>
+struct CheckedOf {
+    Word& strayed;
+    template <class A>
+    auto apply(const A& value, std::uint64_t head) const {
+        return Rule::apply(value, head, strayed);
+    }
 };
 
 // The form that a computed number keeps of its operand's: a cartesian or polar number stays one.

@@ -19,6 +19,8 @@
 //                          they are 0 or 1; where it stops all are written anew as words
 //   ordinary(values, n)    optional, for two of one kind: the values are such that plain(a, b), which is faster, gives
 //                          what apply gives; an integer, where that may give a real
+//   Tame{}.apply           optional, for pairs whose right one is hypercomplex: what apply gives, faster, of values that
+//                          are all tame (numbers/words.h)
 //   of_truths(x, y)        optional: what the verb says, as true or false, where all are that; reals or integers
 //   refused                type bits of an operand that raise 17
 #pragma once
@@ -27,6 +29,7 @@
 #include <concepts>
 
 #include "data/system_variables.h"
+#include "numbers/words.h"
 #include "verbs/scalar/clones.h"
 #include "verbs/scalar/items.h"
 
@@ -220,11 +223,50 @@ concept HasPlain = std::same_as<A, B> && requires(const A* values) {
     Rule::ordinary(values, std::size_t{});
 };
 
+template <class Rule, class A, class B>
+concept HasTame = is_hypercomplex<B> && requires {
+    typename Rule::Tame;
+};
+template <class Value>
+[[gnu::always_inline]] inline bool is_tame(const Value* values, std::size_t n) {
+    if constexpr (std::is_same_v<Value, std::int64_t>)
+        return true;
+    else
+        return all_tame(reinterpret_cast<const double*>(values), n * sizeof(Value) / sizeof(double));
+}
+
 // Whether `plain` will do for the n pairs from `at` on.
 template <class Rule, Extent extent, class A>
 [[gnu::always_inline]] inline bool ordinary(const A* a, const A* b, std::size_t at, std::size_t n) {
     return Rule::ordinary(extent == left_single ? a : a + at, extent == left_single ? 1 : n) &&
            Rule::ordinary(extent == right_single ? b : b + at, extent == right_single ? 1 : n);
+}
+
+// Values that a loop takes back if they have strayed. They are few: those of the operands are kept aside where the
+// results go in their place.
+template <class... Values>
+inline constexpr std::size_t checked_at_once = 4096 / std::max({sizeof(Values)...});
+template <class Value>
+[[gnu::always_inline]] inline const Value* kept_aside(const Value* values, const void* result, std::size_t n,
+                                                      Value* room) {
+    return values == result ? std::copy_n(values, n, room) - n : values;
+}
+
+// Runs `quick(i, strayed)` for the results at c, and then `slow(i)` for those that have strayed.
+template <class R, class Quick, class Slow>
+[[gnu::always_inline]] inline void take_checked(R* c, std::size_t n, const Quick& quick, const Slow& slow) {
+    Word strayed[checked_at_once<double>], any = 0;
+#pragma GCC ivdep
+    for (std::size_t i = 0; i < n; ++i) {
+        Word word = 0;
+        c[i] = quick(i, word);
+        strayed[i] = word;
+        any |= word;
+    }
+    if (!has_sign(any)) [[likely]]
+        return;
+    for (std::size_t i = 0; i < n; ++i)
+        if (has_sign(strayed[i])) c[i] = slow(i);
 }
 
 // One after the other, as vector code: the result may be an operand, item for item.
@@ -256,6 +298,16 @@ VECTOR_CLONES std::size_t fixed_loop(const void* left, const void* right, void* 
             const std::size_t end = std::min(at + look_ahead, n);
             if (ordinary<Rule, extent>(a, b, at, end - at))
                 each<Rule, true, extent>(rule, a, b, c, at, end);
+            else
+                each<Rule, false, extent>(rule, a, b, c, at, end);
+        }
+    } else if constexpr (HasTame<Rule, A, B>) {
+        for (std::size_t at = 0; at < n; at += look_ahead) {
+            const std::size_t end = std::min(at + look_ahead, n);
+            const bool tame = is_tame(extent == left_single ? a : a + at, extent == left_single ? 1 : end - at) &&
+                              is_tame(extent == right_single ? b : b + at, extent == right_single ? 1 : end - at);
+            if (tame)
+                each<typename Rule::Tame, false, extent>({}, a, b, c, at, end);
             else
                 each<Rule, false, extent>(rule, a, b, c, at, end);
         }

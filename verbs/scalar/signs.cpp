@@ -77,13 +77,16 @@ struct Direction : OfNumbers {
         if constexpr (!is_hypercomplex<A>) {
             return sign_of(value);
         } else {
-            auto components = components_of(value);
             if (is_polar(head)) {
+                auto components = components_of(value);
                 components[0] = 1;
                 return std::bit_cast<A>(components);
             }
-            const double size = std::sqrt(squared_magnitude(value));
-            return map_components(value, [size](double component) { return component / size; });
+            Word strayed;
+            const double size = magnitude_of(value, strayed);
+            if (!has_sign(strayed)) return map_components(value, [size](double c) { return c / size; });
+            const long double extended_size = extended_magnitude(value);
+            return map_components(value, [=](double c) { return rounded(c / extended_size); });
         }
     }
     static constexpr auto head = same_form;
@@ -91,19 +94,29 @@ struct Direction : OfNumbers {
 
 struct Reciprocal : OfNumbers {
     template <class A>
-    static A inverse(const A& value) {
-        const double squared = squared_magnitude(value);
-        return map_components(Conjugate::apply(value, 0), [squared](double c) { return c / squared; });
+    static A inverse(const A& value, Word& strayed) {
+        const double squares = squared_magnitude(value);
+        strayed = strays(squares, value);
+        return map_components(Conjugate::apply(value, 0), [squares](double c) { return c / squares; });
     }
     template <class A>
-    static auto apply(const A& value, std::uint64_t head) {
+    static A inverse(const A& value) {
+        Word strayed;
+        const A result = inverse(value, strayed);
+        if (!has_sign(strayed)) return result;
+        const long double squares = squared_magnitude(extended(value));
+        return map_components(Conjugate::apply(value, 0), [squares](double c) { return rounded(c / squares); });
+    }
+    template <class A, class... Strayed>
+    static auto apply(const A& value, std::uint64_t head, Strayed&... strayed) {
         if constexpr (!is_hypercomplex<A>)
             return 1 / static_cast<double>(value);
         else if constexpr (std::is_same_v<A, Complex>)
-            return is_polar(head) ? Complex{1 / value.re, -value.im} : inverse(value);
+            return is_polar(head) ? Complex{1 / value.re, -value.im} : inverse(value, strayed...);
         else
-            return is_polar(head) ? to_polar(inverse(to_cartesian(value))) : inverse(value);
+            return is_polar(head) ? to_polar(inverse(to_cartesian(value))) : inverse(value, strayed...);
     }
+    using Checked = CheckedOf<Reciprocal>;
     static std::uint64_t head(std::uint64_t head, std::uint32_t tag) {
         if (tag == tag::real) return make_head(tag, head_form(head), unprefixed_marks(head));
         return tag == tag::complex ? make_head(tag, head_form(head), kept_marks(head)) : kept_head(head, tag);
@@ -115,10 +128,11 @@ struct Magnitude : OfNumbers {
         return value < 0 ? Negative::apply(value, 0) : value;
     }
     static double apply(double value, std::uint64_t) { return std::fabs(value); }
-    template <class A>
-    static double apply(const A& value, std::uint64_t head) {
-        return is_polar(head) ? components_of(value)[0] : std::sqrt(squared_magnitude(value));
+    template <class A, class... Strayed>
+    static double apply(const A& value, std::uint64_t head, Strayed&... strayed) {
+        return is_polar(head) ? components_of(value)[0] : magnitude_of(value, strayed...);
     }
+    using Checked = CheckedOf<Magnitude>;
     static constexpr auto head = Signum::head;
 };
 
