@@ -13,21 +13,17 @@ bool identical_numbers(double left, double right) {
            (std::isinf(left) && std::isinf(right) && !(right > left));
 }
 
-// The magnitude with the sign of the first component that is not zero, of the components as they stand; and how far
+// The magnitude with the sign of the first component that is not zero; and how far
 // the sum of squares in another order may lie from it.
 struct Signed {
     double value = 0, doubt = 0;
 };
 Signed signed_magnitude(const Item& item) {
     if (!is_hypercomplex(item)) return {plain(item)};
-    double squares = 0;
     long double exact = 0;
-    for (const double part : item.parts) {
-        squares += part * part;
-        exact += static_cast<long double>(part) * part;
-    }
-    const double value = std::sqrt(squares) * sign(8, item.parts);
-    const bool rounded = static_cast<long double>(squares) != exact;
+    for (const double part : item.parts) exact += static_cast<long double>(part) * part;
+    const double value = length({item.parts.begin(), item.parts.end()}) * sign(8, item.parts);
+    const bool rounded = static_cast<long double>(static_cast<double>(exact)) != exact;
     return {value, rounded && std::isfinite(value) ? 4 * epsilon * std::fabs(value) : 0};
 }
 
@@ -107,9 +103,16 @@ bool same_components(const Item& left, const Item& right) {
            (left.tag == right.tag || vanishes_from(left.tag > right.tag ? left : right, shared));
 }
 
+Item as_cartesian(Item item) {
+    item.parts = cartesian_parts(item);
+    if (is_hypercomplex(item)) item.form = form::number;
+    return item;
+}
+
 }  // namespace
 
 Outcomes comparison(Verb verb, const Item& left, const Item& right, double tolerance) {
+    if (is_polar(left) || is_polar(right)) return comparison(verb, as_cartesian(left), as_cartesian(right), tolerance);
     if (left.tag == tag::unicode || right.tag == tag::unicode) return fails(994);
     if (is_character(left) != is_character(right)) return fails(162);
     if (std::max(left.tag, right.tag) <= tag::integer) return boolean(compare(verb, left.integer, right.integer));

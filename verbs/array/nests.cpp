@@ -6,7 +6,9 @@
 
 #include "data/errors.h"
 #include "data/moving.h"
+#include "numbers/magnitude.h"
 #include "verbs/array/shapes.h"
+#include "verbs/scalar/items.h"
 
 namespace ondrel {
 namespace {
@@ -76,19 +78,26 @@ void enlist2(ItemsOwner& made, const DataElement& value) {
 
 bool equal(double left, double right) { return left == right || (left != left && right != right); }
 
+// A polar number is the number that it stands for.
+template <class Value>
+bool equal_numbers(const DataElement& left, const DataElement& right) {
+    const auto parts = [](const DataElement& item) {
+        const Value value = load<Value>(item);
+        return components_of(is_polar(item.head) ? to_cartesian(value) : value);
+    };
+    return std::ranges::equal(parts(left), parts(right), [](double a, double b) { return equal(a, b); });
+}
+
 // Two items of one tag, of no nested values.
 bool equal(const DataElement& left, const DataElement& right) {
-    const auto equal_parts = [](const double* l, const double* r, std::size_t n) {
-        return std::equal(l, l + n, r, [](double a, double b) { return equal(a, b); });
-    };
     switch (left.tag) {
         case tag::ascii: return left.ascii == right.ascii;
         case tag::unicode: return true;
         case tag::integer: return left.integer == right.integer;
         case tag::real: return equal(left.real, right.real);
-        case tag::complex: return equal_parts(left.complex, right.complex, 2);
-        case tag::quaternion: return equal_parts(left.quaternion, right.quaternion, 4);
-        case tag::octonion: return equal_parts(left.octonion, right.octonion, 8);
+        case tag::complex: return equal_numbers<Complex>(left, right);
+        case tag::quaternion: return equal_numbers<Quaternion>(left, right);
+        case tag::octonion: return equal_numbers<Octonion>(left, right);
         case tag::file: return left.file == right.file;
         default: return false;
     }
@@ -141,9 +150,38 @@ double likeness(const DataElement& left, const DataElement& right) {
     return static_cast<double>(scored) / static_cast<double>(items.most + static_cast<std::uint64_t>(longer) + 2);
 }
 
+bool same_outline(const DataElement& left, const DataElement& right) {
+    return left.depth == right.depth && std::ranges::equal(dimensions(left), dimensions(right));
+}
+
 bool same(const DataElement& left, const DataElement& right) {
-    return left.depth == right.depth && std::ranges::equal(dimensions(left), dimensions(right)) &&
-           exactmatch(left, right);
+    return same_outline(left, right) && exactmatch(left, right);
+}
+
+double reals_in(std::uint32_t tag) {
+    return tag >= tag::real && tag <= tag::octonion ? static_cast<double>(1U << (tag - tag::real)) : 0;
+}
+MatchWork work_of(const DataElement& left, const DataElement& right) {
+    const std::uint32_t shared = std::min(left.elements, right.elements);
+    MatchWork work{static_cast<double>(std::max(left.elements, right.elements)), 0};
+    if (shared > 0 && is_packed(left.data_pointer) && is_packed(right.data_pointer)) {
+        const std::uint32_t tag = head_tag(header(left.data_pointer).head);
+        if (tag == head_tag(header(right.data_pointer).head)) work.reals = shared * reals_in(tag);
+        return work;
+    }
+    for (std::uint32_t i = 0; i < shared; ++i) {
+        const DataElement l = item_at(left.data_pointer, i), r = item_at(right.data_pointer, i);
+        if (l.tag == tag::subarray && r.tag == tag::subarray) {
+            const auto [items, reals] = work_of(*l.nested, *r.nested);
+            work.items += items - 1;
+            work.reals += reals;
+        } else if (l.tag == tag::subarray || r.tag == tag::subarray) {
+            work.items += (l.tag == tag::subarray ? l : r).nested->elements;
+        } else if (l.tag == r.tag) {
+            work.reals += reals_in(l.tag);
+        }
+    }
+    return work;
 }
 
 }  // namespace
@@ -169,6 +207,13 @@ void enlist(DataElement*& sp, DataElement* cell) {
     rebuild_kinds(result.record);
     pack(result.record);
     std::swap(top, result.record);
+}
+
+MatchWork match_work(const DataElement& left, const DataElement& right, bool exact) {
+    if (left.rank < 0 || right.rank < 0) return {};
+    if (!exact) return work_of(left, right);
+    const auto larger = static_cast<double>(std::max(left.elements, right.elements));
+    return {larger, same_outline(left, right) ? work_of(left, right).reals : 0};
 }
 
 void match(DataElement*& sp, DataElement* cell) {

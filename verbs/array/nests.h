@@ -13,4 +13,11 @@ void enlist(DataElement*& sp, DataElement* cell);
 // modifier, 1 or 0. Raises 994 for what is no value, 27, with both as they were.
 void match(DataElement*& sp, DataElement* cell);
 
+// What that takes: items, by half the points that the two values could score, or the larger number of items where the
+// match is to be exact; and comparisons of reals, all those that there are to make.
+struct MatchWork {
+    double items = 0, reals = 0;
+};
+MatchWork match_work(const DataElement& left, const DataElement& right, bool exact);
+
 }  // namespace ondrel

@@ -3,8 +3,7 @@
 //
 // Numbers of different kinds, and all above the integers, are ordered by one real each, the signed magnitude. LESS and
 // its kin say 0 or 1; EQUIVALENT and NOTEQUIVALENT say how much two numbers are one, as a degree of truth. Integers
-// among themselves, and characters, are compared as they are. The components of a number count as they stand, in
-// whatever form.
+// among themselves, and characters, are compared as they are. A polar number counts as the number that it stands for.
 #include <cmath>
 #include <limits>
 
@@ -15,8 +14,6 @@ namespace ondrel {
 namespace {
 
 struct Comparison : Comparable {
-    static constexpr bool as_stored = true;
-
     static std::uint64_t head(std::uint64_t, std::uint64_t, std::uint32_t tag) {
         return make_head(tag, tag == tag::integer ? form::boolean : form::logical);
     }
