@@ -152,9 +152,11 @@ void stop_pool() {
 
 // ---- hand-offs
 
+Stretch stretch_of(std::uint32_t thread) { return stretch_of(thread, to_coprocessors.count); }
+
 // Up to where the next one begins: of a threshold of 1 the main thread has no item, which UPPER cannot say.
-Stretch stretch_of(std::uint32_t thread) {
-    const std::uint32_t n = to_coprocessors.count, first = LOWER(n, processors, thread);
+Stretch stretch_of(std::uint32_t thread, std::uint32_t n) {
+    const std::uint32_t first = LOWER(n, processors, thread);
     return {first, thread + 1 >= processors ? n : std::max(first, LOWER(n, processors, thread + 1))};
 }
 

@@ -77,6 +77,7 @@ inline bool is_large(std::size_t n) {
 inline bool hands_off(std::size_t n) { return is_large(n) && !handing_off; }
 
 // A hand-off takes tens of microseconds. Work that would take one thread no more than this, in seconds, stays on it.
+// What comes out must not show who did it: the clock decides here.
 extern double shortest_work;
 
 // Whether work on n items, of which the first are done by `run(end)` as a trial, is worth a hand-off. Work that is
@@ -120,6 +121,8 @@ struct Stretch {
     std::size_t items() const { return end - first; }
 };
 Stretch stretch_of(std::uint32_t thread);
+// The same of n items that are not published.
+Stretch stretch_of(std::uint32_t thread, std::uint32_t n);
 
 // Runs work(thread, stretch) on all threads, for n items, and collects. Meanwhile they may all count and allocate
 // blocks. Raises what the first thread that failed has raised.

@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "tests/evaluator.h"
+#include "tests/threads.h"
 #include "tests/values.h"
 
 namespace ondrel {
@@ -101,6 +102,35 @@ TEST(Chance, ALongArray) {
     std::generate(expected.begin(), expected.end(),
                   [&] { return static_cast<double>(other()) * 4.656612875245797e-10; });
     EXPECT_EQ(numbers_of("4711 SEED 1.0 150000 RESHAPE RANDOM"), expected);
+}
+
+// A die without faces draws nothing, and its NaN among integers costs no other one a second draw: neither in the
+// stretch of any thread, nor behind it.
+TEST(Chance, OneDrawForEachDie) {
+    const Threads pool;
+    constexpr std::uint32_t dice = 20'000, period = 18, blank = 9;
+    const auto draw = [](std::minstd_rand& stream, double range) {
+        return static_cast<double>(stream()) * 4.656612875245797e-10 * range;
+    };
+    for (const std::uint32_t threads : {1U, 3U, 8U}) {
+        SCOPED_TRACE(threads);
+        Threads::use(threads, 0);
+        const Numbers found =
+            numbers_of("4711 SEED (" + times(blank, "6") + "0 " + times(period - blank - 1, "6") + ")" +
+                       std::to_string(dice) + " RESHAPE ROLL 2147483647 RANDOM");
+        ASSERT_EQ(found.size(), dice + 1);
+        std::uint32_t at = 0;
+        for (std::uint32_t thread = 0; thread < threads; ++thread) {
+            std::minstd_rand own(4711 + thread * 22925);
+            for (const auto end = thread + 1 == threads ? dice : LOWER(dice, threads, thread + 1); at < end; ++at) {
+                ASSERT_EQ(std::isnan(found[at]), at % period == blank) << at;
+                if (at % period == blank) continue;
+                ASSERT_EQ(found[at], 1 + std::trunc(draw(own, 6))) << at;
+            }
+            if (thread != 0) continue;
+            EXPECT_EQ(found.back(), draw(own, 2147483647));
+        }
+    }
 }
 
 TEST(Chance, SeedsRepeatARun) {

@@ -11,6 +11,7 @@
 #include "core/stack.h"
 #include "data/system_variables.h"
 #include "tests/palette.h"
+#include "tests/threads.h"
 #include "translator/symbols.h"
 
 namespace ondrel {
@@ -149,6 +150,30 @@ TEST_F(Interval, AddsUpAsReals) {
             if (std::trunc(std::fabs((to - from) / step)) + 1 != static_cast<double>(n)) continue;
             expect(three(real(from), real(to), real(step)), reals(values));
         }
+}
+
+// Whoever makes them: a hand-off that the clock finds not worth its time leaves the same roundings.
+TEST_F(Interval, RoundsAlikeWhateverTheClockSays) {
+    const Threads pool;
+    const auto made = [](const Value& operand, std::uint32_t threads, double worth) {
+        Threads::use(threads, 0);
+        shortest_work = worth;
+        DataElement* sp = stack;
+        *++sp = build(operand, Layout::items);
+        DataElement cell{};
+        interval(sp, &cell);
+        wait_for_coprocessors();
+        const Value result = read(*sp);
+        dereferencepoint(*sp);
+        return result;
+    };
+    for (const Value& operand : {three(real(0.1), real(3000), real(0.1)),
+                                 three(hypercomplex({0.1, 0.1}), hypercomplex({30, 10}), hypercomplex({0.1, 0.1}))}) {
+        const Value handed_off = made(operand, 3, 0);
+        EXPECT_TRUE(identical(made(operand, 3, 1e9), handed_off));
+        EXPECT_FALSE(identical(made(operand, 1, 0), handed_off)) << "this operand shows nothing";
+    }
+    shortest_work = 0;
 }
 
 TEST_F(Interval, Characters) {

@@ -57,9 +57,9 @@ template <class Value, class WriterAt>
 Computed filled(Owner& result, std::size_t n, std::uint16_t form, WriterAt writer_at) {
     OwnedBlock values(allocate_packed(head_of<Value>(n, form), n));
     const Run<Value, WriterAt> run{static_cast<Value*>(values.get()), writer_at};
-    const bool is_kept = packing && n > 1, is_posted = is_kept && hands_off(n) && is_worth_it(n, [&](std::size_t end) {
-                                                           run.write({0, end});
-                                                       });
+    if (is_large(n)) wait_for_coprocessors();
+    const bool is_kept = packing && n > 1, is_split = n > 1 && hands_off(n);
+    const bool is_posted = is_kept && is_split && is_worth_it(n, [&](std::size_t end) { run.write({0, end}); });
     if (is_posted) {
         static std::optional<Run<Value, WriterAt>> posted;  // it stays as long as the hand-off is in flight
         posted.emplace(run);
@@ -69,8 +69,10 @@ Computed filled(Owner& result, std::size_t n, std::uint16_t form, WriterAt write
         };
         chance_decided = false;  // here it has no part
         post(kernel, &*posted, n);
-    } else {
-        run.write({0, n});
+    } else {  // with the same roundings, as these begin anew with each stretch
+        const std::uint32_t threads = is_split ? processors : 1;
+        for (std::uint32_t thread = 0; thread < threads; ++thread)
+            run.write(is_split ? stretch_of(thread, static_cast<std::uint32_t>(n)) : Stretch{0, n});
     }
     result.record.data_pointer = is_kept ? values.release() : unpack(values.get(), n);
     return {result.take(), is_posted};

@@ -106,8 +106,9 @@ struct Roll : Drawn<Roll> {
 
     IntegerOrReal apply(std::int64_t faces, std::uint64_t) const {
         if (faces == 0) return as_real(undrawn);
-        const double face = drawn(static_cast<double>(faces), draw());
-        return fits_integer(face) ? as_integer(static_cast<std::int64_t>(face)) : as_real(face);
+        const double below = std::trunc(static_cast<double>(faces) * draw()), one = faces > 0 ? 1 : -1;
+        if (!(std::fabs(below) < two_to_63)) return as_real(below + one);
+        return as_integer(static_cast<std::int64_t>(below) + static_cast<std::int64_t>(one));
     }
     double apply(double faces, std::uint64_t) const { return draws(faces) ? drawn(faces, draw()) : undrawn; }
 

@@ -6,6 +6,7 @@
 #include <atomic>
 #include <optional>
 #include <utility>
+#include <vector>
 
 #include "parallel/pool.h"
 #include "verbs/scalar/items.h"
@@ -90,9 +91,12 @@ extern std::atomic<bool> chance_decided;
 template <class Run>
 struct PostedLoop {
     BoundLoop<Run> loop;
-    std::size_t done;  // by the main thread, from the first item on
+    std::size_t done;                        // by the main thread, from the first item on
+    std::vector<std::int64_t> streams_were;  // of chance, by thread, where it may have to draw again
 
     static bool run_stretch(void* posted, std::uint32_t thread) {
+        auto& streams = static_cast<PostedLoop*>(posted)->streams_were;
+        if (!streams.empty()) streams[thread] = prngs_seed;
         BoundLoop<Run> own = static_cast<PostedLoop*>(posted)->loop;
         bool drew = false;
         own.run.setting = own.run.setting.on_this_thread(drew);
@@ -112,10 +116,18 @@ struct Done {
 };
 
 // Runs the loop over n items, by all threads where that is worth it. With `may_leave` the workers may be left at work.
+// A loop that draws, but `may_stop`, has done nothing if it does: its draws are taken back, as each item has one.
 template <class Run>
-Done over_all(const BoundLoop<Run>& loop, std::size_t n, bool may_leave) {
-    if (!hands_off(n)) return {loop.over({0, n})};
+Done over_all(const BoundLoop<Run>& loop, std::size_t n, bool may_leave, bool may_stop) {
     const Setting& setting = loop.run.setting;
+    const bool takes_back = may_stop && setting.stream != nullptr;
+    if (!hands_off(n)) {
+        const std::int64_t stream_was = takes_back ? *setting.stream : 0;
+        const std::size_t done = loop.over({0, n});
+        if (done == n || !takes_back) return {done};
+        *setting.stream = stream_was;
+        return {0};
+    }
     std::size_t done = 0;
     if (setting.stream == nullptr) {  // who draws must not depend on time
         std::size_t tried = 0;
@@ -124,12 +136,16 @@ Done over_all(const BoundLoop<Run>& loop, std::size_t n, bool may_leave) {
         if (!is_worth) return {done + loop.over({done, n})};
     }
     static std::optional<PostedLoop<Run>> posted;
-    posted.emplace(loop, done);
+    posted.emplace(loop, done, std::vector<std::int64_t>(takes_back ? processors : 0));
     chance_decided = false;
     const bool complete = post(PostedLoop<Run>::run_stretch, &*posted, n);
-    if (complete && may_leave) return {n, true};
+    if (complete && may_leave && !takes_back) return {n, true};
     const bool all = collect() && complete;
     raise_failure(setting.site);
+    if (!all && takes_back) {
+        spread(n, setting.site, [&](std::uint32_t thread, Stretch) { prngs_seed = posted->streams_were[thread]; });
+        return {0};
+    }
     if (chance_decided && setting.drew != nullptr) *setting.drew = true;
     return {all ? n : posted->done};
 }
@@ -158,7 +174,7 @@ LoopResult by_loops(const Rule& rule, std::size_t n, bool widened, bool may_leav
         header(block).head = head;
         const auto [done, is_posted] = over_all(BoundLoop{bind(loop), static_cast<std::byte*>(block), item_width(head),
                                                           widened, narrowed, reused != nullptr},
-                                                n, may_leave);
+                                                n, may_leave, !loop.whole || narrowed);
         if (done == n) return {result.release(), is_posted};
         if (done == 0 || rule.loops[1].whole) continue;  // which writes all anew
         return {rest(block, done)};

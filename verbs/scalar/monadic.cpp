@@ -109,7 +109,7 @@ void monadic(const MonadicVerb& verb, DataElement*& sp, DataElement* cell) {
                           .tolerance = verb.takes_setting ? tolerance() : 0,
                           .stream = verb.draws ? &prngs_seed : nullptr};
     if (scalar(verb, *sp, setting)) return;
-    if (is_large(sp->elements)) wait_for_coprocessors();
+    if (verb.draws || is_large(sp->elements)) wait_for_coprocessors();  // nested values that draw may be large
     const auto [result, is_posted] = compute(verb, *sp, Freedom::may_leave, setting);
     if (is_posted) return leave_result({&verb, {*sp}, 1, &sp, setting, compute_again}, result);
     dereferencepoint(*sp);
