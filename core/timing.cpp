@@ -10,6 +10,7 @@
 #include "core/options.h"
 #include "parallel/pool.h"
 #include "verbs/array/encoding.h"
+#include "verbs/array/nests.h"
 
 namespace ondrel {
 
@@ -49,13 +50,13 @@ Extent extent_of(const DataElement& value) {
 }
 
 bool is_dyadic(Instruction instruction) { return row(instruction).type == dyadic_class; }
-// Verbs that move items and compute none.
+// Verbs that move items and compute none. They count those of their result, and not what is nested in it.
 bool moves_items(Instruction instruction) {
     using enum Instruction;
-    constexpr std::array movers{RESHAPE,  DEAL,        RAVEL,      ENCLOSE,   DISCLOSE,         FIRST,
-                                REST,     SHAPE,       RANK,       DEPTH,     MIRROR,           REVERSE,
-                                CATENATE, TRANSPOSE,   COMPRESS,   REPLICATE, COMPRESSLASTAXIS, ENASCII,
-                                DEASCII,  ENCAPSULATE, DECAPSULATE};
+    constexpr std::array movers{RESHAPE,  DEAL,        RAVEL,       ENCLOSE,   DISCLOSE,         FIRST,
+                                REST,     SHAPE,       RANK,        DEPTH,     MIRROR,           REVERSE,
+                                CATENATE, TRANSPOSE,   COMPRESS,    REPLICATE, COMPRESSLASTAXIS, ENASCII,
+                                DEASCII,  ENCAPSULATE, DECAPSULATE, ENLIST};
     return std::ranges::find(movers, instruction) != movers.end();
 }
 bool folds(Instruction instruction) {
@@ -104,6 +105,12 @@ double flops_an_item(Instruction instruction, std::uint32_t kinds) {
     if (kinds & HASQUATERNION) return flops.quaternion;
     if (kinds & HASCOMPLEX) return flops.complex;
     return kinds & (HASREAL | HASINTEGER) ? flops.real : 0;
+}
+
+// A number of an interval is a step of each of its axes; integers are counted up without any.
+double flops_of_interval(const DataElement& result) {
+    if (result.type & (HASCOMPLEX | HASQUATERNION | HASOCTONION)) return result.rank;
+    return result.type & HASREAL ? 1 : 0;
 }
 
 // ---- the reports of a sentence
@@ -187,6 +194,11 @@ AccountedInstruction::AccountedInstruction(const Activation& activation)
     time_baseline = tval;
     work_baseline = operations;
     to_coprocessors.count = 0;
+    if (instruction == Instruction::MATCH && activation.sp - activation.argument_floor + 1 >= 2) {
+        const auto [items, reals] = match_work(activation.sp[-1], activation.sp[0], activation.cell->modifier != 0);
+        looked_at = items;
+        compared = reals;
+    }
     if (!counts_result(instruction)) return;
     const std::ptrdiff_t arguments = is_dyadic(instruction) ? 2 : 1;
     if (activation.sp - activation.argument_floor + 1 < arguments) return;
@@ -196,16 +208,24 @@ AccountedInstruction::AccountedInstruction(const Activation& activation)
     if (instruction == Instruction::ENCAPSULATE) counts_items = counts_items && can_encapsulate(found[0]);
     if (!counts_items) return;
     if (counts_masked(instruction) && activation.sp > activation.argument_floor)
-        looked_at = extent_of(activation.sp[-1]).items;
+        looked_at = activation.sp[-1].elements;
     if (folds(instruction)) looked_at = activation.sp->rank > 0 ? extent_of(*activation.sp).items : 0;
     for (const DataElement& operand : found) operands |= extent_of(operand).kinds;
 }
 
 void AccountedInstruction::finish(const DataElement* top) {
     if (counts_items) {
-        const double items = counts_masked(instruction) || folds(instruction) ? looked_at : extent_of(*top).items;
+        const double items = counts_masked(instruction) || folds(instruction) ? looked_at
+                             : moves_items(instruction)                       ? top->elements
+                                                                              : extent_of(*top).items;
         operations += items;
-        flopos = is_dyadic(instruction) + items * flops_an_item(instruction, operands);
+        flopos = is_dyadic(instruction) + items * (instruction == Instruction::INTERVAL
+                                                       ? flops_of_interval(*top)
+                                                       : flops_an_item(instruction, operands));
+        share_flops(flopos);
+    } else if (instruction == Instruction::MATCH) {
+        operations += looked_at;
+        flopos = compared;
         share_flops(flopos);
     } else if (instruction == Instruction::NOOP) {
         ++operations;

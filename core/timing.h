@@ -68,7 +68,8 @@ public:
 private:
     Instruction instruction;
     bool counts_items = false;   // of its result
-    double looked_at = 0;        // items that a mask is applied to, or that are folded
+    double looked_at = 0;        // items that a mask is applied to, or that are folded or matched
+    double compared = 0;         // reals, by MATCH
     std::uint32_t operands = 0;  // the kinds of item that it works on
 };
 

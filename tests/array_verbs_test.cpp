@@ -366,6 +366,7 @@ struct Dyadic {
     const char* name;
     Run run;
     std::function<Plain(const Value&, const Value&)> plain;
+    bool keeps_depth = false;  // of the left operand, whatever is left of it
 };
 
 void check(const Dyadic& verb, const Value& left, const Value& right, Holding of_left, Holding of_right) {
@@ -376,12 +377,14 @@ void check(const Dyadic& verb, const Value& left, const Value& right, Holding of
     sp[-1] = build(left, of_left.layout);
     sp[0] = build(right, of_right.layout);
     Operand left_operand(left, sp[-1], of_left.shared), right_operand(right, sp[0], of_right.shared);
+    const std::int16_t depth = sp[-1].depth;
     const int error = error_of([&] { verb.run(sp, cell_with(0)); });
     const Plain expected = verb.plain(left, right);
     EXPECT_EQ(error == 0, expected.has_value()) << error;
     if (error == 0) {
         ASSERT_EQ(sp, stack + 1);
-        const Value result = read(*sp);
+        const Value result = read(*sp, verb.keeps_depth ? KindBits::at_least : KindBits::exact);
+        EXPECT_TRUE(!verb.keeps_depth || result.items.empty() || sp->depth == depth) << sp->depth;
         if (expected.has_value()) {
             EXPECT_TRUE(identical(result, *expected)) << describe(result);
         }
@@ -443,9 +446,9 @@ TEST_P(ArrayVerbs, OfTwoValues) {
     instruction_cell();
     const Dyadic catenated{"CATENATE", catenate, plain_catenate};
     const Dyadic masked[]{
-        {"COMPRESS", compress, [](const Value& l, const Value& r) { return plain_compress(l, r, false); }},
-        {"COMPRESSLASTAXIS", compress_cells,
-         [](const Value& l, const Value& r) { return plain_compress(l, r, true); }}};
+        {"COMPRESS", compress, [](const Value& l, const Value& r) { return plain_compress(l, r, false); }, true},
+        {"COMPRESSLASTAXIS", compress_cells, [](const Value& l, const Value& r) { return plain_compress(l, r, true); },
+         true}};
     std::vector<Value> masks{scalar_value(integer(2)),
                              scalar_value(integer(-1)),
                              vector_value({integer(0)}),

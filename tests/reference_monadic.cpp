@@ -26,6 +26,12 @@ Outcomes in_components(const Item& item, Formula formula) {
     const Outcome outcome = estimated(like, cartesian_parts(item), formula);
     return {is_polar(item) ? brought_back(outcome) : outcome};
 }
+template <class Formula>
+Outcomes in_spacious_components(const Item& item, Formula formula) {
+    const Outcome outcome =
+        spacious(number(item.tag, {}, kept(item.form), item.marks & 0x3fff), cartesian_parts(item), formula);
+    return {is_polar(item) ? brought_back(outcome) : outcome};
+}
 
 // The same for a formula that gives its results to the bit.
 template <class Formula>
@@ -89,7 +95,7 @@ Outcomes whole_of_components(const Item& item, double up, double tolerance) {
         });
         for (Outcome& outcome : outcomes)  // a zero may have either sign
             for (std::size_t i = 0; i < 8; ++i) outcome.tolerance[i] = std::max(outcome.tolerance[i], smallest);
-        return is_polar(item) ? outcomes : in_forms(outcomes, {item.form, kept(item.form)});
+        return in_forms(outcomes, {item.form});
     };
     // Eight rests may be added in any order.
     const bool close = sum != 1 - tolerance && std::fabs(sum - (1 - tolerance)) < 8 * epsilon;
@@ -114,7 +120,7 @@ Outcomes rounded(Monadic verb, const Item& item, double tolerance) {
                                                      : std::ceil(x);
     Outcomes outcomes = whole(item, value);
     for (Outcome& outcome : outcomes) outcome.tolerance[0] = smallest;
-    return in_forms(outcomes, {item.form, form::number});
+    return in_forms(outcomes, {verb == Monadic::Truncate ? form::number : kept(item.form)});
 }
 
 // ---- one verb each
@@ -162,7 +168,7 @@ Outcomes direction(const Item& item) {
     if (!is_hypercomplex(item))
         return in_forms(sign_of(item, item.form, item.marks & 0x3fff), {item.form, kept(item.form)});
     if (!is_polar(item))
-        return in_components(item, [](auto parts) {
+        return in_spacious_components(item, [](auto parts) {
             const auto l = length(parts);
             for (auto& part : parts) part /= l;
             return parts;
@@ -177,7 +183,7 @@ Outcomes reciprocal(const Item& item) {
     if (!is_hypercomplex(item)) return gives(number(tag::real, {1 / plain(item)}, item.form, item.marks & 0x3eff));
     if (is_polar(item) && item.tag == tag::complex)
         return gives(number(item.tag, {1 / item.parts[0], -item.parts[1]}, item.form, item.marks & 0x3fff));
-    const Outcomes outcomes = in_components(item, [](auto parts) {
+    const Outcomes outcomes = in_spacious_components(item, [](auto parts) {
         const auto below = squares(parts);
         for (std::size_t i = 0; i < 8; ++i) parts[i] = (i == 0 ? parts[i] : -parts[i]) / below;
         return parts;
@@ -199,7 +205,7 @@ Outcomes magnitude(const Item& item) {
         result.parts[0] = is_polar(item) ? item.parts[0] : std::fabs(item.parts[0]);
         return fresh(result);
     }
-    return with_free_marks({estimated(result, item.parts, [](auto at) { return first(length(at)); })}, below_name);
+    return with_free_marks({spacious(result, item.parts, [](auto at) { return first(length(at)); })}, below_name);
 }
 
 Outcomes pitimes(const Item& item) {

@@ -10,6 +10,7 @@
 #include "core/options.h"
 #include "core/timing.h"
 #include "data/instructions.h"
+#include "tests/evaluator.h"
 #include "tests/process.h"
 
 namespace ondrel {
@@ -49,6 +50,32 @@ protected:
         for (const char* part : parts) EXPECT_TRUE(contains(report, part)) << escaped(part) << " is not in\n" << report;
     }
 };
+
+// Items that are moved count once, however much lies in them; integers are counted up without floating-point operations.
+TEST_F(Report, CountsWhatAVerbWorksOn) {
+    using enum Instruction;
+    const struct {
+        const char* sentence;
+        Instruction instruction;
+        double items, flops;
+    } works[] = {{"((1 2) 3 (4 5)) ENCLOSE .", ENCLOSE, 1, 0},
+                 {"((1 2) 3 (4 5)) ENLIST .", ENLIST, 5, 0},
+                 {"((1 2) 3) (4 (5 6)) CATENATE .", CATENATE, 4, 0},
+                 {"1000 INTERVAL .", INTERVAL, 1000, 0},
+                 {"(0.5 999.5) INTERVAL .", INTERVAL, 1000, 1000},
+                 {"4i3 INTERVAL .", INTERVAL, 12, 24},
+                 {"(1 2.5 3.5) (1 2.5) MATCH .", MATCH, 3, 1},
+                 {"((1 2) 3) (1 (2 3 4)) MATCH .", MATCH, 7, 0},
+                 {"1i2 1i2 EXACTMATCH .", MATCH, 1, 2},
+                 {"(1.5 2.5) (1.5 2.5 3.5) EXACTMATCH .", MATCH, 3, 0}};
+    for (const auto& [sentence, instruction, items, operations_of_reals] : works) {
+        InstructionTiming = {};
+        Evaluator().run(sentence);
+        EXPECT_EQ(record(instruction).count, items) << sentence;
+        EXPECT_EQ(record(instruction).flops, operations_of_reals) << sentence;
+    }
+}
+
 
 TEST_F(Report, ChoosesTheUnitOfARate) {
     expect_shown({"ADD:\t\t  1.000 Gop/S\t  1.000 Gflop/S\t   1.000 S,"}, {1, 1, 1e9, 1e9});

@@ -31,8 +31,9 @@ std::vector<std::uint8_t> kept_places(const DataElement& mask) {
     return kept;
 }
 
-void put_empty(DataElement& slot) {
+void put_empty(DataElement& slot, std::int16_t depth = 1) {
     Owner result(make_empty());
+    result.record.depth = depth;
     std::swap(slot, result.record);
 }
 
@@ -62,13 +63,14 @@ void keep(const Bare* from, Bare* to, std::size_t n, std::span<const std::uint8_
 
 void compress_along(DataElement*& sp, DataElement* cell, Along along) {
     DataElement &data = sp[-1], &mask = *sp;
-    if (mask.rank < 0 || mask.rank > 1 || (mask.type & KIND_BITS) != HASINTEGER || (mask.type & NESTED))
+    if (mask.rank < 0 || (mask.rank > 1 && !is_single(mask)) || (mask.type & KIND_BITS) != HASINTEGER ||
+        (mask.type & NESTED))
         raise(no_mask, {sp, cell});
     if (data.rank < 0) raise(restriction, {sp, cell});
     if (is_single(mask)) {
         const bool keeps = item_at(mask.data_pointer, 0).integer > 0;
         dereferencepoint(*sp--);
-        if (!keeps) put_empty(data);
+        if (!keeps) put_empty(data, data.depth);
         return;
     }
     const std::int32_t axis = along == Along::first_axis ? 0 : data.rank - 1;
@@ -96,8 +98,8 @@ void compress_along(DataElement*& sp, DataElement* cell, Along along) {
     result.record.type = own_bits | (data.rank > 1 ? ISARRAY : ISVECTOR) | (n == 1 ? ISONEELEMENT : 0) |
                          (n == 0 ? ISEMPTY | (data.type & HASASCII) : 0);
     result.record.rank = data.rank;
-    result.record.depth = data.depth;
     rebuild_kinds(result.record);
+    result.record.depth = data.depth;
     dereferencepoint(*sp--);
     std::swap(data, result.record);
 }

@@ -45,6 +45,12 @@ struct Rounded : Whole {
 
     static double rounded(double value) { return up ? std::ceil(value) : std::floor(value); }
 
+    // A hypercomplex number keeps its form, a cartesian real its.
+    static std::uint64_t head(std::uint64_t head, std::uint32_t tag) {
+        if (head_tag(head) == tag::real) return make_head(tag, kept_form(head), kept_marks(head));
+        return make_head(tag, head_form(head), kept_marks(head));
+    }
+
     using Whole::apply;
     static IntegerOrReal apply(double value, std::uint64_t) { return whole(rounded(value)); }
     template <class A>
@@ -66,23 +72,22 @@ struct Rounded : Whole {
     [[gnu::always_inline]] static std::int64_t plain(double value) { return integer_of_whole(rounded(value)); }
 };
 
-// Integers stay as they are, with their names.
+// Integers stay as they are, with their names, and need no tolerance.
+bool is_whole(const DataElement& value) { return (value.type & (HASINTEGER | PER_ITEM)) == HASINTEGER; }
+
 template <class Rule>
-void round(DataElement* sp, DataElement* cell) {
-    if ((sp->type & (HASINTEGER | PER_ITEM)) == HASINTEGER) return;
+void round_within_tolerance(DataElement*& sp, DataElement* cell) {
+    if (is_whole(*sp)) return;
+    normalise_tolerance();
     monadic<Rule>(sp, cell);
 }
 
 }  // namespace
 
-void Truncate(DataElement*& sp, DataElement* cell) { round<TowardZero>(sp, cell); }
-void flooring(DataElement*& sp, DataElement* cell) {
-    normalise_tolerance();
-    round<Rounded<false>>(sp, cell);
+void Truncate(DataElement*& sp, DataElement* cell) {
+    if (!is_whole(*sp)) monadic<TowardZero>(sp, cell);
 }
-void ceiling(DataElement*& sp, DataElement* cell) {
-    normalise_tolerance();
-    round<Rounded<true>>(sp, cell);
-}
+void flooring(DataElement*& sp, DataElement* cell) { round_within_tolerance<Rounded<false>>(sp, cell); }
+void ceiling(DataElement*& sp, DataElement* cell) { round_within_tolerance<Rounded<true>>(sp, cell); }
 
 }  // namespace ondrel
