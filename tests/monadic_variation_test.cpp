@@ -253,7 +253,9 @@ TEST_F(MonadicVariation, TheToleranceIsPutInOrderOrStaysAsItIs) {
                         DataElement* const top = stack + 1;
                         *top = build(value, Layout::packed);
                         run_and_check(verb, value, {.tolerance = in_order}, top);
-                        given.check(puts_tolerance_in_order(verb.verb) ? &in_order : nullptr);
+                        const bool needs_it =
+                            value.items[0].tag != tag::integer || verb.verb == Monadic::factorial;  // to round
+                        given.check(puts_tolerance_in_order(verb.verb) && needs_it ? &in_order : nullptr);
                     }
                     EXPECT_EQ(blocks_out(), blocks) << "blocks not given back";
                     if (enough_failures()) return;

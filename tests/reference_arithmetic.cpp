@@ -175,7 +175,8 @@ Outcomes complex_residue(const Item& left, const Item& right) {
     }
     const Outcomes wide = wide_quotient(like, a, b);
     const Parts quotient = wide.empty() ? complex_quotient(a, b) : wide[0].item.parts;
-    if (!std::isfinite(quotient[0]) || !std::isfinite(quotient[1])) return with_any_parts(from_floor({}));
+    const bool is_noise = !wide.empty() && std::max(std::fabs(quotient[0]), std::fabs(quotient[1])) > 1 / epsilon;
+    if (is_noise || !std::isfinite(quotient[0]) || !std::isfinite(quotient[1])) return with_any_parts(from_floor({}));
     Outcomes outcomes = from_floor(complex_floor(quotient));
     // Where the quotient lies within its rounding error of a step of the floor, either side of it.
     for (const double re : {-4 * epsilon, 4 * epsilon})

@@ -260,7 +260,8 @@ Outcomes chance(Monadic verb, const Item& item, Setting& setting) {
         return if_sure(gives(result), setting);
     }
     if (item.tag == tag::integer && dice && item.integer != 0) {
-        result.integer = static_cast<std::int64_t>(die(static_cast<double>(item.integer), setting));
+        const double below = std::trunc(static_cast<double>(item.integer) * draw(setting));
+        result.integer = static_cast<std::int64_t>(below) + (item.integer > 0 ? 1 : -1);
         return if_sure(gives(result), setting);
     }
     if (item.tag == tag::integer) {
