@@ -26,8 +26,8 @@ constexpr Word beyond_normal(double x) {
            (word_of(std::numeric_limits<double>::max()) - word_of(x));
 }
 
-// Whether all n doubles are zero or so far from the ends of the range that neither squares nor products of two leave it,
-// and no sums of some. Without zeros one pass is enough, which has three operations for each.
+// Whether all n doubles are zero or so far from the ends of the range that neither squares nor products of two leave
+// it, and no sums of some. Without zeros one pass is enough, which has three operations for each.
 [[gnu::always_inline]] inline bool all_tame(const double* values, std::size_t n) {
     constexpr Word least = word_of(0x1p-255), most = word_of(0x1p257);
     static_assert(most - least == Word{1} << 61);

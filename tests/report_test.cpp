@@ -7,11 +7,13 @@
 #include <cstdlib>
 #include <string>
 
+#include "core/debugger.h"
 #include "core/options.h"
 #include "core/timing.h"
 #include "data/instructions.h"
 #include "tests/evaluator.h"
 #include "tests/process.h"
+#include "tests/threads.h"
 
 namespace ondrel {
 namespace {
@@ -51,7 +53,8 @@ protected:
     }
 };
 
-// Items that are moved count once, however much lies in them; integers are counted up without floating-point operations.
+// Items that are moved count once, however much lies in them; integers are counted up without floating-point
+// operations.
 TEST_F(Report, CountsWhatAVerbWorksOn) {
     using enum Instruction;
     const struct {
@@ -68,14 +71,17 @@ TEST_F(Report, CountsWhatAVerbWorksOn) {
                  {"((1 2) 3) (1 (2 3 4)) MATCH .", MATCH, 7, 0},
                  {"1i2 1i2 EXACTMATCH .", MATCH, 1, 2},
                  {"(1.5 2.5) (1.5 2.5 3.5) EXACTMATCH .", MATCH, 3, 0}};
+    const Threads pool;  // whose threads the operations are put down to
+    decide_watching();
     for (const auto& [sentence, instruction, items, operations_of_reals] : works) {
         InstructionTiming = {};
         Evaluator().run(sentence);
         EXPECT_EQ(record(instruction).count, items) << sentence;
         EXPECT_EQ(record(instruction).flops, operations_of_reals) << sentence;
     }
+    opstime = false;
+    decide_watching();
 }
-
 
 TEST_F(Report, ChoosesTheUnitOfARate) {
     expect_shown({"ADD:\t\t  1.000 Gop/S\t  1.000 Gflop/S\t   1.000 S,"}, {1, 1, 1e9, 1e9});

@@ -35,8 +35,9 @@ struct Divide : Arithmetic {
 };
 
 struct Residue : UpToComplex {
-    // A positive divisor leaves the sign of the dividend, a negative one its own; zero leaves the dividend, whatever the kind. The
-    // multiple of a negative divisor is taken in unsigned words, as its quotient may round up to 2 to the 63.
+    // A positive divisor leaves the sign of the dividend, a negative one its own; zero leaves the dividend, whatever
+    // the kind. The multiple of a negative divisor is taken in unsigned words, as its quotient may round up to 2 to
+    // the 63.
     static std::int64_t apply(std::int64_t a, std::int64_t b) {
         if (b == 0) return a;
         if (b > 0) return a % b;

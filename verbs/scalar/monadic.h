@@ -12,7 +12,7 @@
 //                      optional, for kinds that have both: the values are such that `plain`, which is faster, gives
 //                      what `apply` gives, and of an Either the usual kind
 //   Checked{strayed}.apply
-//                      optional, for the kinds above the reals: what `apply` gives, faster, or a word `strayed` that
+//                      optional, for complex numbers: what `apply` gives, faster, or a word `strayed` that
 //                      has the sign bit, where only `apply` knows
 //   of_truth(x)        optional: what the verb says, as true or false, of what is that; a real or an integer
 //   loop<A>            optional: for the kinds that it takes, a loop of its own, for the usual kind of an Either alone:
@@ -110,7 +110,7 @@ VECTOR_CLONES std::size_t monadic_loop(const void* values, void* result, std::si
                 else
                     c[at] = value.other;
             }
-        } else if constexpr (is_hypercomplex<A> && requires { typename Rule::Checked; }) {
+        } else if constexpr (std::is_same_v<A, Complex> && requires { typename Rule::Checked; }) {
             constexpr std::size_t at_once = checked_at_once<A>;
             for (; at < end; at += at_once) {
                 const std::size_t m = std::min(at_once, end - at);

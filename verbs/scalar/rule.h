@@ -19,7 +19,8 @@
 //                          they are 0 or 1; where it stops all are written anew as words
 //   ordinary(values, n)    optional, for two of one kind: the values are such that plain(a, b), which is faster, gives
 //                          what apply gives; an integer, where that may give a real
-//   Tame{}.apply           optional, for pairs whose right one is hypercomplex: what apply gives, faster, of values that
+//   Tame{}.apply           optional, for pairs whose right one is hypercomplex: what apply gives, faster, of values
+//   that
 //                          are all tame (numbers/words.h)
 //   of_truths(x, y)        optional: what the verb says, as true or false, where all are that; reals or integers
 //   refused                type bits of an operand that raise 17
