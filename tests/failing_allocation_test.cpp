@@ -165,6 +165,7 @@ INSTANTIATE_TEST_SUITE_P(
             "(1 2 3) (1 2) + .",
             "1 'a' + .",
             "name \"a comment\" SQRT .",
+            "(1 'a. b (' ('c. '' )d'[2] 3)[1 2]) \"c. d\" \x02n. m and more of it.\x03 @.x `('e.')` : 4 'f. g' ; 'h.'[3] .",
             "(1 2 3) @xs SET xs xs + @$ys SET ys 2 * @_zs ASSIGN (1 (2 3)) AT GET VARS FNS .",
             "VARS 2 DYADIC @&1 SET @&2 SET &1 &2 - %l @%l @.n SET .n ; OPERATOR @f SET 5 3 f (1 2) 1 f + .",
             "0 10 MONADIC DUP 3 - CHECK : 'big' POP ; ?Y + ; LOOP 3 : 1 [. 2 (3 4) 'five' .] ; REPEAT .",
