@@ -121,27 +121,37 @@ std::size_t skip_components(Peek peek, std::size_t end, std::string_view letters
     return end;
 }
 
-}  // namespace
-
-NumberMatch match_number(bool polar_allowed) {
+template <class Peek>
+NumberMatch match(Peek peek, bool polar_allowed) {
     if (peek(0) == '`') {
-        const std::size_t end = skip_binary(from_source, 1);
+        const std::size_t end = skip_binary(peek, 1);
         if (!polar_allowed || end == 1 || peek(end) != '`') return {};
         return {NumberForm::binary_character, end + 1};
     }
-    if (const std::size_t end = skip_binary(from_source, 0); end != 0) return {NumberForm::binary, end};
+    if (const std::size_t end = skip_binary(peek, 0); end != 0) return {NumberForm::binary, end};
 
-    const Prefix prefix = read_prefix(from_source, 0);
+    const Prefix prefix = read_prefix(peek, 0);
     NumberForm form;
-    const std::size_t first = skip_component(from_source, prefix.length, form);
+    const std::size_t first = skip_component(peek, prefix.length, form);
     if (first == prefix.length) return {};
     if (prefix.cartesian)
-        if (const std::size_t end = skip_components(from_source, first, cartesian_letters); end != first)
+        if (const std::size_t end = skip_components(peek, first, cartesian_letters); end != first)
             return {NumberForm::cartesian, end};
     if (prefix.polar && polar_allowed)
-        if (const std::size_t end = skip_components(from_source, first, polar_letters); end != first)
+        if (const std::size_t end = skip_components(peek, first, polar_letters); end != first)
             return {NumberForm::polar, end};
     return prefix.plain ? NumberMatch{form, first} : NumberMatch{};
+}
+
+}  // namespace
+
+NumberMatch match_number(bool polar_allowed) { return match(from_source, polar_allowed); }
+
+bool begins_number(std::string_view text) {
+    const auto peek_text = [text](std::size_t at) {
+        return at < text.size() ? static_cast<unsigned char>(text[at]) : ' ';
+    };
+    return match(peek_text, true).length > 0;
 }
 
 std::size_t match_digits(std::int64_t& value) {

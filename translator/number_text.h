@@ -2,7 +2,8 @@
 //
 //   integer     sign? digits (e +? digits)?
 //   real        sign? digits? . digits exponent?,  sign? digits e - digits,  sign? Inf|inf|Infinity,  NaN|nan
-//   binary      0# and one or more of 0 1 |           character   the same between backquotes
+//   binary      0# and one or more of 0 1 |           character   the same between backquotes; of nine digits a plain
+//                                                                 one, of any other number one that is bits
 //   cartesian   #? r? number (i number)? (j number)? ... with at least one letter of i j k l m n o, in order
 //   polar       d? r? number (p number)? (q number)? ... with at least one letter of p q r s t u v, in order
 //
@@ -26,6 +27,8 @@ struct NumberMatch {
 
 // The longest number that begins at the next byte of the source, polar numbers left out if they cannot stand there.
 NumberMatch match_number(bool polar_allowed);
+// Whether a number begins these bytes, with a blank behind them.
+bool begins_number(std::string_view text);
 // The same for what most items of literals are, up to 15 digits before a blank or a parenthesis, and their value.
 std::size_t match_digits(std::int64_t& value);
 // The same as the first for an integer alone.

@@ -77,9 +77,10 @@ DataElement matched_item(const NumberMatch& match, bool in_literal) {
     if (character) text = text.substr(1, text.size() - 2);
     const BinaryDigits digits = read_binary(text.substr(2), character ? 8 : 64);
     if (digits.cut) report(character ? 810 : 809);
+    const std::size_t plain_digits = digits.cut ? 0 : 9;  // a character of its code, no bits
     DataElement item{};
     if (character || (digits.written <= 8 && !in_literal)) {
-        item.head = make_head(tag::ascii, form::binary);
+        item.head = make_head(tag::ascii, digits.written == plain_digits ? form::unset : form::binary);
         item.ascii = static_cast<std::uint8_t>(digits.value);
     } else {
         item.head = make_head(tag::integer, form::binary);
@@ -196,7 +197,7 @@ void scan_text() {
     if (c == '`')
         if (const NumberMatch match = match_number(true); match.form == NumberForm::binary_character) {
             const DataElement item = matched_item(match, true);
-            if (refused_levels == 0) add_character(item.ascii, true);
+            if (refused_levels == 0) add_character(item.ascii, item.form == form::binary);
             return consume(match.length);
         }
     if (refused_levels == 0) add_character(static_cast<std::uint8_t>(c), false);
@@ -304,7 +305,8 @@ bool act(const TokenMatch& match) {
             condition = Condition::mask_word;
             break;
         case TokenAction::run:
-            if (!is_shadowed(token.text) && !std::exchange(stepping, false))
+            // In a body it is one more cell, whatever has made the system stop before.
+            if (!is_shadowed(token.text) && (inside_function() || !std::exchange(stepping, false)))
                 emit_value(operator_cell(row.instruction, row.second, token.text));
             ondrel_op = false;
             break;
