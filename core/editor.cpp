@@ -13,6 +13,7 @@
 #include "data/texts.h"
 #include "files/streams.h"
 #include "translator/printing.h"
+#include "translator/sentences.h"
 
 namespace ondrel {
 namespace {
@@ -59,7 +60,8 @@ DataElement edited_text(const std::string& text) {
 Outcome edit(Activation& activation) {
     const bool as_text = activation.cell->modifier == static_cast<std::uint16_t>(Instruction::TEXTREAD);
     const bool has_value = activation.height() > 0;
-    const std::string written = has_value ? text_of(*activation.sp, !as_text, activation.tables) : std::string();
+    std::string written;
+    if (has_value) written = as_text ? text_of(*activation.sp) : readable_text(*activation.sp, activation.tables);
     const TemporaryFile file;
     if (file.descriptor < 0 || !file.write(written)) return fail(711, activation);
     if (has_value) operations += activation.sp->elements;

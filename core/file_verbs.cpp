@@ -15,7 +15,9 @@
 #include "files/streams.h"
 #include "parallel/pool.h"
 #include "translator/listing.h"
+#include "translator/literal_text.h"
 #include "translator/printing.h"
+#include "translator/sentences.h"
 
 namespace ondrel {
 namespace {
@@ -139,17 +141,27 @@ Outcome write_to_file(Activation& activation, const Numbers& numbers, Output::Wa
     return Outcome::next;
 }
 
-void write_value(std::FILE* stream, DataElement& value, bool listing, const Chain* tables) {
+// A text for people, or one from which the value comes back; what comes behind it in the file is kept apart.
+void write_value(std::FILE* stream, const Activation& activation, Output::Way way, bool readable) {
+    DataElement& value = activation.sp[-1];
     PrintOut = true;
-    disass(stream, "", 0, listing, value, tables);
+    if (readable) {
+        Sentences sentences(stream, activation.tables);
+        const bool appended = way == Output::Way::at_the_end;
+        if (appended && is_nil(value)) sentences.put_text(" ");
+        sentences.put(value);
+        if (appended && sentences.ends_in_word()) sentences.put_text("\n");
+        sentences.flush();
+    } else {
+        disass(stream, "", 0, false, value);
+    }
     PrintOut = false;
     operations += value.elements;
 }
 
-Outcome write_below(Activation& activation, Output::Way way, bool listing) {
-    return write_to_file(activation, of_others, way, [&](std::FILE* stream) {
-        write_value(stream, activation.sp[-1], listing, activation.tables);
-    });
+Outcome write_below(Activation& activation, Output::Way way, bool readable) {
+    return write_to_file(activation, of_others, way,
+                         [&](std::FILE* stream) { write_value(stream, activation, way, readable); });
 }
 
 // ---- open files as values
@@ -257,7 +269,7 @@ Outcome remember_names(Activation& activation) {
 
 Outcome write_file(Activation& activation) {
     const auto write = [&](std::FILE* stream) {
-        write_value(stream, activation.sp[-1], true, activation.tables);
+        write_value(stream, activation, Output::Way::anew, true);
         std::fputc('\n', stream);
     };
     if (!has_empty_name(activation)) return write_to_file(activation, of_write, Output::Way::anew, write);

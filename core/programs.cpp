@@ -8,6 +8,7 @@
 #include "data/texts.h"
 #include "translator/emission.h"
 #include "translator/printing.h"
+#include "translator/sentences.h"
 
 namespace ondrel {
 namespace {
@@ -68,7 +69,7 @@ Outcome assemble(Activation& activation) {
 Outcome disassemble(Activation& activation) {
     DataElement& top = *activation.sp;
     const bool display = activation.cell->modifier == static_cast<std::uint16_t>(Instruction::TEXTWRITE);
-    const DataElement text = make_text(text_of(top, !display, activation.tables));
+    const DataElement text = make_text(display ? text_of(top) : readable_text(top, activation.tables));
     dereferencepoint(top);
     top = text;
     return Outcome::next;

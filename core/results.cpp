@@ -33,6 +33,7 @@ void keep(Table* memory, const std::string& key, const DataElement& value) {
     Entry* const entry = hashtab(memory, key);
     Owner old(entry->value);
     entry->value = value;
+    entry->is_memory = true;
     referencepoint(value);
 }
 

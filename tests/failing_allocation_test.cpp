@@ -175,6 +175,8 @@ INSTANTIATE_TEST_SUITE_P(
             "1 2 3 DYADIC (1 2) + SWAP RIGHT ; DIP : 1 : 2 ; YIELD ; EXECUTE @h SET @h FORGET COUNTSTACK .",
             "1.5 CHECK 2 ?Y 'no' ?N 1.5 'x' IF 7 SEED TIME POP \x02"
             "a b\x03 .",
+            "[. 1p2 5 ATOM (1 2) 0.5 LOGICAL .] DUP DISASSEMBLE EXECUTE 'file' DUMPSTACK .",
+            "(0j1 0k1) (0j-1 0j0) * @q SET q PRINT q FIRSTONE .",
             "+ // ?Y 2 .",
             "(1 2 3 4 5 6)[3 2] TRANSPOSE FIRST (1 (2 'x') 3l4) ENLIST REVERSE (1 2) (3 4 5) CATENATE SUM .",
             "(1 2 3) MONADIC DUP 2 RESHAPE ; EACH (1 2.5 3l1) MONADIC 2 > ; EACH (1 'x' (1 2)) MONADIC ; EACH .",

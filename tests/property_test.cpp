@@ -1,26 +1,17 @@
-// Laws that hold for every value: what is listed reads back as the value it was, and packing changes nothing that can
-// be seen. The values are random, of all kinds, shapes and forms, and nested.
+// Laws that hold for every value: packing changes nothing that can be seen. The values are random, of all kinds, shapes
+// and forms, and nested.
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <cmath>
-#include <cstdio>
-#include <cstdlib>
-#include <filesystem>
 #include <numbers>
 #include <random>
 
-#include "tests/evaluator.h"
 #include "tests/palette.h"
-#include "translator/listing.h"
-#include "translator/printing.h"
-#include "translator/scanner.h"
+#include "translator/sentences.h"
 #include "translator/value_key.h"
 
 namespace ondrel {
 namespace {
-
-namespace fs = std::filesystem;
 
 using Random = std::mt19937_64;
 
@@ -129,148 +120,7 @@ Value random_value(Random& random, int depth) {
     return value;
 }
 
-// What the work writes on the stream that it gets.
-template <class Work>
-std::string written(Work work) {
-    char* text = nullptr;
-    std::size_t length = 0;
-    std::FILE* const stream = open_memstream(&text, &length);
-    work(stream);
-    std::fclose(stream);
-    std::string result(text, length);
-    std::free(text);
-    return result;
-}
-
-std::string listed(DataElement& record) {
-    return written([&](std::FILE* stream) { disass(stream, "", 0, true, record); });
-}
-
-// A character says in its form only which kind of literal it came from.
-void forget_character_forms(Value& value) {
-    for (Item& item : value.items) {
-        if (item.tag == tag::ascii) item.form = form::unset;
-        if (item.nested != nullptr) forget_character_forms(*item.nested);
-    }
-}
-
-// Translates the text, which must be one literal, and returns its value.
-Value translated(const std::string& text) {
-    static const Evaluator tables;  // a translator needs them
-    static DataElement cells[sentence_cells];
-    Value value;
-    const std::string sentence = text + " .";
-    const char* position = sentence.c_str();
-    int count = 0;
-    EXPECT_EQ(error_of([&] { count = fill(cells, &variables, nullptr, &position); }), 0);
-    EXPECT_EQ(count, 2) << "more than one literal";
-    if (count == 0) return value;
-    if (cells[0].rank >= 0) value = read(cells[0], KindBits::at_least);
-    cleanup(cells);
-    return value;
-}
-
-void check_reads_back(const Value& value, Layout layout) {
-    const std::int64_t blocks = blocks_out();
-    DataElement record = build(value, layout);
-    const std::string text = listed(record);
-    SCOPED_TRACE(text);
-    EXPECT_TRUE(identical(read(record), value)) << "listing changed the value into " << describe(read(record));
-    dereferencepoint(record);
-    Value again = translated(text), expected = value;
-    forget_character_forms(again);
-    forget_character_forms(expected);
-    EXPECT_TRUE(equal(again, expected)) << "read back as " << describe(again) << "\nfrom " << describe(expected);
-    EXPECT_EQ(blocks_out(), blocks) << "blocks not given back";
-}
-
-TEST(Property, AListedArrayReadsBack) {
-    static_cast<void>(translated("1"));
-    Random random(5);
-    for (int i = 0; i < 20'000 && !testing::Test::HasFailure(); ++i)
-        check_reads_back(random_value(random, 3), i % 2 == 0 ? Layout::items : Layout::packed);
-}
-
-TEST(Property, AWrittenArrayReadsBack) {
-    const fs::path before = fs::current_path(),
-                   folder = fs::temp_directory_path() / ("ondrel" + std::to_string(getpid()));
-    fs::create_directory(folder);
-    fs::current_path(folder);
-    Evaluator evaluator;
-    Random random(6);
-    for (int i = 0; i < 10'000 && !testing::Test::HasFailure(); ++i) {
-        Value value = random_value(random, 3);
-        SCOPED_TRACE(describe(value));
-        *++evaluator.sp = build(value, i % 2 == 0 ? Layout::items : Layout::packed);
-        const std::string said = evaluator.run("'v' WRITE POP 'v' READ\n");
-        EXPECT_EQ(said.find_first_not_of(' '), said.npos) << said;  // the blanks in a nested shape
-        ASSERT_EQ(evaluator.height(), 1);
-        Value again = read(*evaluator.sp, KindBits::at_least);
-        forget_character_forms(again);
-        forget_character_forms(value);
-        EXPECT_TRUE(equal(again, value)) << "read back as " << describe(again);
-        evaluator.clear();
-    }
-    fs::current_path(before);
-    fs::remove_all(folder);
-}
-
-TEST(Property, ADumpedStackIsOneSentenceThatPutsItBack) {
-    const auto dumped = [](const Evaluator& from) {
-        return written([&](std::FILE* stream) { dumpstack(stream, from.sp - from.height() + 1, from.sp, &variables); });
-    };
-    std::string text;
-    long height = 0;
-    {
-        Evaluator first;
-        first.run("1 2.5 'text' (1 (2 'x') 3i4) (1 2 3 4)[2 2] #PI T #NIL 1j2k3 d1p90 'a' (1.5 2)[3 1 2] .");
-        height = first.height();
-        text = dumped(first);
-    }
-    Evaluator second;
-    second.run(text);
-    EXPECT_EQ(height, 12);
-    EXPECT_EQ(second.height(), height);
-    EXPECT_EQ(dumped(second), text);
-}
-
-TEST(Property, AListedScalarReadsBack) {
-    static_cast<void>(translated("1"));
-    Random random(6);
-    for (int i = 0; i < 20'000 && !testing::Test::HasFailure(); ++i) {
-        Item item = below(random, 4) == 0 ? truth_or_name(random)
-                                          : simple_item(random, simple_kinds[below(random, std::size(simple_kinds))]);
-        check_reads_back(scalar_value(item), Layout::items);
-    }
-}
-
-// Polar numbers are literals only as scalars. Angles in degrees are rounded on the way out and on the way in.
-TEST(Property, AListedPolarNumberReadsBack) {
-    static_cast<void>(translated("1"));
-    Random random(7);
-    for (int i = 0; i < 10'000 && !testing::Test::HasFailure(); ++i) {
-        Item item = hypercomplex_item(random, simple_kinds[3 + below(random, 3)], true);
-        item.form = form::polar;
-        check_reads_back(scalar_value(item), Layout::items);
-    }
-    for (int i = 0; i < 2'000 && !testing::Test::HasFailure(); ++i) {
-        Item item = hypercomplex_item(random, simple_kinds[3 + below(random, 3)], false);
-        item.form = form::polar;
-        item.marks = mark::degrees;
-        const std::size_t n = component_count(item.tag);
-        for (double& part : item.parts) part = part == 0 ? 0 : std::uniform_real_distribution<double>(0.1, 3)(random);
-        DataElement record = build(scalar_value(item), Layout::items);
-        const std::string text = listed(record);
-        dereferencepoint(record);
-        SCOPED_TRACE(text);
-        const Value again = translated(text);
-        ASSERT_EQ(again.items.size(), 1u);
-        EXPECT_EQ(again.items[0].tag, item.tag);
-        EXPECT_EQ(again.items[0].form, form::polar);
-        EXPECT_EQ(again.items[0].marks, mark::degrees);
-        for (std::size_t k = 0; k < n; ++k) EXPECT_NEAR(again.items[0].parts[k], item.parts[k], 1e-14);
-    }
-}
+std::string listed(DataElement& record) { return readable_text(record, &variables); }
 
 TEST(Property, PackingChangesNothingThatCanBeSeen) {
     const std::int64_t blocks = blocks_out();

@@ -3,38 +3,13 @@
 #include <algorithm>
 #include <set>
 #include <span>
-#include <string>
 
 #include "data/errors.h"
 #include "data/texts.h"
-#include "translator/printing.h"
+#include "translator/sentences.h"
 
 namespace ondrel {
 namespace {
-
-// Values on their way to a file, one in a line. A sentence ends before it outgrows its room; what is nested as deep as
-// a literal can be, or deeper, costs the whole sentence that it stands in, and so it stands alone.
-struct Sentences {
-    std::FILE* stream;
-    const Chain* tables;  // in force
-    int lines = 0;        // since the last end
-};
-
-void end_sentence(Sentences& sentences) {
-    std::fputs(".\n", sentences.stream);
-    sentences.lines = 0;
-}
-
-void put_line(Sentences& sentences, DataElement& value, const std::string& behind) {
-    constexpr int most_lines = 257, deepest_literal = 256;
-    const bool alone = value.rank >= 0 && value.depth >= deepest_literal;
-    if (alone && sentences.lines > 0) end_sentence(sentences);
-    PrintOut = true;
-    disass(sentences.stream, "", 0, true, value, sentences.tables);
-    PrintOut = false;
-    std::fprintf(sentences.stream, "%s\n", behind.c_str());
-    if (++sentences.lines == most_lines || alone) end_sentence(sentences);
-}
 
 bool holds_files(const DataElement& value) {
     if (value.rank < 0 || value.data_pointer == nullptr || !(value.type & (HASFILE | STRUCTURED))) return false;
@@ -44,46 +19,85 @@ bool holds_files(const DataElement& value) {
     });
 }
 
-// A table can stand in the chain more than once.
+// The names that can be seen, from the innermost table outward; not those that were only spoken of. A table can stand
+// in the chain more than once.
 template <class Visit>
-void for_each_listed(const Chain* tables, bool functions, Visit visit) {
+void for_each_name(const Chain* tables, Visit visit) {
     std::set<const Table*> listed;
     for (const Chain* link = tables; link != nullptr; link = link->previous) {
         if (!listed.insert(link->table).second) continue;
         for_each_entry(link->table, [&](Entry& entry) {
-            const bool function = entry.value.rank == kind::FUNCTION;
-            if (has_value(entry.value) && function == functions && checkmeaning(tables, entry.name) == &entry)
-                visit(entry);
+            if (has_value(entry.value) && (link == tables || checkmeaning(tables, entry.name) == &entry)) visit(entry);
         });
     }
+}
+
+template <class Visit>
+void for_each_listed(const Chain* tables, bool functions, Visit visit) {
+    for_each_name(tables, [&](Entry& entry) {
+        if (!entry.is_memory && (entry.value.rank == kind::FUNCTION) == functions) visit(entry);
+    });
+}
+
+// What keeps the element from coming back, or null.
+const char* obstacle(const DataElement& element) {
+    if (holds_files(element)) return "an open file";
+    if (borrows(element)) return "the address of a slot of the stack";
+    return element.rank == kind::VARIABLE ? "a slot without a value" : nullptr;
+}
+
+void put_setting(Sentences& sentences, Entry& entry) {
+    sentences.put(entry.value);
+    sentences.put_address(entry.name);
+    sentences.put_word("SET");
+    sentences.put_text("\n");
+}
+
+// What a function gave is kept over sessions where that is not much.
+bool is_small(Entry& entry, const Chain* tables) {
+    constexpr std::size_t most_bytes = 1024;
+    if (entry.value.rank >= 0 && entry.value.elements >= most_bytes) return false;
+    Sentences sentences(nullptr, tables);
+    put_setting(sentences, entry);
+    return sentences.take_text().size() < most_bytes;
 }
 
 }  // namespace
 
 void remember(std::FILE* stream, const Chain* tables) {
-    Sentences sentences{stream, tables};
-    const std::string set = system_word("SET", tables);
-    for (const Chain* link = tables; link != nullptr; link = link->previous)
-        for_each_entry(link->table, [&](Entry& entry) {
-            // Not one that was only spoken of; and an open file cannot be told in a text.
-            if (!has_value(entry.value) || holds_files(entry.value)) return;
-            put_line(sentences, entry.value, quoted_address(entry.name, tables) + set);
-        });
-    end_sentence(sentences);
+    Sentences sentences(stream, tables);
+    PrintOut = true;
+    for_each_name(tables, [&](Entry& entry) {
+        if (const char* const what = obstacle(entry.value)) {
+            std::fprintf(stderr, "Left out, as it can not be saved: %s in %s\n", what, entry.name);
+            return;
+        }
+        if (entry.is_memory && !is_small(entry, tables)) return;
+        put_setting(sentences, entry);
+        sentences.end_line(!sentences.was_simple());
+    });
+    sentences.end();
+    PrintOut = false;
 }
 
 void dumpstack(std::FILE* stream, DataElement* bottom, DataElement* top, const Chain* tables) {
-    Sentences sentences{stream, tables};
+    Sentences sentences(stream, tables);
+    PrintOut = true;
     for (DataElement* slot = bottom; slot <= top; ++slot) {
-        if (slot > bottom && would_be_shape(*slot, slot[-1])) std::fputs(" ::", stream);
-        if (holds_files(*slot)) {
+        if (const char* const what = obstacle(*slot)) {
+            std::fprintf(stderr, "Empty, as it can not be saved: %s in element %td of the stack\n", what,
+                         slot - bottom + 1);
             DataElement nothing = make_empty();
-            put_line(sentences, nothing, " \"???\"");
+            sentences.put(nothing);
+            sentences.put_comment("???");
         } else {
-            put_line(sentences, *slot, {});
+            sentences.put(*slot);
         }
+        sentences.put_text("\n");
+        sentences.end_line(!sentences.was_simple());
     }
-    end_sentence(sentences);
+    sentences.end();
+    PrintOut = false;
 }
 
 DataElement list_symbols(const Chain* tables, bool functions) {

@@ -11,6 +11,7 @@
 #include "translator/bytes.h"
 #include "translator/emission.h"
 #include "translator/literals.h"
+#include "translator/number_text.h"
 #include "translator/source.h"
 #include "translator/tokens.h"
 
@@ -189,6 +190,31 @@ bool reads_as_name(std::string_view name, bool address) {
     if (address) return true;
     const char first = name[0];
     return !is_digit(first) && first != '-' && first != '\xAF' && first != '`' && !begins_token(name);
+}
+
+namespace {
+
+bool begins_prefixed_name(std::string_view name) {
+    const auto byte_at = [name](std::size_t at) {
+        return at < name.size() ? static_cast<unsigned char>(name[at]) : ' ';
+    };
+    const int prefix = byte_at(0), next = byte_at(1);
+    if (prefix == '&') return is_digit(next) || ((next == '-' || next == 0xAF) && is_digit(byte_at(2)));
+    return (is_scope(prefix) || prefix == '%') && is_letter(next);
+}
+
+}  // namespace
+
+bool spells_itself(std::string_view name, bool address) {
+    constexpr std::string_view dropped = "\"()|", blanks = " \t\r\n", headers[] = {"ARGS", "VARS"};
+    if (name.empty() || name[0] == quote || name[0] == '\n' || begins_prefixed_name(name)) return false;
+    const bool whole = std::ranges::none_of(name.substr(1), [&](char c) {
+        return ends_name(static_cast<unsigned char>(c), address) || dropped.find(c) != dropped.npos;
+    });
+    if (!whole || address) return whole;
+    return blanks.find(name[0]) == blanks.npos && !begins_token(name) && !begins_number(name) &&
+           !is_part_of_token(name) &&
+           std::ranges::none_of(headers, [name](std::string_view header) { return name.starts_with(header); });
 }
 
 void read_name() { read(false); }

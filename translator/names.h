@@ -33,5 +33,8 @@ std::string_view scope_prefix(const DataElement& cell);
 // behind a prefix.
 bool reads_as_name(std::string_view name, bool address);
 bool is_identifier(std::string_view name);
+// The first in all cases, whatever stands around: a name that begins like a number, or like a header that a number
+// would follow, or is a word of a token of several, is not read as it is; one whose first byte tells no scope is.
+bool spells_itself(std::string_view name, bool address);
 
 }  // namespace ondrel

@@ -12,10 +12,12 @@
 #include "data/blocks.h"
 #include "data/errors.h"
 #include "data/instructions.h"
+#include "data/moving.h"
 #include "data/texts.h"
 #include "numbers/kinds.h"
 #include "numbers/polar.h"
 #include "translator/emission.h"
+#include "translator/literal_text.h"
 #include "translator/names.h"
 #include "translator/value_key.h"
 #include "translator/vocabulary.h"
@@ -23,62 +25,20 @@
 namespace ondrel {
 namespace {
 
-constexpr std::uint32_t items_per_flush = 100;
-
-// Text on its way to a stream, written in large pieces. Without a stream it stays. What somebody may watch shows while
-// it is being written; a file is whole when it is closed.
-struct Output {
-    std::FILE* stream;
-    bool listing;
-    const Chain* tables;  // where the text is to be read
-    std::string text{};
-    std::uint32_t items = 0;  // since the last flush
-
-    void put(std::string_view piece) { text.append(piece); }
-    void put(char byte) { text.push_back(byte); }
-
-    void flush() {
-        if (stream == nullptr) return;
-        std::fwrite(text.data(), 1, text.size(), stream);
-        if (stream == stdout || stream == stderr) std::fflush(stream);
-        text.clear();
-    }
-
-    // Items that may still come before the next flush.
-    std::uint32_t room() const { return items_per_flush - items; }
-
-    void count_items(std::uint32_t n) {
-        items += n;
-        if (items < items_per_flush) return;
-        items = 0;
-        flush();
-        heed_attention();
-    }
-};
-
 // ---- numbers
 
-template <class Number, class... Format>
-void put_number(Output& out, Number number, Format... format) {
-    char digits[32];
-    out.put({digits, std::to_chars(digits, digits + sizeof digits, number, format...).ptr});
-}
-
-void put_real(Output& out, double value) { put_number(out, value, std::chars_format::general, out.listing ? 17 : 10); }
-
-void put_binary(Output& out, std::uint64_t bits, int digits) {
-    out.put("0#");
-    while (digits-- > 0) out.put((bits >> digits & 1) != 0 ? '1' : '0');
+void put_real(TextOutput& out, double value) {
+    put_number(out, value, std::chars_format::general, out.is_listing() ? 17 : 10);
 }
 
 // Marks, then components up to the last one that is not zero.
-void put_hypercomplex(Output& out, const DataElement& item, const double* components, int n) {
+void put_hypercomplex(TextOutput& out, const DataElement& item, const double* components, int n) {
     const bool polar = item.form == form::polar;
     int last = n - 1;
     while (last > 0 && components[last] == 0) --last;
     const bool degrees = polar && (item.marks & mark::degrees) != 0 && last > 0;
     out.put(' ');
-    if (out.listing && item.form == form::number) out.put('#');
+    if (out.is_listing() && item.form == form::number) out.put('#');
     if (item.marks & mark::r_prefix) out.put('r');
     if (degrees) out.put('d');
     put_real(out, components[0]);
@@ -88,7 +48,7 @@ void put_hypercomplex(Output& out, const DataElement& item, const double* compon
     }
 }
 
-void put_item(Output& out, const DataElement& item) {
+void put_item(TextOutput& out, const DataElement& item) {
     if (has_name(item) && item.tag != tag::file) {
         out.put(' ');
         out.put(item.name);
@@ -99,7 +59,7 @@ void put_item(Output& out, const DataElement& item) {
             out.put(' ');
             if (item.form == form::boolean)
                 out.put(item.integer != 0 ? 'T' : 'F');
-            else if (item.form == form::binary && out.listing)
+            else if (item.form == form::binary && out.is_listing())
                 put_binary(out, static_cast<std::uint64_t>(item.integer), 64);
             else
                 put_number(out, item.integer);
@@ -116,8 +76,8 @@ void put_item(Output& out, const DataElement& item) {
 }
 
 // A character among other items: in display a run of characters stands together, with a blank before the first.
-void put_character(Output& out, const DataElement& item, bool after_character) {
-    if (out.listing) {
+void put_character(TextOutput& out, const DataElement& item, bool after_character) {
+    if (out.is_listing()) {
         out.put(' ');
         if (item.form == form::binary && item.tag == tag::ascii) return put_binary(out, item.ascii, 8);
         out.put('\'');
@@ -131,7 +91,7 @@ void put_character(Output& out, const DataElement& item, bool after_character) {
         const int length = std::snprintf(digits, sizeof digits, "%X", item.unicode);
         out.put({digits, static_cast<std::size_t>(length)});
     }
-    if (out.listing) out.put('\'');
+    if (out.is_listing()) out.put('\'');
 }
 
 // ---- narrowing
@@ -169,22 +129,51 @@ void narrow(DataElement& item, bool mixed, bool scalar) {
     }
 }
 
-// Uniform arrays keep one kind, quaternions apart: there the record gets a block of its own with the simpler items.
-void narrow_value(DataElement& value) {
+bool is_narrow(const void* quaternions, std::size_t i) {
+    const DataElement item = item_at(quaternions, i);
+    return item.tag == tag::quaternion && item.quaternion[2] == 0 && item.quaternion[3] == 0;
+}
+
+// Numbers of other kinds do not fit in a block of quaternions. So this value gets another block, and with it every name
+// that holds the old one.
+void narrow_quaternions(DataElement& value) {
+    std::uint32_t first = 0;
+    while (first < value.elements && !is_narrow(value.data_pointer, first)) ++first;
+    if (first == value.elements) return;
+    Owner narrowed;  // of no shape: only the items count
+    narrowed.record.rank = 1;
+    narrowed.record.elements = value.elements;
+    narrowed.record.data_pointer = unpack(value.data_pointer, value.elements);
+    for (std::uint32_t i = first; i < value.elements; ++i) narrow(items_of(narrowed.record)[i], false, false);
+    rebuild_kinds(narrowed.record);
+    pack(narrowed.record);
+    const void* const old = value.data_pointer;
+    const auto take_block = [&](DataElement& holder) {
+        reference(narrowed.record.data_pointer);
+        replace_items(holder, narrowed.record.data_pointer, holder.elements);
+        holder.type = (holder.type & ~(KIND_BITS | PER_ITEM)) | (narrowed.record.type & (KIND_BITS | PER_ITEM));
+    };
+    if (!sole_holder(old))
+        for_each_entry([&](Entry& entry) {
+            DataElement& holder = entry.value;
+            if (&holder != &value && holder.rank >= 0 && holder.data_pointer == old) take_block(holder);
+        });
+    take_block(value);
+}
+
+// The value as it is shown: a copy that owns nothing, with the kinds that its items have now. These stand in the block,
+// for all its holders, whose records stay as they are: there the kinds are a bound.
+DataElement narrowed(DataElement& value) {
     const bool mixed = (value.type & PER_ITEM) != 0, scalar = (value.type & ISSCALAR) != 0;
-    if (value.data_pointer == nullptr || (!mixed && !scalar && !(value.type & HASQUATERNION))) return;
     if (!mixed && !scalar) {
-        Owner narrowed;
-        narrowed.record.elements = value.elements;
-        narrowed.record.data_pointer = unpack(value.data_pointer, value.elements);
-        std::swap(narrowed.record.data_pointer, value.data_pointer);
+        if (value.type & HASQUATERNION) narrow_quaternions(value);
+        return value;
     }
     DataElement* const items = items_of(value);
     for (std::uint32_t i = 0; i < value.elements; ++i) narrow(items[i], mixed, scalar);
-    const std::int16_t depth = value.depth;
-    rebuild_kinds(value);
-    value.depth = depth;
-    if (!mixed && !scalar) pack(value);
+    DataElement shown = value;
+    rebuild_kinds(shown);
+    return shown;
 }
 
 // ---- values
@@ -199,18 +188,18 @@ struct Rows {
         for (std::int32_t k = 0; value.rank > 1 && k < value.rank - 1; ++k)
             products.push_back(product *= static_cast<std::uint64_t>(value.shape_pointer[k]));
     }
-    void put_breaks(Output& out, std::uint64_t items_so_far) const {
+    void put_breaks(TextOutput& out, std::uint64_t items_so_far) const {
         for (const std::uint64_t product : products)
             if (items_so_far % product == 0) out.put('\n');
     }
 };
 
-void put_element(Output& out, std::string_view prefix, int indent, DataElement& element);
+void put_element(TextOutput& out, std::string_view prefix, int indent, DataElement& element);
 
-void put_indent(Output& out, int indent) { out.text.append(static_cast<std::size_t>(indent) * 3, ' '); }
+void put_indent(TextOutput& out, int indent) { out.text.append(static_cast<std::size_t>(indent) * 3, ' '); }
 
 // Characters of a listing: one of form 4 shows its bits.
-void put_quoted(Output& out, const DataElement& value) {
+void put_quoted(TextOutput& out, const DataElement& value) {
     out.put('\'');
     for (std::uint32_t i = 0; i < value.elements; ++i) {
         const DataElement item = item_at(value.data_pointer, i);
@@ -227,7 +216,7 @@ void put_quoted(Output& out, const DataElement& value) {
 }
 
 // Characters of a display, a row at a time.
-void put_lines(Output& out, const DataElement& value) {
+void put_lines(TextOutput& out, const DataElement& value) {
     const Rows rows(value);
     const auto row = value.rank > 1 ? static_cast<std::uint32_t>(value.shape_pointer[0]) : value.elements;
     for (std::uint32_t i = 0; i < value.elements;) {
@@ -242,32 +231,32 @@ void put_lines(Output& out, const DataElement& value) {
     }
 }
 
-void put_text(Output& out, int indent, const DataElement& value) {
-    if (indent > 0 || out.listing) out.put(' ');
-    if (out.listing)
+void put_text(TextOutput& out, int indent, const DataElement& value) {
+    if (indent > 0 || out.is_listing()) out.put(' ');
+    if (out.is_listing())
         put_quoted(out, value);
     else
         put_lines(out, value);
 }
 
 // A nested value. Text stands in quotes in both modes; any other keeps the mode, between blanks in display.
-void put_subarray(Output& out, int indent, DataElement& nested) {
-    const bool listing = out.listing;
+void put_subarray(TextOutput& out, int indent, DataElement& nested) {
+    const bool listing = out.is_listing();
     if (nested.type & HASASCII) {
-        out.listing = true;
+        const Manner manner = std::exchange(out.manner, Manner::listing);
         put_element(out, {}, indent + 1, nested);
-        out.listing = listing;
+        out.manner = manner;
     } else {
         put_element(out, listing ? "" : " ", indent + 1, nested);
         if (!listing) out.put(' ');
     }
 }
 
-void put_items(Output& out, int indent, DataElement& value) {
+void put_items(TextOutput& out, int indent, DataElement& value) {
     const Rows rows(value);
     bool after_character = false;
     for (std::uint32_t i = 0; i < value.elements; ++i) {
-        if (!out.listing && i > 0) rows.put_breaks(out, i);
+        if (!out.is_listing() && i > 0) rows.put_breaks(out, i);
         const DataElement item = item_at(value.data_pointer, i);
         const bool character = item.tag == tag::ascii || item.tag == tag::unicode;
         if (item.tag == tag::subarray) {
@@ -284,33 +273,40 @@ void put_items(Output& out, int indent, DataElement& value) {
     }
 }
 
-void put_shape(Output& out, const DataElement& value) {
-    out.put(" [");
-    for (std::int32_t k = 0; k < value.rank; ++k) {
-        out.put(' ');
-        put_number(out, value.shape_pointer[k]);
-    }
-    out.put(" ]");
-}
-
 // An enclosing value in a listing shows the items of the value inside without brackets of their own, since reading
 // "`(" opens both.
-void put_enclosed(Output& out, int indent, DataElement& value) {
+void put_enclosed(TextOutput& out, int indent, DataElement& value) {
     out.put(" `(");
     DataElement& inside = *items_of(value)->nested;
-    const bool merge = out.listing && items_of(value)->tag == tag::subarray && inside.rank > 0 && !is_text(inside) &&
-                       inside.data_pointer != nullptr && !(inside.type & ISSCALAR);
+    const bool merge = out.is_listing() && items_of(value)->tag == tag::subarray && inside.rank > 0 &&
+                       !is_text(inside) && inside.data_pointer != nullptr && !(inside.type & ISSCALAR);
     put_items(out, indent, merge ? inside : value);
     out.put(" )`");
     if (merge && inside.rank > 1) put_shape(out, inside);
 }
 
-void put_condition(Output& out, const DataElement& cell) {
+void put_condition(TextOutput& out, const DataElement& cell) {
     if (cell.type & CONDITIONAL) out.put(system_word(cell.type & YES ? "IF_YES" : "IF_NO", out.tables));
 }
 
-void put_value(Output& out, int indent, DataElement& value) {
-    const bool listed = out.listing || indent > 0;
+bool is_hidden(const DataElement& value) {
+    return (value.type & (ISSCALAR | STRUCTURED)) == ISSCALAR && (items_of(value)->marks & mark::hidden) != 0;
+}
+
+// A value in a body that is to be read back. What a verb's own token brings is not told.
+void put_readable(TextOutput& out, int indent, const DataElement& value) {
+    if (is_nil(value)) {
+        put_indent(out, indent);
+        out.put("#NIL\n");
+    } else if (value.data_pointer == nullptr || !is_hidden(value)) {
+        put_literal(out, value);
+    }
+    put_condition(out, value);
+}
+
+void put_value(TextOutput& out, int indent, DataElement& value) {
+    if (out.manner == Manner::readable) return put_readable(out, indent, value);
+    const bool listed = out.is_listing() || indent > 0;
     if (value.data_pointer == nullptr) {
         const bool empty = (value.type & ISEMPTY) != 0;
         if (empty && indent > 0) put_indent(out, indent);
@@ -319,15 +315,15 @@ void put_value(Output& out, int indent, DataElement& value) {
         PrintOut = false;
         return;
     }
-    narrow_value(value);
-    if (is_text(value)) {
-        put_text(out, indent, value);
-    } else if ((value.type & (ISSCALAR | STRUCTURED)) == (ISSCALAR | STRUCTURED)) {
-        put_enclosed(out, indent, value);
+    DataElement shown = narrowed(value);
+    if (is_text(shown)) {
+        put_text(out, indent, shown);
+    } else if ((shown.type & (ISSCALAR | STRUCTURED)) == (ISSCALAR | STRUCTURED)) {
+        put_enclosed(out, indent, shown);
     } else {
-        const bool brackets = listed && value.rank > 0;
+        const bool brackets = listed && shown.rank > 0;
         if (brackets) out.put(" (");
-        put_items(out, indent, value);
+        put_items(out, indent, shown);
         if (brackets) out.put(" )");
     }
     if (listed && !(value.type & ISSCALAR) && value.rank > 1) put_shape(out, value);
@@ -353,9 +349,9 @@ bool is_number(std::uint32_t number, Instruction instruction) {
 
 // What stands in place of an instruction: a comment, a label, or nothing at all. The word of a condition that is tied
 // to it comes behind.
-void put_idle(Output& out, std::string_view text, std::uint32_t second, std::string_view condition) {
+void put_idle(TextOutput& out, std::string_view text, std::uint32_t second, std::string_view condition) {
     if (is_number(second, Instruction::CONTEXT)) {
-        out.put(" \"");
+        out.put(system_word("\"", out.tables));
         out.put(text);
         out.put('"');
     } else if (is_number(second, Instruction::SLIL)) {
@@ -368,7 +364,7 @@ void put_idle(Output& out, std::string_view text, std::uint32_t second, std::str
     out.put('\n');
 }
 
-void put_listed_operator(Output& out, int indent, const DataElement& cell) {
+void put_listed_operator(TextOutput& out, int indent, const DataElement& cell) {
     using enum Instruction;
     const std::string_view text = cell.text != nullptr ? cell.text : name_of(cell);
     if (is_instruction(cell, NOOP)) return put_idle(out, text, cell.modifier, {});
@@ -389,7 +385,7 @@ void put_listed_operator(Output& out, int indent, const DataElement& cell) {
     put_indent(out, indent);
 }
 
-void put_displayed_operator(Output& out, const DataElement& cell) {
+void put_displayed_operator(TextOutput& out, const DataElement& cell) {
     using enum Instruction;
     const std::string_view name = cell.text != nullptr && *cell.text != '\0' ? cell.text : name_of(cell);
     if (is_instruction(cell, NOOP) && is_number(cell.modifier, CONTEXT)) {
@@ -417,7 +413,7 @@ void put_displayed_operator(Output& out, const DataElement& cell) {
 
 // ---- names
 
-void put_scope_label(Output& out, const DataElement& cell) {
+void put_scope_label(TextOutput& out, const DataElement& cell) {
     switch (static_cast<Instruction>(cell.modifier)) {
         case Instruction::SAIG: out.put(" . SAIG"); [[fallthrough]];
         case Instruction::SGIG: return out.put(cell.type & ISOPERATOR ? " . GLOBAL" : " .");
@@ -435,17 +431,20 @@ bool has_no_spelling(std::string_view name) {
 }
 
 // A name with its prefix as the scanner takes it: between quotes if that is the only way.
-void put_readable_name(Output& out, const DataElement& cell) {
+void put_readable_name(TextOutput& out, const DataElement& cell) {
     const std::string_view prefix = scope_prefix(cell), name = text_of_cell(cell);
-    const bool plain = prefix.empty() ? reads_as_name(name, cell.rank == kind::ADDRESS) : is_identifier(name);
+    const auto is_plain = out.manner == Manner::readable ? spells_itself : reads_as_name;
+    const bool plain = prefix.empty() ? is_plain(name, cell.rank == kind::ADDRESS) : is_identifier(name);
     if (!plain) out.put('\x02');
     out.put(prefix);
     out.put(name);
     if (!plain) out.put('\x03');
 }
 
-void put_listed_name(Output& out, int indent, const DataElement& cell) {
-    if (cell.rank == kind::ADDRESS && scope_prefix(cell).empty() && has_no_spelling(text_of_cell(cell))) {
+void put_listed_name(TextOutput& out, int indent, const DataElement& cell) {
+    const std::string_view name = text_of_cell(cell);
+    const bool in_codes = has_no_spelling(name) && !(out.manner == Manner::readable && spells_itself(name, true));
+    if (cell.rank == kind::ADDRESS && scope_prefix(cell).empty() && in_codes) {
         out.put(quoted_address(text_of_cell(cell), out.tables));
     } else if (cell.rank == kind::ADDRESS) {
         out.put(" @");
@@ -464,7 +463,7 @@ void put_listed_name(Output& out, int indent, const DataElement& cell) {
     put_condition(out, cell);
 }
 
-void put_displayed_name(Output& out, const DataElement& cell) {
+void put_displayed_name(TextOutput& out, const DataElement& cell) {
     if (cell.rank == kind::LABEL) {
         out.put(" . LABEL:\t\t");
     } else {
@@ -477,7 +476,7 @@ void put_displayed_name(Output& out, const DataElement& cell) {
 }
 
 // A slot of a frame, by the number that it has in the source. The address of one on the stack has none.
-void put_local(Output& out, const DataElement& cell, bool listed) {
+void put_local(TextOutput& out, const DataElement& cell, bool listed) {
     const bool address = cell.rank != kind::LOCAL_VARIABLE;
     out.put(listed ? " " : address ? " . STACK ADDRESS:\t" : " . STACK VARIABLE:\t");
     if (listed && address) out.put('@');
@@ -486,13 +485,22 @@ void put_local(Output& out, const DataElement& cell, bool listed) {
     if (listed) put_condition(out, cell);
 }
 
-void put_element(Output& out, std::string_view prefix, int indent, DataElement& element);
+void put_element(TextOutput& out, std::string_view prefix, int indent, DataElement& element);
+
+// True if the bracket that the cell begins with would be read as the shape of the literal before it.
+bool would_be_shape(const TextOutput& out, const DataElement& cell, const DataElement& before) {
+    if (cell.rank != kind::OPERATOR || !text_of_cell(cell).starts_with('[')) return false;
+    if (before.rank < 0 || (before.type & CONDITIONAL)) return false;
+    if (before.data_pointer == nullptr) return out.manner == Manner::readable && !is_nil(before);
+    return (before.type & (ISSCALAR | STRUCTURED | HASASCII)) != ISSCALAR;
+}
 
 // The same in all modes: what stands in a function is always listed. A literal is kept apart from a bracket by the word
 // that makes the next one the system's own, as it is.
-void put_function(Output& out, int indent, DataElement& function) {
+void put_function(TextOutput& out, int indent, DataElement& function) {
     constexpr auto words = std::to_array<std::string_view>({" NILADIC", " MONADIC", " DYADIC", " TRIADIC"});
-    const bool listing = std::exchange(out.listing, true);
+    const Manner manner = out.manner;
+    if (manner == Manner::display) out.manner = Manner::listing;
     const auto new_line = [&out](int level) {
         out.put('\n');
         put_indent(out, level);
@@ -517,17 +525,17 @@ void put_function(Output& out, int indent, DataElement& function) {
     new_line(indent + 1);
     auto* const stream = static_cast<DataElement*>(function.data_pointer);
     for (DataElement* cell = stream + 1; cell->type != 0; ++cell) {
-        if (would_be_shape(*cell, cell[-1])) out.put(" ::");
+        if (would_be_shape(out, *cell, cell[-1])) out.put(" ::");
         put_element(out, {}, indent + 1, *cell);
         out.count_items(1);
     }
     if (stream->type & ISOPERATOR) out.put(system_word("OPERATOR", out.tables));
     new_line(indent);
-    out.listing = listing;
+    out.manner = manner;
 }
 
-void put_element(Output& out, std::string_view prefix, int indent, DataElement& element) {
-    const bool listed = out.listing || indent > 0;
+void put_element(TextOutput& out, std::string_view prefix, int indent, DataElement& element) {
+    const bool listed = out.is_listing() || indent > 0;
     out.put(prefix);
     switch (element.rank) {
         case kind::OPERATOR:
@@ -548,18 +556,19 @@ void put_element(Output& out, std::string_view prefix, int indent, DataElement& 
 
 }  // namespace
 
-void disass(std::FILE* stream, const char* prefix, int indent, bool listing, DataElement& element,
-            const Chain* tables) {
-    Output out{stream, listing, tables};
+void disass(std::FILE* stream, const char* prefix, int indent, bool listing, DataElement& element) {
+    TextOutput out{stream, listing ? Manner::listing : Manner::display, &variables};
     put_element(out, prefix, indent, element);
     out.flush();
 }
 
-std::string text_of(DataElement& element, bool listing, const Chain* tables) {
-    Output out{nullptr, listing, tables};
+std::string text_of(DataElement& element) {
+    TextOutput out{nullptr, Manner::display, &variables};
     put_element(out, {}, 0, element);
     return std::move(out.text);
 }
+
+void put_cell(TextOutput& out, DataElement& cell) { put_element(out, {}, 0, cell); }
 
 void dump(std::FILE* stream, const char* prefix, DataElement& element) {
     PrintOut = true;
@@ -590,12 +599,6 @@ std::string quoted_address(std::string_view name, const Chain* tables) {
     std::string codes = " (";
     for (const char code : text_of_key(name)) codes += ' ' + std::to_string(static_cast<unsigned char>(code));
     return codes + " )" + system_word("ENASCII", tables) + system_word("AT", tables);
-}
-
-bool would_be_shape(const DataElement& cell, const DataElement& before) {
-    if (cell.rank != kind::OPERATOR || !text_of_cell(cell).starts_with('[')) return false;
-    const bool number = (before.type & (ISSCALAR | STRUCTURED | HASASCII)) == ISSCALAR;
-    return before.rank >= 0 && !number && before.data_pointer != nullptr && !(before.type & CONDITIONAL);
 }
 
 }  // namespace ondrel

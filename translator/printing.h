@@ -1,5 +1,5 @@
-// Values and cells as text: for people (display), and in the notation of the source (listing), from which a value can
-// be read back. One routine does both.
+// Values and cells as text: for people (display), and in the notation of the source (listing). One routine does both;
+// what is to be read back is written by sentences.h.
 #pragma once
 
 #include <cstdio>
@@ -7,7 +7,7 @@
 #include <string_view>
 
 #include "data/dataelement.h"
-#include "translator/symbols.h"
+#include "translator/text_output.h"
 
 namespace ondrel {
 
@@ -15,15 +15,17 @@ namespace ondrel {
 // the nesting level, 0 outside; what stands inside another value is always written as in a listing.
 //
 // Printing simplifies numbers: a whole real becomes an integer, a hypercomplex number that has no higher components a
-// lower kind. The new item stands in the value's block, for all its holders; the record gets the kinds that fit.
+// lower kind. The new item stands in the value's block, for all its holders, and their records stay as they are. An
+// array of quaternions gets another block for it, here and in every name that holds it.
 // Raises 27; an interrupt leaves in between.
-//
-// `tables` are the names in force where a listing is to be read: a verb that one of them is spelled like is told apart.
-void disass(std::FILE* stream, const char* prefix, int indent, bool listing, DataElement& element,
-            const Chain* tables = &variables);
+void disass(std::FILE* stream, const char* prefix, int indent, bool listing, DataElement& element);
 
-// The same as a text in memory, without the prefix. Raises nothing but bad_alloc.
-std::string text_of(DataElement& element, bool listing, const Chain* tables = &variables);
+// What is displayed as a text in memory. Raises nothing but bad_alloc.
+std::string text_of(DataElement& element);
+
+// A function, a name or an instruction; in a listing a verb that one of the names in force is spelled like is told
+// apart.
+void put_cell(TextOutput& out, DataElement& cell);
 
 // The element as people see it.
 void dump(std::FILE* stream, const char* prefix, DataElement& element);
@@ -33,8 +35,5 @@ std::string system_word(std::string_view word, const Chain* tables);
 
 // The address of a name of any bytes, behind a blank.
 std::string quoted_address(std::string_view name, const Chain* tables);
-
-// True if the bracket that the cell begins with would be read as the shape of the literal before it.
-bool would_be_shape(const DataElement& cell, const DataElement& before);
 
 }  // namespace ondrel

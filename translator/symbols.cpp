@@ -68,7 +68,7 @@ constexpr DataElement no_value() {
 Entry* make_entry(Table* table, std::string_view name) {
     OwnedText text(stringdup(name));
     auto* const entry = static_cast<Entry*>(allocate_block(0, sizeof(Entry)));
-    *entry = {no_value(), text.release(), nullptr, table};
+    *entry = {no_value(), text.release(), nullptr, table, false};
     ++names_made;
     return entry;
 }
@@ -113,7 +113,7 @@ void make_heads(Table* table) {
 
 struct PermanentEntry {
     BlockHeader header{-1, 0};
-    Entry entry{no_value(), nullptr, nullptr, nullptr};
+    Entry entry{no_value(), nullptr, nullptr, nullptr, false};
 };
 PermanentEntry fixedsyms[8];
 
@@ -169,6 +169,7 @@ Entry* hashtab(Table* table, std::string_view name) {
         ++table->names;
         if (std::exchange(table->is_passed_over, false)) ++Chain::passed_over_named;
     }
+    (*link)->is_memory = false;
     return *link;
 }
 
@@ -241,6 +242,10 @@ void wipe_all_tables() {
 void for_each_entry(const Table* table, const std::function<void(Entry&)>& visit) {
     for (std::uint32_t i = 0; i < table->buckets; ++i)
         for (Entry* entry = table->heads[i]; entry != nullptr; entry = entry->next) visit(*entry);
+}
+
+void for_each_entry(const std::function<void(Entry&)>& visit) {
+    for (const Table* table = &global; table != nullptr; table = table->after) for_each_entry(table, visit);
 }
 
 }  // namespace ondrel

@@ -29,6 +29,7 @@ struct Entry {
     char* name;         // counted
     Entry* next;        // in its bucket; the table's reference
     Table* table;       // null of a system variable, and when it is dead
+    bool is_memory;     // what RESULT keeps under a key, as long as nobody speaks of it as a name
 };
 
 struct Table {
@@ -116,5 +117,7 @@ inline Entry* entry_of(void* value) { return static_cast<Entry*>(value); }
 
 // In the order of buckets and, in a bucket, of names.
 void for_each_entry(const Table* table, const std::function<void(Entry&)>& visit);
+// Of all tables that there are.
+void for_each_entry(const std::function<void(Entry&)>& visit);
 
 }  // namespace ondrel

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <ranges>
 #include <string>
 #include <vector>
 
@@ -26,6 +27,7 @@ struct Tree {
 };
 
 std::vector<Token> tokens;
+std::vector<std::string_view> parts;  // of spellings that have gaps
 Tree sentence_tree, constant_tree;
 
 bool is_gap(int c) { return c == ' ' || c == '\t' || c == '\n' || c == '"' || c == '|'; }
@@ -75,6 +77,11 @@ void add_spelling(Tree& tree, int node, std::string_view rest, int token) {
     tree.nodes[static_cast<std::size_t>(node)].token = token;
 }
 
+void add_parts(std::string_view spelling) {
+    if (spelling.find('\t') == spelling.npos) return;
+    for (const auto part : std::views::split(spelling, '\t')) parts.emplace_back(part.begin(), part.end());
+}
+
 // The text that a cell of this token shows, in a permanent block that all such cells share.
 char* permanent_text(std::string_view spelling) {
     std::string text(spelling);
@@ -92,6 +99,7 @@ void add_rows(Tree& tree, std::span<const TokenRow> rows) {
             tokens.push_back(
                 {&row, permanent_text(spelling), spelling[0] == '-' && spelling.size() > 1 && spelling[1] == '#'});
             add_spelling(tree, 0, spelling, static_cast<int>(tokens.size()) - 1);
+            add_parts(spelling);
             at = end + 1;
         }
 }
@@ -130,16 +138,37 @@ void make_token_tables() {
     add_rows(constant_tree, constant_rows);
 }
 
-TokenMatch match_token(Vocabulary vocabulary) {
-    return longest_match(vocabulary == Vocabulary::sentence ? sentence_tree : constant_tree,
-                         [](std::size_t at) { return peek(at); });
+namespace {
+
+const Tree& tree_of(Vocabulary vocabulary) {
+    return vocabulary == Vocabulary::sentence ? sentence_tree : constant_tree;
 }
 
-bool begins_token(std::string_view text) {
-    const auto byte_at = [text](std::size_t at) {
+// The longest token that begins the text, which a blank follows.
+TokenMatch match_text(Vocabulary vocabulary, std::string_view text) {
+    return longest_match(tree_of(vocabulary), [text](std::size_t at) {
         return at < text.size() ? static_cast<unsigned char>(text[at]) : at == text.size() ? ' ' : -1;
-    };
-    return longest_match(sentence_tree, byte_at).token != nullptr;
+    });
 }
+
+bool is_constant(TokenAction action) {
+    return action == TokenAction::real_constant || action == TokenAction::selector_constant ||
+           action == TokenAction::truth_constant;
+}
+
+}  // namespace
+
+TokenMatch match_token(Vocabulary vocabulary) {
+    return longest_match(tree_of(vocabulary), [](std::size_t at) { return peek(at); });
+}
+
+bool names_constant(Vocabulary vocabulary, std::string_view text) {
+    const TokenMatch match = match_text(vocabulary, text);
+    return match.token != nullptr && match.length == text.size() && is_constant(match.token->row->action);
+}
+
+bool is_part_of_token(std::string_view text) { return std::ranges::find(parts, text) != parts.end(); }
+
+bool begins_token(std::string_view text) { return match_text(Vocabulary::sentence, text).token != nullptr; }
 
 }  // namespace ondrel

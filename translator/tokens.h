@@ -25,6 +25,12 @@ void make_token_tables();
 // The longest token that begins at the next byte of the source.
 TokenMatch match_token(Vocabulary vocabulary);
 
+// Whether the bytes are the spelling of a constant.
+bool names_constant(Vocabulary vocabulary, std::string_view text);
+
+// Whether the bytes are one of the words of a token of several.
+bool is_part_of_token(std::string_view text);
+
 // Whether a token begins these bytes, with a blank behind them.
 bool begins_token(std::string_view text);
 
