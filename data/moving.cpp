@@ -41,7 +41,8 @@ std::uint64_t common_head(const DataElement& left, const DataElement& right) {
         return bare_head(*items_of(value));
     };
     const std::uint64_t l = head_of(left), r = head_of(right);
-    return packing && l == r ? l : 0;
+    const std::uint32_t type = left.type | right.type;  // in which what was a mix still counts as one
+    return packing && l == r && !(type & PER_ITEM) && !mixed_kinds(type) ? l : 0;
 }
 
 }  // namespace

@@ -34,6 +34,10 @@ DataElement with_items(const DataElement& value, void* block, std::uint32_t type
     reference(made.record.shape_pointer);
     rebuild_kinds(made.record);
     made.record.type |= (value.type & COMPLEXED) | type_bits;
+    if ((made.record.type & (ISSCALAR | STRUCTURED)) == ISSCALAR) {  // encloses nothing any more
+        release(std::exchange(made.record.shape_pointer, nullptr));
+        made.record.rank = 0;
+    }
     if ((made.record.type & COMPLEXED) && is_packed(block)) {
         made.record.data_pointer = unpack(block, value.elements);
         release(block);
