@@ -46,7 +46,7 @@ Outcome quoted_input(Activation& activation) {
     std::string line;
     for (int byte; (byte = std::getc(stdin)) != '\n' && byte != EOF;) line.push_back(static_cast<char>(byte));
     heed_attention();
-    return push(activation, make_text(line));
+    return push(activation, make_text(line, activation.site()));
 }
 
 Outcome wait_for_enter(Activation&) {

@@ -51,8 +51,8 @@ bool run_editor(const char* path) {
 }
 
 // The last byte is the newline that an editor adds.
-DataElement edited_text(const std::string& text) {
-    return make_text(std::string_view(text).substr(0, text.size() - !text.empty()));
+DataElement edited_text(const std::string& text, Site site) {
+    return make_text(std::string_view(text).substr(0, text.size() - !text.empty()), site);
 }
 
 }  // namespace
@@ -71,7 +71,7 @@ Outcome edit(Activation& activation) {
     if (!left) return fail(710, activation);
     const bool is_unchanged = *left == written;
     if (is_unchanged && (!as_text || !ended_well)) return Outcome::next;  // nothing has been edited
-    const DataElement text = as_text ? edited_text(*left) : DataElement{};
+    const DataElement text = as_text ? edited_text(*left, activation.site()) : DataElement{};
     if (has_value) dereferencepoint(*activation.sp--);
     if (as_text) return push(activation, text);
     const OwnAccount account;

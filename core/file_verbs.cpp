@@ -227,7 +227,7 @@ Outcome read_text(Activation& activation) {
     const Stream stream = file_to_read(activation, of_read);
     const std::optional<std::string> text = all_of(stream.get());
     check_end(activation, stream.get(), of_read);
-    Owner made(make_text(*text));
+    Owner made(make_text(*text, activation.site()));
     std::swap(*activation.sp, made.record);
     return Outcome::next;
 }

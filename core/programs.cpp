@@ -69,7 +69,8 @@ Outcome assemble(Activation& activation) {
 Outcome disassemble(Activation& activation) {
     DataElement& top = *activation.sp;
     const bool display = activation.cell->modifier == static_cast<std::uint16_t>(Instruction::TEXTWRITE);
-    const DataElement text = make_text(display ? text_of(top) : readable_text(top, activation.tables));
+    const DataElement text =
+        make_text(display ? text_of(top) : readable_text(top, activation.tables), activation.site());
     dereferencepoint(top);
     top = text;
     return Outcome::next;

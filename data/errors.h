@@ -60,7 +60,8 @@ void call_for(int what, bool on);
 
 extern volatile std::sig_atomic_t running;  // a sentence runs; an interrupt at any other time is ignored
 
-// Reports an interrupt that waits and throws Unwind; a worker, also where its work is no longer wanted, does that alone.
+// Reports an interrupt that waits and throws Unwind; a worker, also where its work is no longer wanted, does that
+// alone.
 void heed_interrupt();
 
 inline void heed_attention() {

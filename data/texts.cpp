@@ -1,6 +1,7 @@
 #include "data/texts.h"
 
 #include <algorithm>
+#include <limits>
 
 #include "data/blocks.h"
 
@@ -16,7 +17,9 @@ DataElement character_item(char character) {
 
 }  // namespace
 
-DataElement make_characters(std::string_view text) {
+DataElement make_characters(std::string_view text, Site site) {
+    constexpr int too_big = 146;
+    if (text.size() > std::numeric_limits<std::uint32_t>::max()) raise(too_big, site);
     const auto n = static_cast<std::uint32_t>(text.size());
     Owner record(make_array(vector_shape(n), 1, nullptr, n, HASASCII));
     if (packing && n > 1) {
@@ -29,9 +32,9 @@ DataElement make_characters(std::string_view text) {
     return record.take();
 }
 
-DataElement make_text(std::string_view text) {
+DataElement make_text(std::string_view text, Site site) {
     if (text.empty()) return make_empty(HASASCII);
-    return text.size() == 1 ? make_scalar(character_item(text[0])) : make_characters(text);
+    return text.size() == 1 ? make_scalar(character_item(text[0])) : make_characters(text, site);
 }
 
 std::string characters_of(const DataElement& text) {

@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "data/dataelement.h"
+#include "data/errors.h"
 
 namespace ondrel {
 
@@ -13,10 +14,10 @@ inline bool is_text(const DataElement& value) {
     return value.rank >= 0 && (value.type & (HASASCII | PER_ITEM)) == HASASCII;
 }
 
-// A character vector, of any length but 0. Raises 27.
-DataElement make_characters(std::string_view text);
-// A text as it is read: of no characters it is the empty text, of one a scalar. Raises 27.
-DataElement make_text(std::string_view text);
+// A character vector, of any length but 0. Raises 27, and 146 for more than a value can hold.
+DataElement make_characters(std::string_view text, Site site = {});
+// A text as it is read: of no characters it is the empty text, of one a scalar. Raises 27 and 146.
+DataElement make_text(std::string_view text, Site site = {});
 
 // The characters of a text.
 std::string characters_of(const DataElement& text);
