@@ -1,6 +1,7 @@
 #include "core/calls.h"
 
 #include <algorithm>
+#include <optional>
 #include <utility>
 
 #include "core/stack.h"
@@ -92,6 +93,7 @@ Sentence::Sentence(const Chain* tables, const Table* names_around, std::FILE* so
     : stream(allocate_items(sentence_cells)) {
     *stream = {};
     const int filled = fill(stream.get(), tables, source, text, newline, locals, names_around);
+    if (filled == 0 && calls_for(calls::unwinding)) throw Interrupted{};  // the sentences around it are left too
     if (filled == 0) return;
     translated = true;
     count = static_cast<std::uint32_t>(filled) - 1;
@@ -120,7 +122,8 @@ struct Waiting {
 
 Sentence typed_sentence(const Activation& activation, Newline newline, const std::string& prompt,
                         std::uint16_t locals) {
-    const Waiting waiting;
+    std::optional<Waiting> waiting;
+    if (newline == Newline::steps) waiting.emplace();
     std::fputs(prompt.c_str(), stdout);
     std::fflush(stdout);
     return {activation.tables, names_of_function(activation), stdin, nullptr, newline, locals};

@@ -171,7 +171,8 @@ private:
     bool translated = false;
 };
 
-// A sentence that is typed while a run waits for it, in its names. From the prompt on an interrupt asks for nothing.
+// A sentence that is typed while a run waits for it, in its names. At the prompt of the stepper an interrupt asks for
+// nothing.
 Sentence typed_sentence(const Activation& activation, Newline newline, const std::string& prompt = {},
                         std::uint16_t locals = 0);
 

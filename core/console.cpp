@@ -14,6 +14,7 @@
 #include "numbers/kinds.h"
 #include "numbers/random.h"
 #include "translator/printing.h"
+#include "translator/source.h"
 
 namespace ondrel {
 
@@ -44,16 +45,14 @@ Outcome quoted_input(Activation& activation) {
     if (is_full(activation)) return fail(806, activation);
     std::fflush(stdout);
     std::string line;
-    for (int byte; (byte = std::getc(stdin)) != '\n' && byte != EOF;) line.push_back(static_cast<char>(byte));
-    heed_attention();
+    for (int byte; (byte = next_byte(stdin)) != '\n' && byte != EOF;) line.push_back(static_cast<char>(byte));
     return push(activation, make_text(line, activation.site()));
 }
 
 Outcome wait_for_enter(Activation&) {
     std::fflush(stdout);
     std::fputs("\nWaiting... press ENTER to continue: ", stderr);
-    std::getc(stdin);
-    heed_attention();
+    next_byte(stdin);
     return Outcome::next;
 }
 

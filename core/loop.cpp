@@ -27,12 +27,12 @@ void run_one_sentence(bool quiet) {
     if (!quiet) std::printf("\n\nOndrel [%ld]> ", static_cast<long>(sp - stack));
     flush_results();
     if (fill(instructions, &variables, stdin, nullptr) == 0) return;
-    call_for(calls::interrupt, false);
     decide_watching();
     operators = operations = 0;
     running = 1;
     sp = machine(instructions, sp);
     running = 0;
+    call_for(calls::interrupt, false);  // one that came too late
     cleanup(instructions);
     flush_results();
     verbs += operators;

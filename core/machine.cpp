@@ -230,6 +230,7 @@ void recover(Activation& activation) {
     forget_hand_off();
     if (!endprocess && !PrintOut) std::fputs("\nException processing:...", stdout);
     abandon(activation);
+    call_for(calls::unwinding, false);
 }
 
 }  // namespace

@@ -63,6 +63,7 @@ void heed_interrupt() {
     if (!calls_for(calls::interrupt)) return;
     wait_for_coprocessors();
     call_for(calls::interrupt, false);
+    call_for(calls::unwinding, true);
     if (PrintOut)
         std::fputc('\n', stdout);
     else

@@ -52,7 +52,8 @@ namespace calls {
 inline constexpr int interrupt = 1,  // an interrupt waits
     watch = 2,                       // each cell is traced, stepped or timed
     hand_off = 4,                    // workers have a value on the stack in hand
-    give_up = 8;                     // the workers' work is no longer wanted
+    give_up = 8,                     // the workers' work is no longer wanted
+    unwinding = 16;                  // an interrupt has been heeded, and the sentence is being left
 }
 extern std::atomic<int> attention;
 inline bool calls_for(int what) { return (attention.load(std::memory_order_relaxed) & what) != 0; }

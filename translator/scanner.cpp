@@ -161,9 +161,9 @@ void begin_shape(std::size_t length) {
 
 // Blanks from `at` on, newlines too if they may stand there, and then an opening bracket: where it ends, else 0.
 std::size_t shape_follows(std::size_t at, bool newlines) {
-    for (int c; (c = peek(at)) == ' ' || c == '\t' || (newlines && (c == '\n' || c == '\r')); ++at) {
+    for (int c; (c = peek_in_line(at)) == ' ' || c == '\t' || (newlines && (c == '\n' || c == '\r')); ++at) {
     }
-    return peek(at) == '[' ? at + 1 : 0;
+    return peek_in_line(at) == '[' ? at + 1 : 0;
 }
 
 // Blanks are skipped in the shape of the whole literal only.
@@ -436,6 +436,8 @@ int translate() {
             return dropping ? nothing_to_run() : end_stream();
         } catch (const Left&) {
             return nothing_to_run();
+        } catch (const Interrupted&) {
+            return nothing_to_run();  // nobody waits for the rest
         } catch (const Unwind&) {
         } catch (const std::bad_alloc&) {
             exception(27);
@@ -451,7 +453,7 @@ int translate() {
 
 int fill(DataElement* cells, const Chain* tables, std::FILE* stream, const char** text, Newline newline,
          std::uint16_t locals, const Table* names_around) {
-    open_source(stream, text == nullptr ? nullptr : *text);
+    open_source(stream, text == nullptr ? nullptr : *text, newline != Newline::blank);
     begin_stream(cells, tables, locals, names_around);
     condition = Condition::sentence;
     open_literals = refused_levels = 0;

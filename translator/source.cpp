@@ -1,11 +1,18 @@
 #include "translator/source.h"
 
+#include <poll.h>
+
 #include <algorithm>
+#include <cerrno>
+#include <csignal>
 #include <string>
+
+#include "data/errors.h"
 
 namespace ondrel {
 
 std::string_view waiting;
+bool reads_lines;
 
 namespace {
 
@@ -14,6 +21,30 @@ const char* string;
 std::string buffer;  // of a stream's bytes; `waiting` ends where `used` tells
 std::size_t used;
 bool ended;
+
+// Keeps the signals of the interrupt key back.
+struct Held {
+    sigset_t before;
+    Held() {
+        sigset_t keys;
+        sigemptyset(&keys);
+        for (const int key : {SIGINT, SIGQUIT}) sigaddset(&keys, key);
+        pthread_sigmask(SIG_BLOCK, &keys, &before);
+    }
+    Held(const Held&) = delete;
+    Held& operator=(const Held&) = delete;
+    ~Held() { pthread_sigmask(SIG_SETMASK, &before, nullptr); }
+};
+
+// Until the stream, of which no byte is left in memory, can be read. An interrupt comes between two looks at it, or
+// wakes us.
+void await_bytes(std::FILE* stream) {
+    pollfd watched{fileno(stream), POLLIN, 0};
+    if (watched.fd < 0 || std::feof(stream)) return;
+    const Held held;
+    do heed_attention();
+    while (ppoll(&watched, 1, nullptr, &held.before) < 0 && errno == EINTR);
+}
 
 bool is_digit(int byte) { return byte >= '0' && byte <= '9'; }
 
@@ -40,13 +71,14 @@ void read_until(std::size_t count, bool behind_digits) {
         }
     };
     if (yyin == nullptr) {
+        heed_attention();
         read(next_in_memory, [](int) {});
         waiting = {string - had, had};
         return;
     }
     char* bytes = buffer.data();
     std::size_t room = buffer.size();
-    read([from = yyin] { return getc_unlocked(from); },
+    read([from = yyin] { return next_byte(from); },
          [&](int byte) {
              if (end == room) [[unlikely]] {
                  buffer.resize(std::max<std::size_t>(2 * end, 16384));
@@ -61,7 +93,13 @@ void read_until(std::size_t count, bool behind_digits) {
 
 }  // namespace
 
-void open_source(std::FILE* stream, const char* text) {
+int next_byte(std::FILE* stream) {
+    if (stream->_IO_read_ptr == stream->_IO_read_end) await_bytes(stream);
+    return getc_unlocked(stream);
+}
+
+void open_source(std::FILE* stream, const char* text, bool by_lines) {
+    reads_lines = by_lines;
     yyin = stream;
     string = text;
     waiting = {};

@@ -8,8 +8,11 @@
 
 namespace ondrel {
 
-// Begins to read `stream`, or the text at `text` if it is null.
-void open_source(std::FILE* stream, const char* text);
+// Begins to read `stream`, or the text at `text` if it is null; by lines, where the end of a line may end a sentence.
+void open_source(std::FILE* stream, const char* text, bool by_lines = false);
+
+// The next byte of a stream, or EOF. While it is waited for, an interrupt is heeded at once.
+int next_byte(std::FILE* stream);
 
 // The bytes that have been looked at and not consumed, and the way to one behind them.
 extern std::string_view waiting;
@@ -20,7 +23,12 @@ inline int peek(std::size_t at) {
     return at < waiting.size() ? static_cast<unsigned char>(waiting[at]) : peek_further(at, false);
 }
 
-// The same at the start of a token and within a number: what looks at a digit there looks behind all of them in any
+// The same within a word of several parts: where lines are read, there is nothing behind the end of one, which somebody
+// may have to type first.
+extern bool reads_lines;
+inline int peek_in_line(std::size_t at) { return reads_lines && at > 0 && waiting[at - 1] == '\n' ? -1 : peek(at); }
+
+// As `peek`, at the start of a token and within a number: what looks at a digit there looks behind all of them in any
 // case, so that they can be read at once.
 inline int peek_number(std::size_t at) {
     return at < waiting.size() ? static_cast<unsigned char>(waiting[at]) : peek_further(at, true);

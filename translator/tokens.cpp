@@ -159,7 +159,7 @@ bool is_constant(TokenAction action) {
 }  // namespace
 
 TokenMatch match_token(Vocabulary vocabulary) {
-    return longest_match(tree_of(vocabulary), [](std::size_t at) { return peek(at); });
+    return longest_match(tree_of(vocabulary), [](std::size_t at) { return peek_in_line(at); });
 }
 
 bool names_constant(Vocabulary vocabulary, std::string_view text) {
