@@ -70,14 +70,13 @@ private:
 // that stands still, or one that does not reach so many, goes on until an interrupt. The divisor takes a draw
 // times the range into it.
 DataElement dealt_numbers(double range, double divisor, std::uint32_t count) {
-    constexpr std::uint64_t heed_every = 65536;
     const std::int64_t first = origin();
     Owner result(make_array(vector_shape(count), 1, nullptr, count, HASINTEGER));
     result.record.type |= ISPROBABLE;
     ItemsOwner items(count);
     Dealt dealt(range, count);
-    for (std::uint64_t draws = 1; items.filled < count; ++draws) {
-        if (draws % heed_every == 0) heed_attention();
+    while (items.filled < count) {
+        heed_attention();
         const double number = std::trunc(static_cast<double>(PRNGS(prngs_seed)) * range / divisor);
         if (!(number >= 0 && number < range && fits_integer(number))) continue;
         if (!dealt.add(static_cast<std::int64_t>(number))) continue;

@@ -45,7 +45,9 @@ Outcome quoted_input(Activation& activation) {
     if (is_full(activation)) return fail(806, activation);
     std::fflush(stdout);
     std::string line;
-    for (int byte; (byte = next_byte(stdin)) != '\n' && byte != EOF;) line.push_back(static_cast<char>(byte));
+    constexpr std::size_t more_than_fit = std::size_t{1} << 32;
+    for (int byte; (byte = next_byte(stdin)) != '\n' && byte != EOF;)
+        if (line.size() < more_than_fit) line.push_back(static_cast<char>(byte));
     return push(activation, make_text(line, activation.site()));
 }
 

@@ -12,6 +12,7 @@
 #include "core/calls.h"
 #include "core/timing.h"
 #include "data/texts.h"
+#include "data/walks.h"
 #include "files/streams.h"
 #include "parallel/pool.h"
 #include "translator/listing.h"
@@ -171,9 +172,10 @@ using OwnedFile = std::unique_ptr<OpenFile, Release>;
 // Whether there are open files in the value, or closed ones, and nothing else.
 bool is_of_files(const DataElement& value) {
     if (value.rank < 0 || value.data_pointer == nullptr || !(value.type & (HASFILE | STRUCTURED))) return false;
-    heed_attention();
+    enter_nest();
     const std::span items(items_of(value), value.elements);
     return std::ranges::all_of(items, [](const DataElement& item) {
+        heed_attention();
         return item.tag == tag::file || (item.tag == tag::subarray && is_of_files(*item.nested));
     });
 }
@@ -181,9 +183,10 @@ bool is_of_files(const DataElement& value) {
 // Runs `act` on the item of each file, from the last to the first, until it fails. Whether it never did.
 template <class Act>
 bool all_files(const DataElement& value, const Act& act) {
-    heed_attention();
+    enter_nest();
     const std::span items(items_of(value), value.elements);
     return std::ranges::all_of(items | std::views::reverse, [&act](const DataElement& item) {
+        heed_attention();
         return item.tag == tag::subarray ? all_files(*item.nested, act) : act(item);
     });
 }
@@ -225,7 +228,7 @@ Outcome read_file(Activation& activation) {
 
 Outcome read_text(Activation& activation) {
     const Stream stream = file_to_read(activation, of_read);
-    const std::optional<std::string> text = all_of(stream.get());
+    const std::optional<std::string> text = all_of(stream.get(), activation.site());
     check_end(activation, stream.get(), of_read);
     Owner made(make_text(*text, activation.site()));
     std::swap(*activation.sp, made.record);

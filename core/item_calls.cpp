@@ -1,6 +1,7 @@
 #include "core/item_calls.h"
 
 #include <new>
+#include <utility>
 
 #include "core/stack_verbs.h"
 #include "core/timing.h"
@@ -64,10 +65,13 @@ Outcome ItemCalls::on_top() {
 
 void ItemCalls::put_into(DataElement& value) {
     operations += value.elements;
-    replace_items(value, made.take(), value.elements);
-    value.type |= probable;
-    rebuild_kinds(value);
-    pack(value);
+    Owner result(value);
+    reference(value.shape_pointer);
+    result.record.data_pointer = made.take();
+    result.record.type |= probable;
+    rebuild_kinds(result.record);
+    pack(result.record);
+    std::swap(value, result.record);
 }
 
 }  // namespace ondrel

@@ -26,6 +26,7 @@ DataElement* sp = stack;
 void run_one_sentence(bool quiet) {
     if (!quiet) std::printf("\n\nOndrel [%ld]> ", static_cast<long>(sp - stack));
     flush_results();
+    give_back_rest();
     if (fill(instructions, &variables, stdin, nullptr) == 0) return;
     decide_watching();
     operators = operations = 0;
@@ -47,6 +48,7 @@ void interactive_loop(bool quiet) {
     while (!endprocess) run_one_sentence(quiet);
     fault_jump = nullptr;
     while (sp > stack) dereferencepoint(*sp--);
+    give_back_rest();
 }
 
 }  // namespace ondrel

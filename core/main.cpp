@@ -104,12 +104,12 @@ int main(int count, char** arguments) {
     start_pool(deep_walk, seed_by_the_clock, options.quiet);
     seed_by_the_clock(0);
 
-    if (options.quiet)
-        run_on_large_stack([] { interactive_loop(true); });
-    else
-        run_on_large_stack([] { interactive_loop(false); });
-    stop_pool();
-    wipe_all_tables();
+    static const bool quiet = options.quiet;
+    run_on_large_stack([] {
+        interactive_loop(quiet);
+        stop_pool();
+        wipe_all_tables();
+    });
 
     if (!options.quiet) {
         report_instructions();

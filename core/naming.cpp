@@ -6,6 +6,7 @@
 
 #include "core/control.h"
 #include "core/stack.h"
+#include "data/walks.h"
 #include "translator/listing.h"
 #include "translator/value_key.h"
 
@@ -137,7 +138,7 @@ Outcome make_address(Activation& activation) {
     address.depth = 1;
     if (entry != nullptr) {
         address.text = entry->name;
-        address.elements = static_cast<std::uint32_t>(std::string_view(entry->name).size());
+        address.elements = checked_count(std::string_view(entry->name).size(), activation.site());
         address.data_pointer = entry;
         referencepoint(address);
     }

@@ -11,7 +11,8 @@ namespace ondrel {
 // had for another.
 void run_on_large_stack(void (*function)());
 
-// Finds out how far the present stack reaches, for a process that runs on the one that it was given.
+// Finds out how far the present stack reaches, for a process that runs on the one that it was given: `lowest_call` and,
+// for walks, `lowest_walk`.
 void measure_present_stack();
 
 // Bytes of stack that walks over a value of 32,767 levels stay within.

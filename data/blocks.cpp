@@ -7,11 +7,13 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <new>
 #include <span>
 #include <utility>
 
 #include "data/allocator.h"
 #include "data/errors.h"
+#include "data/walks.h"
 
 namespace ondrel {
 
@@ -53,16 +55,22 @@ void release_shared(void* block) {
 }
 
 void* Reallocate(void* block, std::size_t bytes) {
+    constexpr std::size_t long_copy = std::size_t{1} << 22;
     BlockHeader* const old = &header(block);
-    if (old->count == 1) {
+    const std::size_t room = usable_size(old) - sizeof(BlockHeader);
+    if (old->count == 1 && (std::min(bytes, room) < long_copy || bytes <= room)) {
         void* const start = ondrel::realloc(old, bytes + sizeof(BlockHeader));
         if (start == nullptr) out_of_memory();
         return static_cast<BlockHeader*>(start) + 1;
     }
-    void* const copy = allocate_block(old->head, bytes);
-    std::memcpy(copy, block, std::min(bytes, readable_size(old) - sizeof(BlockHeader)));
+    OwnedBlock copy(allocate_block(old->head, bytes));
+    auto* const to = static_cast<std::byte*>(copy.get());
+    const std::size_t kept = std::min(bytes, readable_size(old) - sizeof(BlockHeader));
+    in_heeded_stretches(kept, [&](std::size_t from, std::size_t end) {
+        std::memcpy(to + from, static_cast<const std::byte*>(block) + from, end - from);
+    });
     release(block);
-    return copy;
+    return copy.release();
 }
 
 namespace {
@@ -99,8 +107,8 @@ void give_back(OpenFile* file) {
     }
 }
 
-void release_item(DataElement& item) {
-    if (item.tag == tag::subarray && sole_holder(item.nested)) dereferencepoint(*item.nested);
+// All but what a nested value holds that goes with this item.
+void release_outside(DataElement& item) {
     if (item.tag == tag::file && sole_holder(item.file))
         give_back(item.file);
     else
@@ -108,12 +116,73 @@ void release_item(DataElement& item) {
     if (has_name(item)) release(item.name);
 }
 
+// A block that is being given back, up to its item `next`. This stands in the block itself, in place of the item before
+// that, which holds nothing any more.
+struct Remains {
+    DataElement* items;
+    std::size_t next, end;
+    Remains* around;  // the block that holds this one, or the next of `rest`
+};
+static_assert(sizeof(Remains) <= sizeof(DataElement));
+
+Remains* rest = nullptr;  // what an interrupt has kept us from giving back
+
+// What is given back goes when the prompt is back. A worker's is never much.
+bool puts_off() { return calls_for(calls::interrupt | calls::unwinding) && running && worker_error == nullptr; }
+
+void put_off(Remains* remains) {
+    Remains** last = &remains->around;
+    while (*last != nullptr) last = &(*last)->around;
+    *last = std::exchange(rest, remains);
+}
+
 }  // namespace
 
 void referencedataelems(const DataElement* items, std::size_t n) { std::for_each_n(items, n, reference_item); }
 
 void dereferencedataelems(DataElement* items, std::size_t n) {
-    for (DataElement& item : std::span(items, n)) release_item(item);
+    for (DataElement& item : std::span(items, n)) {
+        if (item.tag == tag::subarray && sole_holder(item.nested)) dereferencepoint(*item.nested);
+        release_outside(item);
+    }
+}
+
+namespace {
+
+// Gives the items' blocks back, and the blocks around them; unless `at_once` it may put that off. However deep they lie:
+// it goes down without a recursion.
+void give_back(Remains at, bool at_once = false) {
+    for (;;) {
+        if (at.next == at.end) {
+            release(at.items);
+            if (at.around == nullptr) return;
+            at = Remains(*at.around);
+            continue;
+        }
+        if (at.next > 0 && puts_off() && !at_once) [[unlikely]]
+            return put_off(new (at.items + at.next - 1) Remains(at));
+        DataElement& item = at.items[at.next++];
+        if (item.tag != tag::subarray || !sole_holder(item.nested)) {
+            release_outside(item);
+            continue;
+        }
+        DataElement& nested = *item.nested;
+        void* const inner = nested.data_pointer;
+        const bool goes_down = nested.rank >= 0 && inner != nullptr && !is_packed(inner) && sole_holder(inner);
+        const std::size_t n = nested.elements;
+        if (goes_down) nested.data_pointer = nullptr;
+        dereferencepoint(nested);
+        release_outside(item);
+        if (goes_down) at = {static_cast<DataElement*>(inner), 0, n, new (&item) Remains(at)};
+    }
+}
+
+}  // namespace
+
+void release_items(DataElement* items, std::size_t n) { give_back(Remains{items, 0, n, nullptr}); }
+
+void give_back_rest() {
+    while (rest != nullptr) give_back(Remains(*std::exchange(rest, nullptr)), true);
 }
 
 namespace {
@@ -165,15 +234,12 @@ void dereference_cell(DataElement& cell) {
 
 void drop_record(DataElement& record) {
     if (record.rank < 0) return dereference_cell(record);
-    release(record.shape_pointer);
-    void* const data = record.data_pointer;
-    if (data != nullptr && !is_packed(data) && sole_holder(data)) {
-        DataElement* const items = items_of(record);
-        for (std::uint32_t i = 0; i < record.elements; ++i) release_item(items[i]);
-    }
-    release(data);
-    record.shape_pointer = nullptr;
-    record.data_pointer = nullptr;
+    release(std::exchange(record.shape_pointer, nullptr));
+    void* const data = std::exchange(record.data_pointer, nullptr);
+    if (data != nullptr && !is_packed(data) && sole_holder(data))
+        release_items(static_cast<DataElement*>(data), record.elements);
+    else
+        release(data);
 }
 
 DataElement* copyfun(const DataElement& function) {
@@ -235,17 +301,26 @@ void copy_items(void* target, std::size_t at, Payload source, std::size_t from, 
 
 DataElement* unpack(Payload block, std::size_t n) {
     ItemsOwner items(n);
-    for (; items.filled < n; ++items.filled) items.items[items.filled] = own_item_at(block, items.filled);
+    for (; items.filled < n; ++items.filled) {
+        items.items[items.filled] = own_item_at(block, items.filled);
+        heed_attention();
+    }
     return items.take();
 }
 
 std::uint64_t common_head(const DataElement* items, std::size_t n) {
     if (!packing) return 0;
     const std::uint64_t head = bare_head(items[0]);
-    if (head == 0 || !std::all_of(items, items + n, [head](const DataElement& item) { return item.head == head; }))
-        return 0;
+    const auto has_head = [head](const DataElement& item) {
+        heed_attention();
+        return item.head == head;
+    };
+    if (head == 0 || !std::all_of(items, items + n, has_head)) return 0;
     const auto one = static_cast<std::int64_t>(word_of_one(head));
-    const auto is_truth = [one](const DataElement& item) { return item.integer == 0 || item.integer == one; };
+    const auto is_truth = [one](const DataElement& item) {
+        heed_attention();
+        return item.integer == 0 || item.integer == one;
+    };
     return byte_head(head) != 0 && std::all_of(items, items + n, is_truth) ? byte_head(head) : head;
 }
 
@@ -266,9 +341,11 @@ void put_value(void* block, std::size_t i, const DataElement& item) {
 }
 
 void store_items(void* target, std::size_t at, Payload source, std::size_t n) {
-    if (is_packed(source)) return copy_items(target, at, source, 0, n);
-    const auto* const items = static_cast<const DataElement*>(source.start());
-    for (std::size_t i = 0; i < n; ++i) put_value(target, at + i, items[i]);
+    in_heeded_stretches(n, [&](std::size_t from, std::size_t end) {
+        if (is_packed(source)) return copy_items(target, at + from, source, from, end - from);
+        const auto* const items = static_cast<const DataElement*>(source.start());
+        for (; from < end; ++from) put_value(target, at + from, items[from]);
+    });
 }
 
 void* packed_items(Payload block, std::size_t n) {
@@ -276,9 +353,9 @@ void* packed_items(Payload block, std::size_t n) {
     const auto* const items = static_cast<const DataElement*>(block.start());
     const std::uint64_t head = common_head(items, n);
     if (head == 0) return nullptr;
-    void* const packed = allocate_packed(head, n);
-    for (std::size_t i = 0; i < n; ++i) put_value(packed, i, items[i]);
-    return packed;
+    OwnedBlock packed(allocate_packed(head, n));
+    store_items(packed.get(), 0, block, n);
+    return packed.release();
 }
 
 void pack(DataElement& record) {
@@ -296,8 +373,10 @@ std::uint32_t kinds_of(Payload block, std::size_t n) {
     if (is_packed(block)) {
         kinds = kind_bits(head_tag(block.head()));
     } else {
-        for (const DataElement& item : std::span(static_cast<const DataElement*>(block.start()), n))
+        for (const DataElement& item : std::span(static_cast<const DataElement*>(block.start()), n)) {
             kinds |= kind_bits(item.tag);
+            heed_attention();
+        }
     }
     return kinds | (n > 1 && mixed_kinds(kinds) ? COMPLEXED : 0);
 }
@@ -305,18 +384,20 @@ std::uint32_t kinds_of(Payload block, std::size_t n) {
 std::int16_t depth_of(Payload block, std::size_t n) {
     std::int16_t depth = 1;
     if (is_packed(block)) return depth;
-    for (const DataElement& item : std::span(static_cast<const DataElement*>(block.start()), n))
+    for (const DataElement& item : std::span(static_cast<const DataElement*>(block.start()), n)) {
+        heed_attention();
         if (item.tag == tag::subarray)
             depth = std::max<std::int16_t>(depth, static_cast<std::int16_t>(item.nested->depth + 1));
+    }
     return depth;
 }
 
 void rebuild_kinds(DataElement& record) {
-    record.type &= ~(KIND_BITS | PER_ITEM | ISSTRUCTURE);
-    if (record.data_pointer == nullptr) return;
-    record.type |= kinds_of(record.data_pointer, record.elements);
-    const bool is_plain_scalar = (record.type & ISSCALAR) && !(record.type & STRUCTURED);
-    record.depth = is_plain_scalar ? std::int16_t{0} : depth_of(record.data_pointer, record.elements);
+    const void* const block = record.data_pointer;
+    const std::uint32_t kinds = block == nullptr ? 0 : kinds_of(block, record.elements);
+    const bool is_plain_scalar = (record.type & ISSCALAR) && !(kinds & STRUCTURED);
+    if (block != nullptr) record.depth = is_plain_scalar ? std::int16_t{0} : depth_of(block, record.elements);
+    record.type = (record.type & ~(KIND_BITS | PER_ITEM | ISSTRUCTURE)) | kinds;
 }
 
 DataElement make_array(std::int64_t* shape, std::int32_t rank, void* data, std::uint32_t elements,

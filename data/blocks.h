@@ -116,8 +116,8 @@ double* allocate_octonion(const double* components);
 char* stringdup(std::string_view text);
 
 // Gives the block a payload of `bytes`, contents kept up to the smaller size; count 1 afterwards. A shared block is
-// left to its other holders and copied. The caller stores the result over the old pointer, and has released what cut
-// items hold.
+// left to its other holders and copied. Raises 27, or heeds an interrupt, with the block as it was. The caller stores
+// the result over the old pointer, and has released what cut items hold.
 void* Reallocate(void* block, std::size_t bytes);
 
 // ---- counting
@@ -158,6 +158,11 @@ inline void release(void* block) {
 // Takes or drops what the items of an item block hold.
 void referencedataelems(const DataElement* items, std::size_t n);
 void dereferencedataelems(DataElement* items, std::size_t n);
+
+// Gives back an item block that nobody else holds, with what its first n items hold. Where an interrupt waits or a
+// sentence is left by one, that is put off: `give_back_rest` does it, when the prompt is back.
+void release_items(DataElement* items, std::size_t n);
+void give_back_rest();
 
 // A record that lies in a slot of the value stack is borrowed by its address, not counted.
 inline bool borrows(const DataElement& record) { return record.rank == kind::ADDRESS && (record.type & ISLOCAL) != 0; }
@@ -286,7 +291,7 @@ inline void fill_scalar(DataElement& record, DataElement* items) {
     record.data_pointer = items;
 }
 
-// Replaces kinds and depth in the record.
+// Replaces kinds and depth in the record. An interrupt leaves it as it was.
 void rebuild_kinds(DataElement& record);
 
 // ---- owners: what is being built, given back when the builder leaves by an error
@@ -323,9 +328,7 @@ struct ItemsOwner {
     ItemsOwner(const ItemsOwner&) = delete;
     ItemsOwner& operator=(const ItemsOwner&) = delete;
     ~ItemsOwner() {
-        if (items == nullptr) return;
-        dereferencedataelems(items, filled);
-        release(items);
+        if (items != nullptr) release_items(items, filled);
     }
     operator Payload() const { return static_cast<const void*>(items); }
     DataElement* take() {

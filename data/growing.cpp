@@ -13,9 +13,10 @@ bool fits(const void* block, const DataElement& item) {
 }  // namespace
 
 GrowingItems::~GrowingItems() {
-    if (block == nullptr) return;
-    if (!is_packed(block)) dereferencedataelems(static_cast<DataElement*>(block), filled);
-    release(block);
+    if (block != nullptr && !is_packed(block))
+        release_items(static_cast<DataElement*>(block), filled);
+    else
+        release(block);
 }
 
 DataElement* GrowingItems::items() {
@@ -23,8 +24,10 @@ DataElement* GrowingItems::items() {
         block = allocate_items(room);
     } else if (is_packed(block)) {
         ItemsOwner unpacked(room);
-        for (; unpacked.filled < filled; ++unpacked.filled)
+        for (; unpacked.filled < filled; ++unpacked.filled) {
             unpacked.items[unpacked.filled] = own_item_at(block, unpacked.filled);
+            heed_attention();
+        }
         release(std::exchange(block, unpacked.take()));
     }
     return static_cast<DataElement*>(block);

@@ -20,7 +20,11 @@ void* copied_items(Payload block, std::size_t from, std::size_t n) {
         one.filled = 1;
         return one.take();
     }
-    return gathered(block, n, [&](const auto* source, auto* target) { std::copy_n(source + from, n, target); });
+    return gathered(block, n, [&](const auto* source, auto* target) {
+        in_heeded_stretches(n, [&](std::size_t at, std::size_t end) {
+            std::copy(source + from + at, source + from + end, target + at);
+        });
+    });
 }
 
 void keep_first(DataElement& record, std::uint32_t n) {
@@ -52,33 +56,39 @@ void* joined_items(DataElement& left, DataElement& right) {
     const std::uint64_t head = common_head(left, right);
     const std::size_t width = item_width(head);
     if (head != 0) {
-        void* block;
         if (is_packed(left.data_pointer) && sole_holder(left.data_pointer)) {
-            block = left.data_pointer = Reallocate(left.data_pointer, n * width);
-        } else {
-            block = allocate_packed(head, n);
-            store_items(block, 0, left.data_pointer, l);
+            left.data_pointer = Reallocate(left.data_pointer, n * width);
+            store_items(left.data_pointer, l, right.data_pointer, r);
+            return std::exchange(left.data_pointer, nullptr);
         }
-        store_items(block, l, right.data_pointer, r);
-        if (block == left.data_pointer) left.data_pointer = nullptr;
-        return block;
+        OwnedBlock made(allocate_packed(head, n));
+        store_items(made.get(), 0, left.data_pointer, l);
+        store_items(made.get(), l, right.data_pointer, r);
+        return made.release();
     }
     Owner others;  // copies of the items on the right
     others.record.data_pointer = unpack(right.data_pointer, r);
     others.record.rank = 1;
     others.record.elements = right.elements;
-    DataElement* block;
+    const auto move_behind_left = [&](DataElement* block) {  // they are the others' until all have moved
+        const DataElement* const from_right = items_of(others.record);
+        in_heeded_stretches(r, [=](std::size_t from, std::size_t end) {
+            std::copy(from_right + from, from_right + end, block + l + from);
+        });
+        others.record.elements = 0;
+    };
     if (!is_packed(left.data_pointer) && sole_holder(left.data_pointer)) {
-        block = static_cast<DataElement*>(Reallocate(left.data_pointer, n * sizeof(DataElement)));
-        left.data_pointer = nullptr;
-    } else {
-        ItemsOwner own(n);
-        for (; own.filled < l; ++own.filled) own.items[own.filled] = own_item_at(left.data_pointer, own.filled);
-        block = own.take();
+        left.data_pointer = Reallocate(left.data_pointer, n * sizeof(DataElement));
+        move_behind_left(items_of(left));
+        return std::exchange(left.data_pointer, nullptr);
     }
-    std::copy_n(items_of(others.record), r, block + l);
-    others.record.elements = 0;  // they have moved
-    return block;
+    ItemsOwner own(n);
+    for (; own.filled < l; ++own.filled) {
+        own.items[own.filled] = own_item_at(left.data_pointer, own.filled);
+        heed_attention();
+    }
+    move_behind_left(own.items);
+    return own.take();
 }
 
 }  // namespace ondrel

@@ -7,13 +7,14 @@
 #include <utility>
 
 #include "data/blocks.h"
+#include "data/walks.h"
 
 namespace ondrel {
 
 // Drops the value's hold on its items, and takes over the block in their place. The caller sees to shape and type.
 void replace_items(DataElement& record, void* block, std::uint32_t n);
 
-// A block with copies of the n items from `from` on; null for none. Raises 27.
+// A block with copies of the n items from `from` on; null for none. Raises 27, and heeds an interrupt.
 void* copied_items(Payload block, std::size_t from, std::size_t n);
 
 // Leaves the value its first n items, not none: in its own block where that is worth it and nobody else holds it.
@@ -21,7 +22,8 @@ void* copied_items(Payload block, std::size_t from, std::size_t n);
 void keep_first(DataElement& record, std::uint32_t n);
 
 // A block with the items of the left value and behind them those of the right one, both not empty. Where it is the left
-// one's own, grown, that has lost it: its data pointer is null. Raises 27, with both as they were.
+// one's own, grown, that has lost it: its data pointer is null. Raises 27, or heeds an interrupt, with both as they
+// were.
 void* joined_items(DataElement& left, DataElement& right);
 
 // ---- gathering
@@ -51,9 +53,15 @@ void* gathered(Payload block, std::size_t n, const Move& move, std::size_t slack
     const std::size_t width = item_width(head);
     OwnedBlock made(allocate_block(head, (n + slack) * width));
     with_width(width, block.start(), made.get(), move);
-    void* const result = made.release();
-    if (head == 0) referencedataelems(static_cast<DataElement*>(result), n);
-    return result;
+    if (head != 0) return made.release();
+    Owner items;  // as many as have been counted
+    items.record.rank = 1;
+    items.record.data_pointer = made.release();
+    in_heeded_stretches(n, [&](std::size_t from, std::size_t end) {
+        referencedataelems(items_of(items.record) + from, end - from);
+        set_elements(items.record, static_cast<std::uint32_t>(end));
+    });
+    return std::exchange(items.record.data_pointer, nullptr);
 }
 
 }  // namespace ondrel

@@ -1,9 +1,9 @@
 #include "data/texts.h"
 
 #include <algorithm>
-#include <limits>
 
 #include "data/blocks.h"
+#include "data/walks.h"
 
 namespace ondrel {
 namespace {
@@ -18,16 +18,20 @@ DataElement character_item(char character) {
 }  // namespace
 
 DataElement make_characters(std::string_view text, Site site) {
-    constexpr int too_big = 146;
-    if (text.size() > std::numeric_limits<std::uint32_t>::max()) raise(too_big, site);
-    const auto n = static_cast<std::uint32_t>(text.size());
+    const std::uint32_t n = checked_count(text.size(), site);
     Owner record(make_array(vector_shape(n), 1, nullptr, n, HASASCII));
     if (packing && n > 1) {
         record.record.data_pointer = allocate_packed(make_head(tag::ascii, form::unset), n);
-        std::ranges::copy(text, static_cast<char*>(record.record.data_pointer));
+        in_heeded_stretches(n, [&](std::size_t from, std::size_t end) {
+            text.copy(static_cast<char*>(record.record.data_pointer) + from, end - from, from);
+        });
     } else {
-        record.record.data_pointer = allocate_items(n);
-        std::ranges::transform(text, items_of(record.record), character_item);
+        ItemsOwner items(n);
+        for (const char character : text) {
+            items.items[items.filled++] = character_item(character);
+            heed_attention();
+        }
+        record.record.data_pointer = items.take();
     }
     return record.take();
 }
@@ -39,10 +43,13 @@ DataElement make_text(std::string_view text, Site site) {
 
 std::string characters_of(const DataElement& text) {
     const void* const data = text.data_pointer;
-    if (text.elements == 0) return {};
-    if (is_packed(data)) return {static_cast<const char*>(data), text.elements};
     std::string characters(text.elements, '\0');
-    for (std::uint32_t i = 0; i < text.elements; ++i) characters[i] = static_cast<char>(items_of(text)[i].ascii);
+    in_heeded_stretches(text.elements, [&](std::size_t from, std::size_t end) {
+        if (is_packed(data))
+            std::copy_n(static_cast<const char*>(data) + from, end - from, &characters[from]);
+        else
+            for (; from < end; ++from) characters[from] = static_cast<char>(items_of(text)[from].ascii);
+    });
     return characters;
 }
 

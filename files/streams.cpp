@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "data/errors.h"
+#include "data/walks.h"
 
 namespace ondrel {
 namespace {
@@ -73,11 +74,15 @@ Stream open_to_change(const std::string& path) {
     return opened ? stream_of(std::move(opened), "r+b") : nullptr;
 }
 
-std::optional<std::string> all_of(std::FILE* stream) {
+std::optional<std::string> all_of(std::FILE* stream, Site site) {
     std::string text;
+    struct stat found {};
+    if (fstat(fileno(stream), &found) == 0 && S_ISREG(found.st_mode))
+        checked_count(static_cast<std::size_t>(found.st_size), site);
     char buffer[65536];
     for (std::size_t n; (n = std::fread(buffer, 1, sizeof buffer, stream)) > 0;) {
         text.append(buffer, n);
+        checked_count(text.size(), site);
         heed_attention();
     }
     if (std::ferror(stream)) return {};

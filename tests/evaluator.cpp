@@ -59,6 +59,7 @@ std::string Evaluator::run(std::string_view text) {
         if (fill(cells, &variables, nullptr, &position) == 0) continue;
         sp = machine(cells, sp);
         cleanup(cells);
+        give_back_rest();
     }
     endprocess = false;  // the end of a text is not the end of the test
     return capture.so_far();

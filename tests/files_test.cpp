@@ -255,6 +255,9 @@ TEST_F(Files, WriteAppendAndRead) {
     put(folder / "empty", "");
     put(folder / "one", "x");
     put(folder / "bytes", std::string("a\0\xff\n'", 5));
+    put(folder / "huge", "");
+    fs::resize_file(folder / "huge", (std::uintmax_t{1} << 32) + 5);  // more than a value can hold
+    expect_error(146, "'huge' TEXTREAD");
     EXPECT_EQ(run("'empty' TEXTREAD SHAPE PRINT 'one' TEXTREAD RANK PRINT 'bytes' TEXTREAD DEASCII PRINT .\n"),
               " 0\n 0\n 97 0 255 10 39\n\n-\n\n");
     put(folder / "program", "1 2 +\n'second' READ .\n\"a comment\" 4");

@@ -8,6 +8,7 @@
 
 #include "data/blocks.h"
 #include "data/errors.h"
+#include "data/walks.h"
 
 namespace ondrel {
 
@@ -206,7 +207,7 @@ DataElement name_cell(std::int32_t rank, std::uint32_t type, Instruction scope, 
     cell.type = type;
     cell.depth = 1;
     cell.modifier = static_cast<std::uint16_t>(scope);
-    cell.elements = static_cast<std::uint32_t>(name.size());
+    cell.elements = checked_count(name.size());
     if (entry == nullptr) {
         cell.text = stringdup(name);
         return cell;

@@ -6,6 +6,7 @@
 
 #include "data/errors.h"
 #include "data/texts.h"
+#include "data/walks.h"
 #include "translator/sentences.h"
 
 namespace ondrel {
@@ -13,8 +14,10 @@ namespace {
 
 bool holds_files(const DataElement& value) {
     if (value.rank < 0 || value.data_pointer == nullptr || !(value.type & (HASFILE | STRUCTURED))) return false;
+    enter_nest();
     const std::span items(items_of(value), value.elements);
     return std::ranges::any_of(items, [](const DataElement& item) {
+        heed_attention();
         return item.tag == tag::file || (item.tag == tag::subarray && holds_files(*item.nested));
     });
 }

@@ -9,6 +9,7 @@
 
 #include "data/blocks.h"
 #include "data/texts.h"
+#include "data/walks.h"
 #include "numbers/kinds.h"
 #include "numbers/polar.h"
 #include "numbers/truth.h"
@@ -270,8 +271,10 @@ bool all_listed(const DataElement& value) {
         return std::ranges::none_of(numbers, is_wide);
     }
     if (head_tag(head) == tag::real && form == form::number) return true;
-    for (std::uint32_t i = 0; i < value.elements; ++i)
+    for (std::uint32_t i = 0; i < value.elements; ++i) {
+        heed_attention();
         if (way_of(item_at(value.data_pointer, i)) != Way::list) return false;
+    }
     return true;
 }
 
@@ -283,6 +286,7 @@ bool fits_list(const DataElement& value, int level, int& deepest, bool any_flat_
     if (!(value.type & STRUCTURED)) return flat_depth && all_listed(value);
     int depth = 1;
     for (const DataElement& item : std::span(items_of(value), value.elements)) {
+        heed_attention();
         if (item.tag != tag::subarray) {
             if (way_of(item) != Way::list) return false;
             continue;

@@ -6,6 +6,8 @@
 #include <utility>
 #include <vector>
 
+#include "data/walks.h"
+
 namespace ondrel {
 
 DataElement constant(std::uint32_t tag) {
@@ -123,9 +125,9 @@ DataElement finish(Level& level) {
     const bool of_characters = packing && level.items == nullptr && level.characters.size() > 1;
     if (!of_characters) flush_characters(level);
     if (!of_numbers) flush_numbers(level);
-    const auto n = of_numbers      ? static_cast<std::uint32_t>(level.numbers.size())
-                   : of_characters ? static_cast<std::uint32_t>(level.characters.size())
-                                   : level.count;
+    const std::uint32_t n = checked_count(of_numbers      ? level.numbers.size()
+                                          : of_characters ? level.characters.size()
+                                                          : level.count);
     if (n == 0) return make_empty(level.text ? HASASCII : HASINTEGER);
     if (level.text && n == 1) {
         const DataElement scalar = make_scalar(level.items[0]);

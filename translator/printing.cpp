@@ -14,6 +14,7 @@
 #include "data/instructions.h"
 #include "data/moving.h"
 #include "data/texts.h"
+#include "data/walks.h"
 #include "numbers/kinds.h"
 #include "numbers/polar.h"
 #include "translator/emission.h"
@@ -241,6 +242,7 @@ void put_text(TextOutput& out, int indent, const DataElement& value) {
 
 // A nested value. Text stands in quotes in both modes; any other keeps the mode, between blanks in display.
 void put_subarray(TextOutput& out, int indent, DataElement& nested) {
+    enter_nest();
     const bool listing = out.is_listing();
     if (nested.type & HASASCII) {
         const Manner manner = std::exchange(out.manner, Manner::listing);

@@ -6,6 +6,7 @@
 
 #include "data/blocks.h"
 #include "data/instructions.h"
+#include "data/walks.h"
 #include "translator/printing.h"
 
 namespace ondrel {
@@ -137,6 +138,7 @@ void Sentences::put(DataElement& element) {
 }
 
 void Sentences::make(const DataElement& value, bool within_another) {
+    enter_nest();
     if (has_literal(value, within_another)) return put_literal(value);
     if (value.data_pointer == nullptr) return make_empty(value);
     if (!is_one_item(value)) return make_array(value);
@@ -304,6 +306,7 @@ std::optional<std::uint32_t> deep_item(const DataElement& value) {
     std::int16_t deepest = deep;
     std::optional<std::uint32_t> found;
     for (std::uint32_t i = 0; i < value.elements; ++i) {
+        heed_attention();
         const DataElement& item = items_of(value)[i];
         if (item.tag != tag::subarray || item.nested->depth <= deepest) continue;
         deepest = item.nested->depth;

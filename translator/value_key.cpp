@@ -9,6 +9,7 @@
 #include "data/blocks.h"
 #include "data/instructions.h"
 #include "data/texts.h"
+#include "data/walks.h"
 #include "numbers/kinds.h"
 #include "translator/names.h"
 
@@ -102,7 +103,9 @@ void add_components(std::string& key, std::span<const double> components) {
 void add_value(std::string& key, const DataElement& value, const DataElement* frame_base);
 
 void add_item(std::string& key, const DataElement& item, const DataElement* frame_base) {
+    heed_attention();
     if (item.tag == tag::subarray) {
+        enter_nest();
         key.push_back('(');
         add_value(key, *item.nested, frame_base);
         key.push_back(')');
@@ -223,7 +226,10 @@ void add_other(std::string& key, const DataElement& value, const DataElement* fr
 }
 
 void add_text(std::string& key, const DataElement& text) {
-    for (std::uint32_t i = 0; i < text.elements; ++i) add_byte(key, item_at(text.data_pointer, i).ascii);
+    for (std::uint32_t i = 0; i < text.elements; ++i) {
+        add_byte(key, item_at(text.data_pointer, i).ascii);
+        heed_attention();
+    }
 }
 
 }  // namespace

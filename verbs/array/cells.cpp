@@ -118,8 +118,10 @@ void reverse(DataElement*& sp, DataElement* cell) {
     need_value(top, {sp, cell});
     const std::uint32_t n = top.elements;
     if (top.data_pointer == nullptr || n < 2) return;
-    void* const turned =
-        gathered(top.data_pointer, n, [n](const auto* from, auto* to) { std::reverse_copy(from, from + n, to); });
+    void* const turned = gathered(top.data_pointer, n, [n](const auto* from, auto* to) {
+        in_heeded_stretches(
+            n, [&](std::size_t at, std::size_t end) { std::reverse_copy(from + (n - end), from + (n - at), to + at); });
+    });
     replace_items(top, turned, n);
 }
 
@@ -133,12 +135,12 @@ constexpr std::size_t tile = 32;
 template <class Bare>
 void turn_plane(const Bare* from, std::size_t column, std::size_t rows, std::size_t columns, Bare* to,
                 std::size_t row_to) {
-    for (std::size_t r = 0; r < rows; r += tile) {
-        for (std::size_t c = 0; c < columns; c += tile)
+    for (std::size_t r = 0; r < rows; r += tile)
+        for (std::size_t c = 0; c < columns; c += tile) {
             for (std::size_t i = r; i < std::min(r + tile, rows); ++i)
                 for (std::size_t j = c; j < std::min(c + tile, columns); ++j) to[i * row_to + j] = from[i + j * column];
-        heed_attention();
-    }
+            heed_attention();
+        }
 }
 
 // All planes that the first and the last axis span, one for each place on the axes between.

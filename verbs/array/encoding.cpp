@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <functional>
+#include <numeric>
 #include <span>
 #include <utility>
 
@@ -14,7 +16,6 @@ namespace ondrel {
 namespace {
 
 constexpr int restriction = 994, mixed_nest = 1003, no_vector = 1004;
-constexpr std::size_t heed_every = 65536;
 
 constexpr std::uint64_t plain_head(std::uint32_t tag) { return make_head(tag, form::number); }
 
@@ -58,10 +59,11 @@ void replace_top(DataElement*& sp, DataElement* cell, const Make& make) {
 // The value with every item, nested ones too, as `convert(item)` leaves it, which gets it without a name.
 template <class Convert>
 DataElement converted(const DataElement& value, const Convert& convert) {
+    enter_nest();
     if (value.elements == 0) return copy_of(value);
     GrowingItems made(value.elements);
     for (std::size_t i = 0; i < value.elements; ++i) {
-        if (i % heed_every == heed_every - 1) heed_attention();
+        heed_attention();
         DataElement item = item_at(value.data_pointer, i);
         if (item.tag == tag::subarray) {
             Owner nested(converted(*item.nested, convert));
@@ -92,10 +94,13 @@ void set_character(DataElement& item, std::uint8_t code) {
 // A packed block of as many values of another head, each of the packed `from` as `convert` gives it.
 template <class From, class To, class Convert>
 void* packed_as(std::uint64_t head, const DataElement& value, const Convert& convert) {
-    void* const block = allocate_packed(head, value.elements);
-    const auto* const from = static_cast<const From*>(value.data_pointer);
-    std::transform(from, from + value.elements, static_cast<To*>(block), convert);
-    return block;
+    OwnedBlock made(allocate_packed(head, value.elements));
+    auto* const to = static_cast<To*>(made.get());
+    const auto* const values = static_cast<const From*>(value.data_pointer);
+    in_heeded_stretches(value.elements, [&](std::size_t from, std::size_t end) {
+        std::transform(values + from, values + end, to + from, convert);
+    });
+    return made.release();
 }
 
 std::uint64_t packed_head(const DataElement& value) {
@@ -104,8 +109,10 @@ std::uint64_t packed_head(const DataElement& value) {
 
 bool all_codes(const DataElement& value) {
     std::uint64_t any = 0;
-    for (const std::uint64_t code : std::span(static_cast<const std::uint64_t*>(value.data_pointer), value.elements))
-        any |= code;
+    const auto* const codes = static_cast<const std::uint64_t*>(value.data_pointer);
+    in_heeded_stretches(value.elements, [&](std::size_t from, std::size_t end) {
+        any = std::reduce(codes + from, codes + end, any, std::bit_or<>{});
+    });
     return any <= 255;
 }
 
@@ -167,7 +174,7 @@ DataElement encapsulated_items(const DataElement& value, Site site) {
     GrowingItems made(value.elements);
     std::uint32_t probable = 0;
     for (std::size_t i = 0; i < value.elements; ++i) {
-        if (i % heed_every == heed_every - 1) heed_attention();
+        heed_attention();
         const DataElement& item = items_of(value)[i];
         if (item.tag != tag::subarray) {  // of a nest that was cut
             made.add(item);
@@ -184,6 +191,7 @@ DataElement encapsulated_items(const DataElement& value, Site site) {
 }
 
 DataElement encapsulated(const DataElement& value, Site site) {
+    enter_nest();
     if (value.type & ISEMPTY) return copy_of(value);
     if (!can_encapsulate(value)) {
         if (value.type & STRUCTURED)
@@ -231,13 +239,14 @@ DataElement components_of_item(const DataElement& item) {
 }
 
 DataElement decapsulated(const DataElement& value) {
+    enter_nest();
     if (value.type & ISEMPTY) return copy_of(value);
     if (value.rank == 0 && !(value.type & STRUCTURED)) return components_of_item(*items_of(value));
     const bool keeps_nest = (value.type & ISONEELEMENT) != 0;
     GrowingItems made(value.elements);
     std::uint32_t probable = 0;
     for (std::size_t i = 0; i < value.elements; ++i) {
-        if (i % heed_every == heed_every - 1) heed_attention();
+        heed_attention();
         const DataElement item = item_at(value.data_pointer, i);
         const bool is_nested = item.tag == tag::subarray;
         Owner result(is_nested ? decapsulated(*item.nested) : components_of_item(item));

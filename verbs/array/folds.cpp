@@ -422,13 +422,14 @@ void* folded_by_loops(const DyadicVerb& verb, bool from_left, Fold fold, const D
     auto* const results = static_cast<std::byte*>(made.get());
     if (by_rows) {
         const auto row = [&](std::size_t i) { return values + (from_left ? i : n - 1 - i) * count * width; };
-        std::copy_n(row(0), count * width, results);
+        in_heeded_stretches(count * width, [&](std::size_t from, std::size_t end) {
+            std::copy(row(0) + from, row(0) + end, results + from);
+        });
         for (std::size_t i = 1; i < n; ++i) {
-            in_stretches(results, width, count, true, [&](std::size_t at, std::byte* out, std::size_t items) {
+            in_stretches(results, width, count, [&](std::size_t at, std::byte* out, std::size_t items) {
                 const std::byte* const next = row(i) + at * width;
                 return from_left ? pairs(out, next, out, items, setting) : pairs(next, out, out, items, setting);
             });
-            heed_attention();
         }
         return made.release();
     }

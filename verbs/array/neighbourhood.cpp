@@ -7,6 +7,7 @@
 #include "numbers/kinds.h"
 #include "numbers/magnitude.h"
 #include "numbers/polar.h"
+#include "verbs/scalar/loops.h"
 #include "verbs/scalar/rule.h"
 
 namespace ondrel {
@@ -90,6 +91,7 @@ Neighbourhoods::Neighbourhoods(const DataElement& of_data, const DataElement& wi
         for (std::int64_t x = -half; x < length + half; ++x) {
             const std::int64_t place = inside(x, length, edge);
             axes[k].places.push_back(place == none ? none : place * stride);
+            heed_attention();
         }
         stride *= length;
     }
@@ -105,7 +107,10 @@ void Neighbourhoods::prepare_loop() {
     loop = usual.by_extent[neither_single];
     head = of_kinds.head(left, right, usual.tag);
     numbers.resize(mask.elements);
-    for (std::size_t i = 0; i < mask.elements; ++i) weights.push_back(word_at(mask.data_pointer, i));
+    for (std::size_t i = 0; i < mask.elements; ++i) {
+        weights.push_back(word_at(mask.data_pointer, i));
+        heed_attention();
+    }
 }
 
 // Row by row: along the first axis neighbours differ in that axis' share alone.
@@ -115,6 +120,7 @@ void Neighbourhoods::find_neighbours() {
     const std::span shares =
         std::span(first.places).subspan(static_cast<std::size_t>(first.centre), static_cast<std::size_t>(first.length));
     for (auto place = neighbours.begin(); place != neighbours.end();) {
+        heed_attention();
         std::int64_t row = 0;
         for (const Axis& axis : others) {
             const std::int64_t share = axis.places[static_cast<std::size_t>(axis.centre + axis.offset)];
@@ -138,6 +144,7 @@ void Neighbourhoods::step_centre() {
 DataElement* Neighbourhoods::by_item() const {
     ItemsOwner made(mask.elements);
     for (; made.filled < mask.elements; ++made.filled) {
+        heed_attention();
         const std::int64_t neighbour = neighbours[made.filled];
         made.items[made.filled] =
             neighbour == none ? zero_of(tag::integer)
@@ -151,12 +158,16 @@ DataElement* Neighbourhoods::by_item() const {
 void* Neighbourhoods::by_loop() {
     if (loop == nullptr) return nullptr;
     for (std::size_t i = 0; i < numbers.size(); ++i) {
+        heed_attention();
         if (neighbours[i] == none && head_tag(head) != tag::integer) return nullptr;
         numbers[i] = neighbours[i] == none ? 0 : word_at(data.data_pointer, static_cast<std::size_t>(neighbours[i]));
     }
     OwnedBlock result(allocate_packed(head, numbers.size()));
-    const bool whole = loop(weights.data(), numbers.data(), result.get(), numbers.size(), setting) == numbers.size();
-    return whole ? result.release() : nullptr;
+    const std::size_t done = in_stretches(static_cast<std::byte*>(result.get()), item_width(head), numbers.size(),
+                                          [&](std::size_t at, std::byte* out, std::size_t n) {
+                                              return loop(weights.data() + at, numbers.data() + at, out, n, setting);
+                                          });
+    return done == numbers.size() ? result.release() : nullptr;
 }
 
 DataElement Neighbourhoods::next() {
@@ -164,12 +175,11 @@ DataElement Neighbourhoods::next() {
     step_centre();
     void* block = by_loop();
     if (block == nullptr) block = by_item();
-    DataElement made = mask;
-    reference(made.shape_pointer);
-    made.data_pointer = block;
-    made.type = (mask.type & RANK_BITS) | ((mask.type | data.type) & ISPROBABLE);
-    rebuild_kinds(made);
-    Owner result(made);
+    Owner result(mask);
+    reference(mask.shape_pointer);
+    result.record.data_pointer = block;
+    result.record.type = (mask.type & RANK_BITS) | ((mask.type | data.type) & ISPROBABLE);
+    rebuild_kinds(result.record);
     pack(result.record);
     return result.take();
 }

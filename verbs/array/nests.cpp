@@ -1,7 +1,6 @@
 #include "verbs/array/nests.h"
 
 #include <algorithm>
-#include <limits>
 #include <span>
 
 #include "data/errors.h"
@@ -13,7 +12,7 @@
 namespace ondrel {
 namespace {
 
-constexpr int restriction = 994, too_big = 146;
+constexpr int restriction = 994;
 
 void need_value(const DataElement& record, Site site) {
     if (record.rank < 0) raise(restriction, site);
@@ -36,10 +35,12 @@ struct Leaves {
 };
 
 void enlist1(Leaves& leaves, const DataElement& value) {
+    enter_nest();
     leaves.type |= value.type;
     if (value.elements == 0) return;
     if (is_packed(value.data_pointer)) return leaves.add(header(value.data_pointer).head, value.elements);
     for (const DataElement& item : std::span(items_of(value), value.elements)) {
+        heed_attention();
         if (item.tag == tag::subarray)
             enlist1(leaves, *item.nested);
         else
@@ -49,12 +50,14 @@ void enlist1(Leaves& leaves, const DataElement& value) {
 
 // To a packed block: values; the position behind the last one.
 std::size_t enlist2(void* block, std::size_t at, const DataElement& value) {
+    enter_nest();
     if (value.elements == 0) return at;
     if (is_packed(value.data_pointer)) {
         store_items(block, at, value.data_pointer, value.elements);
         return at + value.elements;
     }
     for (const DataElement& item : std::span(items_of(value), value.elements)) {
+        heed_attention();
         if (item.tag == tag::subarray)
             at = enlist2(block, at, *item.nested);
         else
@@ -65,7 +68,9 @@ std::size_t enlist2(void* block, std::size_t at, const DataElement& value) {
 
 // To a block of items, which hold what they point at.
 void enlist2(ItemsOwner& made, const DataElement& value) {
+    enter_nest();
     for (std::uint32_t i = 0; i < value.elements; ++i) {
+        heed_attention();
         const DataElement item = item_at(value.data_pointer, i);
         if (item.tag == tag::subarray)
             enlist2(made, *item.nested);
@@ -107,12 +112,11 @@ struct Points {
     std::uint64_t most, scored;
 };
 
-constexpr std::uint32_t heed_every = 65536;
-
 Points match(const DataElement& left, const DataElement& right) {
+    enter_nest();
     Points points{2 * std::uint64_t{std::max(left.elements, right.elements)}, 0};
     for (std::uint32_t i = 0; i < std::min(left.elements, right.elements); ++i) {
-        if (i % heed_every == heed_every - 1) heed_attention();
+        heed_attention();
         const DataElement l = item_at(left.data_pointer, i), r = item_at(right.data_pointer, i);
         if (l.tag == tag::subarray && r.tag == tag::subarray) {
             const Points inner = match(*l.nested, *r.nested);
@@ -128,9 +132,10 @@ Points match(const DataElement& left, const DataElement& right) {
 }
 
 bool exactmatch(const DataElement& left, const DataElement& right) {
+    enter_nest();
     if (left.elements != right.elements) return false;
     for (std::uint32_t i = 0; i < left.elements; ++i) {
-        if (i % heed_every == heed_every - 1) heed_attention();
+        heed_attention();
         const DataElement l = item_at(left.data_pointer, i), r = item_at(right.data_pointer, i);
         if (l.tag != r.tag || !(l.tag == tag::subarray ? exactmatch(*l.nested, *r.nested) : equal(l, r))) return false;
     }
@@ -192,8 +197,7 @@ void enlist(DataElement*& sp, DataElement* cell) {
     if (!(top.type & STRUCTURED)) return ravel(sp, cell);
     Leaves leaves;
     enlist1(leaves, top);
-    if (leaves.count > std::numeric_limits<std::uint32_t>::max()) raise(too_big, {sp, cell});
-    const auto n = static_cast<std::uint32_t>(leaves.count);
+    const std::uint32_t n = checked_count(leaves.count, {sp, cell});
     Owner result(n == 0 ? make_empty(leaves.type & HASASCII) : make_array(vector_shape(n), 1, nullptr, n, 0));
     if (n > 1 && leaves.is_uniform) {
         result.record.data_pointer = allocate_packed(leaves.head, n);

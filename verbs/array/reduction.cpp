@@ -72,7 +72,6 @@ void leave_scalar(DataElement& item) {
 
 void* folded_items(const Reduction& reduction, const DataElement& value, const Groups& groups, const Setting& setting) {
     ItemsOwner made(groups.count);
-    std::size_t done = 0;
     const auto item = [&](std::size_t group, std::size_t i) {
         return item_at(value.data_pointer, groups.place(group, reduction.from_left ? i : groups.n - 1 - i));
     };
@@ -81,7 +80,7 @@ void* folded_items(const Reduction& reduction, const DataElement& value, const G
         so_far = own_item(item(group, 0));
         ++made.filled;
         for (std::size_t i = 1; i < groups.n; ++i) {
-            if (++done % heed_every == 0) heed_attention();
+            heed_attention();
             const DataElement next = item(group, i);
             const DataElement result = reduction.from_left ? item_of_pair(*reduction.verb, so_far, next, setting)
                                                            : item_of_pair(*reduction.verb, next, so_far, setting);
@@ -140,7 +139,7 @@ void* mixed_sums(const DataElement& value, const Groups& groups, Site site) {
     for (std::size_t group = 0; group < groups.count; ++group) {
         Components sum{};
         for (std::size_t i = 0; i < groups.n; ++i) {
-            if (i % heed_every == heed_every - 1) heed_attention();
+            heed_attention();
             add_item(sum, item_at(value.data_pointer, groups.place(group, i)), site);
         }
         made.items[group] = smallest_number(sum);

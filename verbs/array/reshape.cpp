@@ -57,11 +57,10 @@ std::int64_t item_count(std::span<const std::int64_t> dimensions) {
 // Fills `block` with n items, the m items of `source` repeated in order; each round doubles what stands. `filled` tells
 // how far it has come.
 void repeat(void* block, const void* source, std::size_t m, std::size_t n, std::size_t& filled) {
-    constexpr std::size_t most_at_once = std::size_t{1} << 22;
     while (filled < n) {
         const std::size_t from = filled % m;
         const std::size_t stands = filled < m ? m : filled;
-        const std::size_t stretch = std::min({n - filled, stands - from, most_at_once});
+        const std::size_t stretch = std::min({n - filled, stands - from, heed_every});
         copy_items(block, filled, filled < m ? source : block, from, stretch);
         filled += stretch;
         heed_attention();
@@ -91,11 +90,16 @@ int reshaping_error(DataElement& data, const DataElement& shape, std::vector<std
     if (shape.type & ISEMPTY) return 0;
     if (shape.type & STRUCTURED) return structured_shape;
     if (data.rank < 0) return no_value;
-    for (std::uint32_t i = 0; i < shape.elements; ++i)
+    for (std::uint32_t i = 0; i < shape.elements; ++i) {
+        heed_attention();
         if (item_at(shape.data_pointer, i).tag == tag::ascii) return character_shape;
+    }
+    if (shape.elements > std::numeric_limits<std::int32_t>::max()) return too_big;
     dimensions.resize(shape.elements);
-    for (std::uint32_t i = 0; i < shape.elements; ++i)
+    for (std::uint32_t i = 0; i < shape.elements; ++i) {
+        heed_attention();
         if (!read_dimension(item_at(shape.data_pointer, i), dimensions[i])) return not_a_count;
+    }
     const std::int64_t n = item_count(dimensions);
     if (n != 0 && (data.type & ISEMPTY)) return nothing_to_repeat;
     return n < 0 ? too_big : 0;

@@ -24,9 +24,14 @@ std::vector<std::uint8_t> kept_places(const DataElement& mask) {
     if (data == nullptr) return kept;
     if (is_packed(data) && item_width(header(data).head) == sizeof(std::int64_t)) {
         const auto* const values = static_cast<const std::int64_t*>(data);
-        std::transform(values, values + mask.elements, kept.begin(), [](std::int64_t value) { return value > 0; });
+        in_heeded_stretches(kept.size(), [&](std::size_t from, std::size_t end) {
+            std::transform(values + from, values + end, &kept[from], [](std::int64_t value) { return value > 0; });
+        });
     } else {
-        for (std::uint32_t i = 0; i < mask.elements; ++i) kept[i] = item_at(data, i).integer > 0;
+        for (std::uint32_t i = 0; i < mask.elements; ++i) {
+            kept[i] = item_at(data, i).integer > 0;
+            heed_attention();
+        }
     }
     return kept;
 }
@@ -44,7 +49,6 @@ enum class Along { first_axis, last_axis };
 // value is written goes on only when it is kept; so one more than all may be written to.
 template <class Bare>
 void keep(const Bare* from, Bare* to, std::size_t n, std::span<const std::uint8_t> kept, std::size_t items) {
-    constexpr std::size_t heed_every = 65536;
     std::size_t out = 0, since_heeded = 0;
     for (std::size_t at = 0; at < n;)
         for (std::size_t place = 0; place < kept.size(); ++place, at += items) {

@@ -11,7 +11,7 @@
 namespace ondrel {
 namespace {
 
-constexpr int restriction = 994, several_items = 973, too_big = 146;
+constexpr int restriction = 994, several_items = 973;
 constexpr std::int16_t deepest = std::numeric_limits<std::int16_t>::max();
 
 void need_value(const DataElement& record, Site site) {
@@ -105,14 +105,14 @@ void catenate(DataElement*& sp, DataElement* cell) {
         --sp;
         return;
     }
-    if (right.elements > std::numeric_limits<std::uint32_t>::max() - left.elements) raise(too_big, {sp, cell});
-    const std::uint32_t n = left.elements + right.elements;
+    const std::uint32_t n = checked_count(std::size_t{left.elements} + right.elements, {sp, cell});
     Owner result(make_array(vector_shape(n), 1, nullptr, n, 0));
     const std::uint32_t kinds = (left.type | right.type) & (KIND_BITS | PER_ITEM | ISSTRUCTURE);
     result.record.type |= (left.type & ~(RANK_BITS | KIND_BITS)) | kinds | (mixed_kinds(kinds) ? COMPLEXED : 0);
-    void* const items = joined_items(left, right);
-    result.record.data_pointer = items;
-    if (kinds & STRUCTURED) result.record.depth = depth_of(items, n);
+    if (kinds & STRUCTURED)
+        result.record.depth =
+            std::max(depth_of(left.data_pointer, left.elements), depth_of(right.data_pointer, right.elements));
+    result.record.data_pointer = joined_items(left, right);
     dereferencepoint(left);
     dereferencepoint(right);
     left = result.take();

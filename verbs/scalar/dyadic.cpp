@@ -66,7 +66,7 @@ DataElement* by_item(const DyadicVerb& verb, const Operands& operands, const voi
     return items_by(block, done, operands.n, operands.setting,
                     [&](DataElement* items, std::size_t& i, std::size_t end, const Setting& setting) {
                         for (; i < end; ++i) {
-                            if (i % heed_every == heed_every - 1) heed_attention();
+                            heed_attention();
                             items[i] = pair(verb, operands.left_item(i), operands.right_item(i), setting);
                         }
                     });
@@ -151,6 +151,7 @@ LoopResult by_loop(const DyadicVerb& verb, Operands& operands, Freedom freedom) 
 // then.
 Computed compute(const DyadicVerb& verb, DataElement& left, DataElement& right, Freedom freedom,
                  const Setting& setting) {
+    enter_nest();
     if ((left.type | right.type) & ISEMPTY) {
         const DataElement& other = right.type & ISEMPTY ? left : right;
         referencepoint(other);
@@ -165,6 +166,15 @@ Computed compute(const DyadicVerb& verb, DataElement& left, DataElement& right, 
     Owner result(result_record(giver, block != nullptr ? block : by_item(verb, operands), probable));
     pack(result.record);
     return {result.take(), is_posted};
+}
+
+Computed compute_top(const DyadicVerb& verb, DataElement*& sp, const Setting& setting) {
+    try {
+        return compute(verb, sp[-1], sp[0], Freedom::may_leave, setting);
+    } catch (...) {
+        count_as_done(sp);
+        throw;
+    }
 }
 
 DataElement compute_again(const void* verb, DataElement* operands, const Setting& setting) {
@@ -254,7 +264,7 @@ void dyadic(const DyadicVerb& verb, DataElement*& sp, DataElement* cell) {
     DataElement& left = sp[-1];
     DataElement& right = sp[0];
     if (is_large(std::max(left.elements, right.elements))) wait_for_coprocessors();
-    const auto [result, is_posted] = compute(verb, left, right, Freedom::may_leave, setting);
+    const auto [result, is_posted] = compute_top(verb, sp, setting);
     if (is_posted) return leave_result({&verb, {left, right}, 2, &sp, setting, compute_again}, result);
     dereferencepoint(left);
     dereferencepoint(right);

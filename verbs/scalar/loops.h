@@ -8,25 +8,22 @@
 #include <utility>
 #include <vector>
 
+#include "data/walks.h"
 #include "parallel/pool.h"
 #include "verbs/scalar/items.h"
 
 namespace ondrel {
 
-// Items between two looks at `attention`: some tenths of a millisecond of work.
-inline constexpr std::size_t heed_every = std::size_t{1} << 16;
-
 // Runs `loop(done, out, n)`, which returns how many of the n items from `done` on it wrote to `out`, over all of them
-// and returns how many it wrote. Where the result is a block of its own an interrupt may leave in between; an operand
-// that is being overwritten is finished first.
+// and returns how many it wrote. An interrupt may leave in between.
 template <class Loop>
-std::size_t in_stretches(std::byte* out, std::size_t width, std::size_t n, bool in_place, const Loop& loop) {
+std::size_t in_stretches(std::byte* out, std::size_t width, std::size_t n, const Loop& loop) {
     for (std::size_t done = 0; done < n;) {
         const std::size_t stretch = std::min(n - done, heed_every);
         const std::size_t wrote = loop(done, out + done * width, stretch);
         done += wrote;
         if (wrote < stretch) return done;
-        if (!in_place) heed_attention();
+        if (done < n) heed_attention();
     }
     return n;
 }
@@ -68,11 +65,10 @@ struct BoundLoop {
     std::byte* results;
     std::size_t width;       // of a result
     bool widened, narrowed;  // operands, results go through words
-    bool in_place;           // the results lie where an operand did
 
     // How many items of the stretch were done.
     std::size_t over(Stretch stretch) const {
-        return in_stretches(results + stretch.first * width, width, stretch.items(), in_place,
+        return in_stretches(results + stretch.first * width, width, stretch.items(),
                             [&](std::size_t from, std::byte* out, std::size_t n) -> std::size_t {
                                 const std::size_t first = stretch.first + from;
                                 if (!narrowed && !widened) return run(first, out, n, nullptr);
@@ -172,9 +168,9 @@ LoopResult by_loops(const Rule& rule, std::size_t n, bool widened, bool may_leav
         OwnedBlock result(reused != nullptr ? reused : allocate_packed(head, n));
         void* const block = result.get();
         header(block).head = head;
-        const auto [done, is_posted] = over_all(BoundLoop{bind(loop), static_cast<std::byte*>(block), item_width(head),
-                                                          widened, narrowed, reused != nullptr},
-                                                n, may_leave, !loop.whole || narrowed);
+        const auto [done, is_posted] = over_all(
+            BoundLoop{bind(loop), static_cast<std::byte*>(block), item_width(head), widened, narrowed}, n, may_leave,
+            !loop.whole || narrowed);
         if (done == n) return {result.release(), is_posted};
         if (done == 0 || rule.loops[1].whole) continue;  // which writes all anew
         return {rest(block, done)};

@@ -13,7 +13,7 @@ DataElement* by_item(const MonadicVerb& verb, const DataElement& value, const Se
     return items_by(block, done, value.elements, outer,
                     [&](DataElement* items, std::size_t& i, std::size_t end, const Setting& setting) {
                         for (; i < end; ++i) {
-                            if (i % heed_every == heed_every - 1) heed_attention();
+                            heed_attention();
                             const DataElement item = item_at(value.data_pointer, i);
                             if (item.tag == tag::subarray) {
                                 Owner nested(compute(verb, *item.nested, Freedom::none, setting).record);
@@ -65,6 +65,7 @@ LoopResult by_loop(const MonadicVerb& verb, DataElement& value, Freedom freedom,
 }
 
 Computed compute(const MonadicVerb& verb, DataElement& value, Freedom freedom, const Setting& outer) {
+    enter_nest();
     if (value.type & ISEMPTY) {
         referencepoint(value);
         return {value};

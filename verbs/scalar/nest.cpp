@@ -5,12 +5,12 @@
 namespace ondrel {
 
 DataElement result_record(const DataElement& giver, void* data, std::uint32_t probable) {
-    DataElement record = giver;
-    record.type = (giver.type & RANK_BITS) | probable;
-    record.data_pointer = data;
-    reference(record.shape_pointer);
-    rebuild_kinds(record);
-    return record;
+    Owner made(giver);
+    made.record.type = (giver.type & RANK_BITS) | probable;
+    made.record.data_pointer = data;
+    reference(giver.shape_pointer);
+    rebuild_kinds(made.record);
+    return made.take();
 }
 
 DataElement value_of_item(const DataElement& item) {
@@ -29,6 +29,10 @@ WorkersItems::~WorkersItems() {
     for (const auto& [first, next] : parts) dereferencedataelems(items + first, next - first);
 }
 
+void count_as_done(DataElement*& top) {
+    if (top[-1].rank >= 0 && top[-1].data_pointer == nullptr && top[-1].elements != 0) dereferencepoint(*top--);
+}
+
 // ---- results in flight
 
 namespace {
@@ -39,6 +43,7 @@ void put_back() {
     DataElement*& top = *pending.top;
     while (top >= pending.slot) dereferencepoint(*top--);
     for (const DataElement& operand : std::span(pending.operands).first(pending.count)) *++top = operand;
+    if (pending.count == 2) count_as_done(top);
 }
 
 void finish(Ending ending) {

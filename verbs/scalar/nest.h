@@ -49,7 +49,10 @@ struct WorkersItems {
 template <class Fill>
 DataElement* items_by(const void* block, std::size_t done, std::size_t n, const Setting& setting, const Fill& fill) {
     ItemsOwner made(n);
-    for (; made.filled < done; ++made.filled) made.items[made.filled] = own_item_at(block, made.filled);
+    for (; made.filled < done; ++made.filled) {
+        made.items[made.filled] = own_item_at(block, made.filled);
+        heed_attention();
+    }
     if (!hands_off(n - done)) {
         fill(made.items, made.filled, n, setting);
         return made.take();
@@ -77,6 +80,10 @@ struct PendingVerb {
     DataElement (*again)(const void* verb, DataElement* operands, const Setting& setting);  // all of it, at once
     DataElement* slot = nullptr;                                                            // of the result
 };
+
+// An operand whose block an unfinished result took lies in ruins. Where that is the left one, the verb counts as done
+// when an interrupt leaves it: the right one goes, and the ruin is on top, as what is half done.
+void count_as_done(DataElement*& top);
 
 // Leaves the result in the slot of its first operand, on top of the stack, in flight. Where the workers do not come to
 // the end of it, it is made again. An error then finds the operands on the stack as they were, and nothing above them.
