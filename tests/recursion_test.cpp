@@ -84,16 +84,16 @@ TEST(Contexts, AtEachLevelTakeTimeInProportion) {
     }
 }
 
-// A value of 32,767 levels is made, copied, added to, printed, keyed and given back; one more is refused.
+// A value of 32,767 levels is made, copied, added to, printed, keyed and given back; one more is refused, also to DECAPSULATE.
 TEST_P(Recursion, OfAValueToItsGreatestDepth) {
     const std::string nest = "(1 2) 32766 : @inner SET [. inner 3 .] ; REPEAT @nest SET #NIL @inner SET ";
     Process process({.arguments = {"-c", std::string("ulimit -s ") + GetParam() + "; exec " ONDREL_PROGRAM " -q"}},
                     "/bin/sh");
     run(process, nest +
-                     "nest 1 + DISASSEMBLE POP nest nest + POP [. nest 4 .] . CLEAR 0 MONADIC POP 5 ; @f SET "
-                     "nest @f GET RESULT . @nest FORGET .");
+                     "nest 1 + DISASSEMBLE POP nest nest + POP [. nest 4 .] . nest DECAPSULATE . CLEAR "
+                     "0 MONADIC POP 5 ; @f SET nest @f GET RESULT . @nest FORGET .");
     EXPECT_EQ(process.exit_code, 0) << process.error.substr(0, 500);
-    EXPECT_EQ(count(process.output, "994 - "), 1U) << process.output.substr(0, 1000);
+    EXPECT_EQ(count(process.output, "994 - "), 2U) << process.output.substr(0, 1000);
     EXPECT_EQ(process.output.find("VIOLATION"), std::string::npos);
     EXPECT_NE(process.output.find("\n\n 5\n"), std::string::npos);
 }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <functional>
+#include <limits>
 #include <numeric>
 #include <span>
 #include <utility>
@@ -273,6 +274,10 @@ void deascii(DataElement*& sp, DataElement* cell) { replace_top(sp, cell, codes_
 void encapsulate(DataElement*& sp, DataElement* cell) {
     replace_top(sp, cell, [&](const DataElement& value) { return encapsulated(value, {sp, cell}); });
 }
-void decapsulate(DataElement*& sp, DataElement* cell) { replace_top(sp, cell, decapsulated); }
+void decapsulate(DataElement*& sp, DataElement* cell) {
+    constexpr std::int16_t deepest = std::numeric_limits<std::int16_t>::max();
+    if (sp->depth == deepest) raise(restriction, {sp, cell});  // its numbers become vectors
+    replace_top(sp, cell, decapsulated);
+}
 
 }  // namespace ondrel
