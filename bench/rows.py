@@ -112,6 +112,9 @@ WORK = {
     "writing of a text": (numpy.int64, INTEGER, lambda a, b: save("text")),
     "reading of a text": (numpy.int64, INTEGER, lambda a, b: numpy.loadtxt(saved("text"), dtype=str, comments=None)),
     "complex * complex": (numpy.complex128, REAL, lambda a, b: a * b),
+    "complex / complex": (numpy.complex128, REAL, lambda a, b: a / b),
+    "absolute complex": (numpy.complex128, REAL, lambda a, b: numpy.abs(a)),
+    "reciprocal of complex": (numpy.complex128, REAL, lambda a, b: 1 / a),
 }
 
 

@@ -147,24 +147,31 @@ template <class L, class R>
     return rounded(over(squared_magnitude(right), conjugate_product(extended(l), right)));
 }
 
-// As the formula gives it in doubles: for numbers whose components are all tame.
-inline Complex plain_quotient(double x, Complex z) {
-    const double n = z.re * z.re + z.im * z.im;
-    return {x * z.re / n, -(x * z.im) / n};
+// As the formula gives it in doubles. `strayed` takes the sign bit where a square or a product has left their range, or
+// is zero.
+template <class L, class R>
+requires requires(const L& l, const R& r) { conjugate_product(l, r); }
+R plain_quotient(const L& l, const R& r, Word& strayed) {
+    const double squares = squared_magnitude(r);
+    const R above = conjugate_product(l, r);
+    strayed = beyond_normal(squares) | beyond_normal(size_of_components(above));
+    return over(squares, above);
 }
-inline Complex plain_quotient(Complex l, Complex r) {
-    if (l.im == 0 && r.im == 0) return {l.re / r.re, 0};
-    if (l.im == 0) return plain_quotient(l.re, r);
-    const double n = r.re * r.re + r.im * r.im;
-    return {(l.re * r.re + l.im * r.im) / n, (l.im * r.re + l.re * -r.im) / n};
+// (One selection on one test at a time, as in the product.)
+inline Complex plain_quotient(const Complex& l, const Complex& r, Word& strayed) {
+    const double squares = r.re * r.re + r.im * r.im;
+    const double re_of_real = r.im == 0 ? l.re : l.re * r.re, im_of_real = r.im == 0 ? 0.0 : -(l.re * r.im);
+    const double re = l.im == 0 ? re_of_real : l.re * r.re + l.im * r.im;
+    const double im = l.im == 0 ? im_of_real : l.im * r.re + l.re * -r.im;
+    const double by_real = l.im == 0 ? r.re : squares;
+    const double by = r.im == 0 ? by_real : squares;
+    strayed = beyond_normal(squares) | beyond_normal(std::fabs(re) + std::fabs(im));
+    const double part = im / by, none = r.im == 0 ? 0.0 : part;
+    return {re / by, l.im == 0 ? none : part};
 }
-inline Quaternion plain_quotient(Quaternion l, Quaternion r) {
-    const double n = 1 / (r.w * r.w + r.x * r.x + r.y * r.y + r.z * r.z);
-    return {(l.w * r.w + l.x * r.x + l.y * r.y + l.z * r.z) * n, (l.x * r.w + l.z * r.y + l.w * -r.x + l.y * -r.z) * n,
-            (l.y * r.w + l.x * r.z + l.w * -r.y + l.z * -r.x) * n,
-            (l.z * r.w + l.y * r.x + l.w * -r.z + l.x * -r.y) * n};
-}
-inline Octonion plain_quotient(const Octonion& l, const Octonion& r) {
+
+// An octonion's components are tested one by one: sums over eight keep a compiler from making vector code.
+inline Octonion plain_quotient(const Octonion& l, const Octonion& r, Word& strayed) {
     Octonion conjugate;
     double squares = 0;
     for (int k = 0; k < 8; ++k) {
@@ -173,20 +180,24 @@ inline Octonion plain_quotient(const Octonion& l, const Octonion& r) {
     }
     const double n = 1 / squares;
     Octonion q = product(l, conjugate);
+    Word far = 0;
+    for (const double c : q.c) far |= 2 * word_of(c) - 2 * word_of(0x1p-255);
     for (double& c : q.c) c *= n;
+    strayed = far | far << 1 | beyond_normal(squares);
     return q;
 }
 
 // The quotient of any two. (Not inlined: where a loop does not become vector code, a compiler may fuse the formula.)
 template <class L, class R>
-requires requires(const L& l, const R& r) { plain_quotient(l, r); }
+requires requires(const L& l, const R& r) { conjugate_product(l, r); }
 [[gnu::noinline]] R quotient(const L& l, const R& r) {
-    const R plain = plain_quotient(l, r);
     if constexpr (std::is_same_v<L, R> && std::is_same_v<R, Complex>) {
-        if (l.im == 0) return r.im == 0 ? plain : quotient(l.re, r);
+        if (l.im == 0) return r.im == 0 ? Complex{l.re / r.re, 0} : quotient(l.re, r);
     }
-    const Word strayed = strays(squared_magnitude(r), r) | strays(size_of_components(conjugate_product(l, r)), l);
-    return has_sign(strayed) && is_finite(l) && is_finite(r) ? extended_quotient(l, r) : plain;
+    const double squares = squared_magnitude(r);
+    const R above = conjugate_product(l, r);
+    const Word strayed = strays(squares, r) | strays(size_of_components(above), l);
+    return has_sign(strayed) && is_finite(l) && is_finite(r) ? extended_quotient(l, r) : over(squares, above);
 }
 
 // The floor of a quotient; from 2 to the 52 on it has no fraction and stands for itself.

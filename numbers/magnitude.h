@@ -30,19 +30,40 @@ Components<Value> components_of(const Value& value) {
     return std::bit_cast<Components<Value>>(value);
 }
 
-// The number of what the function gives for each component.
-template <class Value, class Function>
-Value map_components(const Value& value, const Function& function) {
-    auto components = components_of(value);
-    for (auto& component : components) component = function(component);
-    return std::bit_cast<Value>(components);
+// The number of what the function gives for each component, and the sum of all that. Written out for few components,
+// so that loops over arrays are vector code.
+template <class Real, class Function>
+ComplexOf<Real> map_components(const ComplexOf<Real>& z, const Function& function) {
+    return {function(z.re), function(z.im)};
+}
+template <class Real, class Function>
+QuaternionOf<Real> map_components(const QuaternionOf<Real>& q, const Function& function) {
+    return {function(q.w), function(q.x), function(q.y), function(q.z)};
+}
+template <class Real, class Function>
+OctonionOf<Real> map_components(const OctonionOf<Real>& o, const Function& function) {
+    OctonionOf<Real> mapped;
+    for (int k = 0; k < 8; ++k) mapped.c[k] = function(o.c[k]);
+    return mapped;
+}
+template <class Real, class Function>
+Real sum_components(const ComplexOf<Real>& z, const Function& function) {
+    return function(z.re) + function(z.im);
+}
+template <class Real, class Function>
+Real sum_components(const QuaternionOf<Real>& q, const Function& function) {
+    return function(q.w) + function(q.x) + function(q.y) + function(q.z);
+}
+template <class Real, class Function>
+Real sum_components(const OctonionOf<Real>& o, const Function& function) {
+    Real sum = function(o.c[0]);
+    for (int k = 1; k < 8; ++k) sum += function(o.c[k]);
+    return sum;
 }
 
 template <class Value>
 auto squared_magnitude(const Value& value) {
-    typename RealIn<Value>::type sum = 0;
-    for (const auto component : components_of(value)) sum += component * component;
-    return sum;
+    return sum_components(value, [](auto component) { return component * component; });
 }
 
 // ---- beyond the range of doubles
@@ -69,9 +90,7 @@ Kind<double> rounded(const Kind<long double>& value) {
 // The sum of the components' magnitudes.
 template <class Value>
 double size_of_components(const Value& value) {
-    double sum = 0;
-    for (const double component : components_of(value)) sum += std::fabs(component);
-    return sum;
+    return sum_components(value, [](double component) { return std::fabs(component); });
 }
 
 inline bool is_finite(double value) { return std::isfinite(value); }

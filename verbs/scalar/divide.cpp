@@ -17,11 +17,11 @@ struct Divide : Arithmetic {
     requires requires(const A& a, const B& b) { quotient(a, b); }
     static auto apply(const A& a, const B& b) { return quotient(a, b); }
 
-    // For values that are tame.
-    struct Tame {
+    struct Checked {
+        Word& strayed;
         template <class A, class B>
-        requires requires(const A& a, const B& b) { plain_quotient(a, b); }
-        static auto apply(const A& a, const B& b) { return plain_quotient(a, b); }
+        requires requires(const A& a, const B& b, Word& word) { plain_quotient(a, b, word); }
+        auto apply(const A& a, const B& b) const { return plain_quotient(a, b, strayed); }
     };
 
     // Magnitudes divide and angles subtract.

@@ -12,8 +12,8 @@
 //                      optional, for kinds that have both: the values are such that `plain`, which is faster, gives
 //                      what `apply` gives, and of an Either the usual kind
 //   Checked{strayed}.apply
-//                      optional, for complex numbers: what `apply` gives, faster, or a word `strayed` that
-//                      has the sign bit, where only `apply` knows
+//                      optional, for hypercomplex numbers: what `apply` gives, faster, or a word `strayed` that has the
+//                      sign bit, where only `apply` knows
 //   of_truth(x)        optional: what the verb says, as true or false, of what is that; a real or an integer
 //   loop<A>            optional: for the kinds that it takes, a loop of its own, for the usual kind of an Either alone:
 //                      trying the other one would cost a draw of chance
@@ -110,7 +110,7 @@ VECTOR_CLONES std::size_t monadic_loop(const void* values, void* result, std::si
                 else
                     c[at] = value.other;
             }
-        } else if constexpr (std::is_same_v<A, Complex> && requires { typename Rule::Checked; }) {
+        } else if constexpr (HasChecked<Rule, A>) {
             constexpr std::size_t at_once = checked_at_once<A>;
             for (; at < end; at += at_once) {
                 const std::size_t m = std::min(at_once, end - at);
@@ -118,10 +118,10 @@ VECTOR_CLONES std::size_t monadic_loop(const void* values, void* result, std::si
                 const A* const from = kept_aside(a + at, c + at, m, room);
                 take_checked(
                     c + at, m,
-                    [&](std::size_t i, Word& word) {
-                        return applied(typename Rule::Checked{word}, from[i], head);
+                    [&](std::size_t i, Word& strayed) {
+                        return applied(typename Rule::Checked{strayed}, from[i], head);
                     },
-                    [&](std::size_t i) { return applied(rule, from[i], head); });
+                    [] { return false; }, [&](std::size_t i) { return applied(rule, from[i], head); });
             }
             at = end;
         } else if constexpr (requires { rule.stream; }) {

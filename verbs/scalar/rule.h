@@ -19,9 +19,9 @@
 //                          they are 0 or 1; where it stops all are written anew as words
 //   ordinary(values, n)    optional, for two of one kind: the values are such that plain(a, b), which is faster, gives
 //                          what apply gives; an integer, where that may give a real
-//   Tame{}.apply           optional, for pairs whose right one is hypercomplex: what apply gives, faster, of values
-//   that
-//                          are all tame (numbers/words.h)
+//   Checked{strayed}.apply optional, for pairs whose right one is hypercomplex: what apply gives, faster, or a word
+//                          `strayed` that has the sign bit; apply alone knows then, unless all values of the two are
+//                          tame (numbers/words.h)
 //   of_truths(x, y)        optional: what the verb says, as true or false, where all are that; reals or integers
 //   refused                type bits of an operand that raise 17
 #pragma once
@@ -224,9 +224,9 @@ concept HasPlain = std::same_as<A, B> && requires(const A* values) {
     Rule::ordinary(values, std::size_t{});
 };
 
-template <class Rule, class A, class B>
-concept HasTame = is_hypercomplex<B> && requires {
-    typename Rule::Tame;
+template <class Rule, class A>
+concept HasChecked = is_hypercomplex<A> && requires {
+    typename Rule::Checked;
 };
 template <class Value>
 [[gnu::always_inline]] inline bool is_tame(const Value* values, std::size_t n) {
@@ -246,28 +246,28 @@ template <class Rule, Extent extent, class A>
 // Values that a loop takes back if they have strayed. They are few: those of the operands are kept aside where the
 // results go in their place.
 template <class... Values>
-inline constexpr std::size_t checked_at_once = 4096 / std::max({sizeof(Values)...});
+inline constexpr std::size_t checked_at_once = 16384 / std::max({sizeof(Values)...});
 template <class Value>
 [[gnu::always_inline]] inline const Value* kept_aside(const Value* values, const void* result, std::size_t n,
                                                       Value* room) {
     return values == result ? std::copy_n(values, n, room) - n : values;
 }
 
-// Runs `quick(i, strayed)` for the results at c, and then `slow(i)` for those that have strayed.
-template <class R, class Quick, class Slow>
-[[gnu::always_inline]] inline void take_checked(R* c, std::size_t n, const Quick& quick, const Slow& slow) {
-    Word strayed[checked_at_once<double>], any = 0;
+// Runs `quick(i, strayed)` for the results at c, and `slow(i)` for all of them if any has strayed, unless they may all
+// the same.
+template <class R, class Quick, class May, class Slow>
+[[gnu::always_inline]] inline void take_checked(R* c, std::size_t n, const Quick& quick, const May& may,
+                                                const Slow& slow) {
+    Word any = 0;
 #pragma GCC ivdep
     for (std::size_t i = 0; i < n; ++i) {
-        Word word = 0;
-        c[i] = quick(i, word);
-        strayed[i] = word;
-        any |= word;
+        Word strayed = 0;
+        c[i] = quick(i, strayed);
+        any |= strayed;
     }
-    if (!has_sign(any)) [[likely]]
+    if (!has_sign(any) || may()) [[likely]]
         return;
-    for (std::size_t i = 0; i < n; ++i)
-        if (has_sign(strayed[i])) c[i] = slow(i);
+    for (std::size_t i = 0; i < n; ++i) c[i] = slow(i);
 }
 
 // One after the other, as vector code: the result may be an operand, item for item.
@@ -302,15 +302,24 @@ VECTOR_CLONES std::size_t fixed_loop(const void* left, const void* right, void* 
             else
                 each<Rule, false, extent>(rule, a, b, c, at, end);
         }
-    } else if constexpr (HasTame<Rule, A, B>) {
-        for (std::size_t at = 0; at < n; at += look_ahead) {
-            const std::size_t end = std::min(at + look_ahead, n);
-            const bool tame = is_tame(extent == left_single ? a : a + at, extent == left_single ? 1 : end - at) &&
-                              is_tame(extent == right_single ? b : b + at, extent == right_single ? 1 : end - at);
-            if (tame)
-                each<typename Rule::Tame, false, extent>({}, a, b, c, at, end);
-            else
-                each<Rule, false, extent>(rule, a, b, c, at, end);
+    } else if constexpr (HasChecked<Rule, B>) {
+        constexpr std::size_t at_once = checked_at_once<A, B>, lefts = extent == left_single ? 1 : at_once,
+                              rights = extent == right_single ? 1 : at_once;
+        A left_room[lefts];
+        B right_room[rights];
+        left_room[0] = a[0];
+        right_room[0] = b[0];
+        for (std::size_t at = 0; at < n; at += at_once) {
+            const std::size_t m = std::min(at_once, n - at);
+            const A* const l = extent == left_single ? left_room : kept_aside(a + at, c + at, m, left_room);
+            const B* const r = extent == right_single ? right_room : kept_aside(b + at, c + at, m, right_room);
+            const auto pair = [=](const auto& by, std::size_t i) {
+                return combine(by, l[extent == left_single ? 0 : i], r[extent == right_single ? 0 : i]);
+            };
+            take_checked(
+                c + at, m, [&](std::size_t i, Word& strayed) { return pair(typename Rule::Checked{strayed}, i); },
+                [=] { return is_tame(l, std::min(lefts, m)) && is_tame(r, std::min(rights, m)); },
+                [&](std::size_t i) { return pair(rule, i); });
         }
     } else {
         each<Rule, false, extent>(rule, a, b, c, 0, n);
