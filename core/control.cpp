@@ -163,7 +163,7 @@ Outcome execute(Activation& activation) {
     const DataElement& top = *activation.sp;
     if (top.rank == kind::FUNCTION) return call_top(activation);
     if (!is_text(top) || top.rank > 1) return fail(995, activation);
-    const std::string text = characters_of(top) + " .";
+    const std::string text = characters_of(top, " .");
     drop_top(activation);
     run_text(activation, text);
     return Outcome::next;

@@ -32,7 +32,7 @@ struct TemporaryFile {
         std::remove(path);
     }
 
-    bool write(const std::string& text) const {
+    bool write(std::string_view text) const {
         const Stream stream(std::fopen(path, "w"));
         return stream && std::fwrite(text.data(), 1, text.size(), stream.get()) == text.size() &&
                std::fflush(stream.get()) == 0;
@@ -51,8 +51,8 @@ bool run_editor(const char* path) {
 }
 
 // The last byte is the newline that an editor adds.
-DataElement edited_text(const std::string& text, Site site) {
-    return make_text(std::string_view(text).substr(0, text.size() - !text.empty()), site);
+DataElement edited_text(std::string_view text, Site site) {
+    return make_text(text.substr(0, text.size() - !text.empty()), site);
 }
 
 }  // namespace
@@ -60,14 +60,14 @@ DataElement edited_text(const std::string& text, Site site) {
 Outcome edit(Activation& activation) {
     const bool as_text = activation.cell->modifier == static_cast<std::uint16_t>(Instruction::TEXTREAD);
     const bool has_value = activation.height() > 0;
-    std::string written;
+    LongText written;
     if (has_value) written = as_text ? text_of(*activation.sp) : readable_text(*activation.sp, activation.tables);
     const TemporaryFile file;
     if (file.descriptor < 0 || !file.write(written)) return fail(711, activation);
     if (has_value) operations += activation.sp->elements;
     const bool ended_well = run_editor(file.path);
     const Stream stream(std::fopen(file.path, "r"));
-    const std::optional<std::string> left = stream ? all_of(stream.get()) : std::nullopt;
+    const std::optional<LongText> left = stream ? all_of(stream.get()) : std::nullopt;
     if (!left) return fail(710, activation);
     const bool is_unchanged = *left == written;
     if (is_unchanged && (!as_text || !ended_well)) return Outcome::next;  // nothing has been edited

@@ -228,7 +228,7 @@ Outcome read_file(Activation& activation) {
 
 Outcome read_text(Activation& activation) {
     const Stream stream = file_to_read(activation, of_read);
-    const std::optional<std::string> text = all_of(stream.get(), activation.site());
+    const std::optional<LongText> text = all_of(stream.get(), activation.site());
     check_end(activation, stream.get(), of_read);
     Owner made(make_text(*text, activation.site()));
     std::swap(*activation.sp, made.record);

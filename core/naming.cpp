@@ -1,7 +1,7 @@
 #include "core/naming.h"
 
 #include <memory>
-#include <string>
+#include <string_view>
 #include <utility>
 
 #include "core/control.h"
@@ -43,9 +43,11 @@ DataElement* target_of(const Activation& activation, DataElement& address) {
 std::string_view name_of(const DataElement& address) { return address.text == nullptr ? "" : address.text; }
 
 // The name that a value stands for, as long as the value itself stands.
-std::string name_from(const Activation& activation, const DataElement& value) {
-    if (value.rank == kind::ADDRESS && !borrows(value)) return std::string(name_of(value));
-    return value_key(value, activation.frame_base);
+LongText name_from(const Activation& activation, const DataElement& value) {
+    if (value.rank != kind::ADDRESS || borrows(value)) return value_key(value, activation.frame_base);
+    LongText name;
+    name.append(name_of(value));
+    return name;
 }
 
 // Stores `value`, which is moved, behind the address on top of the stack, and takes that off. False after 55.
@@ -76,7 +78,7 @@ const DataElement* value_named(const Activation& activation) {
     if (activation.header != nullptr) activation.header->type |= GLOBAL;
     if (borrows(top)) return local_slot(top);
     if (top.rank == kind::ADDRESS) return resolve(activation.tables, top);
-    const std::string key = value_key(top, activation.frame_base);
+    const LongText key = value_key(top, activation.frame_base);
     const Entry* entry = checkmeaning(activation.tables, key);
     if (entry == nullptr) entry = system_variable(key);
     return entry == nullptr ? nullptr : &entry->value;
@@ -129,8 +131,8 @@ Outcome set(Activation& activation) {
 Outcome make_address(Activation& activation) {
     constexpr std::string_view scopes = "$._";
     DataElement& top = *activation.sp;
-    const std::string key = value_key(top, activation.frame_base);
-    const bool searched = key.size() > 1 && scopes.find(key[1]) != std::string::npos;
+    const LongText key = value_key(top, activation.frame_base);
+    const bool searched = key.size() > 1 && scopes.find(std::string_view(key)[1]) != std::string::npos;
     Entry* const entry = searched ? meaning(activation.tables, key) : hashtab(variables.table, key);
     DataElement address{};
     address.rank = kind::ADDRESS;

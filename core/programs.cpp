@@ -52,7 +52,7 @@ DataElement program_of(Sentence& sentence) {
 Outcome assemble(Activation& activation) {
     const DataElement& top = *activation.sp;
     if (!is_text(top) || top.rank > 1) return fail(981, activation);
-    const std::string text = characters_of(top) + " .";
+    const std::string text = characters_of(top, " .");
     dereferencepoint(*activation.sp--);
     const char* position = text.c_str();
     const char* const end = position + text.size();

@@ -1,7 +1,7 @@
 #include "core/results.h"
 
 #include <algorithm>
-#include <string>
+#include <string_view>
 
 #include "core/calls.h"
 #include "translator/value_key.h"
@@ -13,23 +13,24 @@ namespace {
 std::string_view key_of(const DataElement& function, const DataElement* frame_base) {
     DataElement& last = static_cast<DataElement*>(function.data_pointer)[function.elements];
     if (last.text == nullptr) {
-        std::string key;
+        LongText key;
         add_key(key, function, frame_base);
         last.text = stringdup(key);
     }
     return last.text;
 }
 
-std::string memory_key(DataElement* first, const DataElement& function, const DataElement* frame_base) {
-    std::string key;
+LongText memory_key(DataElement* first, const DataElement& function, const DataElement* frame_base) {
+    LongText key;
     for (DataElement* argument = first; argument < &function; ++argument) {
         argument->type &= ~ISPROBABLE;
         add_key(key, *argument, frame_base);
     }
-    return key.append(key_of(function, frame_base));
+    key.append(key_of(function, frame_base));
+    return key;
 }
 
-void keep(Table* memory, const std::string& key, const DataElement& value) {
+void keep(Table* memory, std::string_view key, const DataElement& value) {
     Entry* const entry = hashtab(memory, key);
     Owner old(entry->value);
     entry->value = value;
@@ -37,7 +38,7 @@ void keep(Table* memory, const std::string& key, const DataElement& value) {
     referencepoint(value);
 }
 
-void forget_result(Table* memory, const std::string& key) {
+void forget_result(Table* memory, std::string_view key) {
     if (Entry* const entry = checkhash(memory, key)) forgethash(entry);
 }
 
@@ -54,7 +55,7 @@ Outcome remembered(Activation& activation, bool recall) {
         return fail(800, activation);
     }
     Table* const memory = variables.table;
-    const std::string key = memory_key(first, function, activation.frame_base);
+    const LongText key = memory_key(first, function, activation.frame_base);
     if (const Entry* const entry = recall ? checkhash(memory, key) : nullptr;
         entry != nullptr && has_value(entry->value)) {
         const DataElement value = entry->value;

@@ -44,9 +44,12 @@ double* allocate_octonion(const double* components) {
 }
 
 char* stringdup(std::string_view text) {
-    auto* const copy = static_cast<char*>(allocate_block(make_head(tag::ascii, form::unset), text.size() + 1));
-    *std::ranges::copy(text, copy).out = '\0';
-    return copy;
+    OwnedText copy(static_cast<char*>(allocate_block(make_head(tag::ascii, form::unset), text.size() + 1)));
+    in_heeded_stretches(text.size(), [&](std::size_t from, std::size_t end) {
+        text.copy(copy.get() + from, end - from, from);
+    });
+    copy.get()[text.size()] = '\0';
+    return copy.release();
 }
 
 void release_shared(void* block) {

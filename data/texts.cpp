@@ -41,15 +41,15 @@ DataElement make_text(std::string_view text, Site site) {
     return text.size() == 1 ? make_scalar(character_item(text[0])) : make_characters(text, site);
 }
 
-std::string characters_of(const DataElement& text) {
+std::string characters_of(const DataElement& text, std::string_view behind) {
     const void* const data = text.data_pointer;
-    std::string characters(text.elements, '\0');
+    std::string characters;
+    characters.reserve(text.elements + behind.size());
     in_heeded_stretches(text.elements, [&](std::size_t from, std::size_t end) {
-        if (is_packed(data))
-            std::copy_n(static_cast<const char*>(data) + from, end - from, &characters[from]);
-        else
-            for (; from < end; ++from) characters[from] = static_cast<char>(items_of(text)[from].ascii);
+        if (is_packed(data)) return void(characters.append(static_cast<const char*>(data) + from, end - from));
+        for (; from < end; ++from) characters.push_back(static_cast<char>(items_of(text)[from].ascii));
     });
+    characters.append(behind);
     return characters;
 }
 

@@ -20,6 +20,6 @@ DataElement make_characters(std::string_view text, Site site = {});
 DataElement make_text(std::string_view text, Site site = {});
 
 // The characters of a text.
-std::string characters_of(const DataElement& text);
+std::string characters_of(const DataElement& text, std::string_view behind = {});
 
 }  // namespace ondrel

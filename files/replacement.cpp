@@ -12,6 +12,8 @@
 #include <string_view>
 #include <utility>
 
+#include "data/errors.h"
+
 namespace ondrel {
 namespace {
 
@@ -47,6 +49,19 @@ bool is_synced(int result) { return result == 0 || errno == EINVAL || errno == E
 bool is_synced(const Descriptor& directory) {
     const Descriptor readable(openat(directory.get(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     return !readable || is_synced(fsync(readable.get()));
+}
+
+// What the file holds is written out piece by piece, since an interrupt does not end a wait for all of it.
+bool is_synced_to_its_end(const Descriptor& file) {
+    constexpr off64_t piece = 1 << 22;
+    constexpr unsigned written = SYNC_FILE_RANGE_WAIT_BEFORE | SYNC_FILE_RANGE_WRITE | SYNC_FILE_RANGE_WAIT_AFTER;
+    struct stat content {};
+    if (fstat(file.get(), &content) != 0) return false;
+    for (off64_t at = 0; at < content.st_size; at += piece) {
+        if (!is_synced(sync_file_range(file.get(), at, piece, written))) return false;
+        heed_attention();
+    }
+    return is_synced(fdatasync(file.get()));
 }
 
 bool may_not() { return errno == EACCES || errno == EPERM || errno == EBUSY; }
@@ -124,7 +139,7 @@ bool Replacement::resemble() const {
 
 bool Replacement::take_place(bool for_good) {
     if (renames) {
-        if (for_good && !is_synced(fdatasync(made.get()))) return false;
+        if (for_good && !is_synced_to_its_end(made)) return false;
         if (rename_over()) return !for_good || is_synced(place.directory);
         if (!may_not()) return false;
     }

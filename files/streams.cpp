@@ -74,14 +74,14 @@ Stream open_to_change(const std::string& path) {
     return opened ? stream_of(std::move(opened), "r+b") : nullptr;
 }
 
-std::optional<std::string> all_of(std::FILE* stream, Site site) {
-    std::string text;
+std::optional<LongText> all_of(std::FILE* stream, Site site) {
+    LongText text;
     struct stat found {};
     if (fstat(fileno(stream), &found) == 0 && S_ISREG(found.st_mode))
         checked_count(static_cast<std::size_t>(found.st_size), site);
     char buffer[65536];
     for (std::size_t n; (n = std::fread(buffer, 1, sizeof buffer, stream)) > 0;) {
-        text.append(buffer, n);
+        text.append({buffer, n});
         checked_count(text.size(), site);
         heed_attention();
     }

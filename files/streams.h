@@ -7,6 +7,7 @@
 #include <string>
 
 #include "data/errors.h"
+#include "data/long_text.h"
 #include "files/replacement.h"
 
 namespace ondrel {
@@ -24,7 +25,7 @@ Stream open_to_read(const std::string& path);
 Stream open_to_change(const std::string& path);
 
 // What is left of the stream. Nothing if it cannot be read.
-std::optional<std::string> all_of(std::FILE* stream, Site site = {});
+std::optional<LongText> all_of(std::FILE* stream, Site site = {});
 
 // A stream that writes to a file. Given up before it is committed, it leaves the file as it was. Devices and pipes are
 // written directly, and so is what the process has open already, such as /dev/stdout.

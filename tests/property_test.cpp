@@ -120,7 +120,7 @@ Value random_value(Random& random, int depth) {
     return value;
 }
 
-std::string listed(DataElement& record) { return readable_text(record, &variables); }
+std::string listed(DataElement& record) { return std::string(readable_text(record, &variables)); }
 
 TEST(Property, PackingChangesNothingThatCanBeSeen) {
     const std::int64_t blocks = blocks_out();

@@ -135,8 +135,9 @@ TEST(ValueKeys, TellDifferentValuesApart) {
     const long height = interpreter.height();
     ASSERT_GT(height, 44);
     for (long i = 0; i < height; ++i) {
-        std::string key;
-        add_key(key, interpreter.sp[-i], interpreter.sp);
+        LongText written;
+        add_key(written, interpreter.sp[-i], interpreter.sp);
+        const std::string key(written);
         EXPECT_TRUE(keys.insert(key).second) << height - i << ": " << key;
         EXPECT_EQ(key.find('\0'), std::string::npos);
     }
@@ -147,7 +148,7 @@ TEST(ValueKeys, AreTheSameForEqualValues) {
     const auto key_of = [&interpreter](const char* sentence) {
         interpreter.clear();
         interpreter.run(sentence);
-        return value_key(*interpreter.sp, interpreter.sp);
+        return std::string(value_key(*interpreter.sp, interpreter.sp));
     };
     EXPECT_EQ(key_of("3 ."), key_of("6 2 / ."));
     EXPECT_EQ(key_of("3 ."), key_of("3.0 ."));

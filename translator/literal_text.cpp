@@ -268,7 +268,10 @@ bool all_listed(const DataElement& value) {
     const std::uint16_t form = head_form(head);
     if (head_tag(head) == tag::integer && !(head & in_bytes) && form != form::boolean && form != form::binary) {
         const std::span numbers(static_cast<const std::int64_t*>(value.data_pointer), value.elements);
-        return std::ranges::none_of(numbers, is_wide);
+        return std::ranges::none_of(numbers, [](std::int64_t number) {
+            heed_attention();
+            return is_wide(number);
+        });
     }
     if (head_tag(head) == tag::real && form == form::number) return true;
     for (std::uint32_t i = 0; i < value.elements; ++i) {

@@ -564,7 +564,7 @@ void disass(std::FILE* stream, const char* prefix, int indent, bool listing, Dat
     out.flush();
 }
 
-std::string text_of(DataElement& element) {
+LongText text_of(DataElement& element) {
     TextOutput out{nullptr, Manner::display, &variables};
     put_element(out, {}, 0, element);
     return std::move(out.text);

@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "data/dataelement.h"
+#include "data/long_text.h"
 #include "translator/text_output.h"
 
 namespace ondrel {
@@ -21,7 +22,7 @@ namespace ondrel {
 void disass(std::FILE* stream, const char* prefix, int indent, bool listing, DataElement& element);
 
 // What is displayed as a text in memory. Raises nothing but bad_alloc.
-std::string text_of(DataElement& element);
+LongText text_of(DataElement& element);
 
 // A function, a name or an instruction; in a listing a verb that one of the names in force is spelled like is told
 // apart.

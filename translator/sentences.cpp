@@ -448,7 +448,7 @@ void Sentences::make_array(const DataElement& value) {
     put_word("RESHAPE");
 }
 
-std::string readable_text(DataElement& element, const Chain* tables) {
+LongText readable_text(DataElement& element, const Chain* tables) {
     Sentences sentences(nullptr, tables);
     sentences.put(element);
     return sentences.take_text();

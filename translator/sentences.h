@@ -34,7 +34,7 @@ public:
     void end();
 
     void flush() { out.flush(); }
-    std::string take_text() { return std::move(out.text); }
+    LongText take_text() { return std::move(out.text); }
     // A word needs a byte behind it.
     bool ends_in_word() const { return after_word; }
     // Whether the last element that was put is a single literal, or function, name or instruction.
@@ -69,6 +69,6 @@ private:
 };
 
 // The element as a text to be read back. Raises nothing but bad_alloc.
-std::string readable_text(DataElement& element, const Chain* tables);
+LongText readable_text(DataElement& element, const Chain* tables);
 
 }  // namespace ondrel

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "data/errors.h"
+#include "data/walks.h"
 
 namespace ondrel {
 namespace {
@@ -41,23 +42,36 @@ static_assert(is_permutation());
 // in a small one. The byte behind a name counts too: a NUL.
 std::uint32_t hash_of(std::string_view name) {
     auto h1 = static_cast<std::uint8_t>(name[0]), h2 = static_cast<std::uint8_t>(h1 + 1);
-    for (std::size_t i = 1; i < name.size(); ++i) {
-        const auto byte = static_cast<std::uint8_t>(name[i]);
-        h1 = rand8[h1 ^ byte];
-        h2 = rand8[h2 ^ byte];
-    }
+    in_heeded_stretches(name.size() - 1, [&](std::size_t from, std::size_t end) {
+        for (const char character : name.substr(1).substr(from, end - from)) {
+            const auto byte = static_cast<std::uint8_t>(character);
+            h1 = rand8[h1 ^ byte];
+            h2 = rand8[h2 ^ byte];
+        }
+    });
     return rand8[h1] * small + rand8[h2];
+}
+
+// Below 0 if the name of an entry comes before this one, 0 if it is the same.
+int order(const char* own, std::string_view name) {
+    int found = 0;
+    for (std::size_t from = 0; from < name.size() && found == 0; from += heed_every) {
+        const std::string_view other = name.substr(from, heed_every);
+        found = std::string_view(own + from, strnlen(own + from, other.size())).compare(other);
+        if (from > 0) heed_attention();
+    }
+    return found == 0 && own[name.size()] != '\0' ? 1 : found;
 }
 
 // The link that leads to the entry of the name, or to where it is to stand: a bucket is in the order of its names, so
 // that tables of the same names are told in the same way, however they came about.
 Entry** find(const Table* table, std::string_view name, std::uint32_t hash) {
     Entry** link = &table->heads[table->buckets == large ? hash : hash / small];
-    while (*link != nullptr && (*link)->name < name) link = &(*link)->next;
+    while (*link != nullptr && order((*link)->name, name) < 0) link = &(*link)->next;
     return link;
 }
 
-bool has_name(const Entry* entry, std::string_view name) { return entry != nullptr && entry->name == name; }
+bool has_name(const Entry* entry, std::string_view name) { return entry != nullptr && order(entry->name, name) == 0; }
 
 constexpr DataElement no_value() {
     DataElement value{};

@@ -4,10 +4,10 @@
 #include <charconv>
 #include <cstdint>
 #include <cstdio>
-#include <string>
 #include <string_view>
 
 #include "data/dataelement.h"
+#include "data/long_text.h"
 #include "translator/symbols.h"
 
 namespace ondrel {
@@ -22,7 +22,7 @@ struct TextOutput {
     std::FILE* stream;
     Manner manner;
     const Chain* tables;  // where the text is to be read
-    std::string text{};
+    LongText text{};
     std::uint32_t items = 0;  // since the last flush
 
     bool is_listing() const { return manner != Manner::display; }
@@ -35,7 +35,7 @@ struct TextOutput {
 
     void flush() {
         if (stream == nullptr) return;
-        std::fwrite(text.data(), 1, text.size(), stream);
+        std::fwrite(std::string_view(text).data(), 1, text.size(), stream);
         if (stream == stdout || stream == stderr) std::fflush(stream);
         text.clear();
     }

@@ -19,18 +19,18 @@ namespace {
 constexpr char digit_zero = '@';
 constexpr char escape = '\x10';  // before a byte that stands for another
 
-void add_digits(std::string& key, std::uint64_t magnitude) {
+void add_digits(LongText& key, std::uint64_t magnitude) {
     do key.push_back(static_cast<char>(digit_zero + (magnitude & 15)));
     while ((magnitude >>= 4) != 0);
 }
 
-void itox(std::string& key, std::int64_t number) {
+void itox(LongText& key, std::int64_t number) {
     if (number < 0) key.push_back('-');
     add_digits(key, number < 0 ? -static_cast<std::uint64_t>(number) : static_cast<std::uint64_t>(number));
 }
 
 // The binary exponent, then the fraction as a whole number.
-void rtox(std::string& key, double number) {
+void rtox(LongText& key, double number) {
     constexpr int fraction_bits = 53;
     int exponent = 0;
     const double fraction = std::frexp(number, &exponent);
@@ -39,7 +39,7 @@ void rtox(std::string& key, double number) {
     itox(key, static_cast<std::int64_t>(std::ldexp(fraction, fraction_bits)));
 }
 
-void realtox(std::string& key, double number) {
+void realtox(LongText& key, double number) {
     if (std::isnan(number))
         key.push_back('X');
     else if (std::isinf(number))
@@ -50,7 +50,7 @@ void realtox(std::string& key, double number) {
         rtox(key, number);
 }
 
-void add_byte(std::string& key, std::uint8_t byte) {
+void add_byte(LongText& key, std::uint8_t byte) {
     if (byte == 0 || byte == static_cast<std::uint8_t>(escape)) {
         key.push_back(escape);
         byte = static_cast<std::uint8_t>(byte + digit_zero);
@@ -78,7 +78,7 @@ std::span<const double> written_components(const DataElement& item) {
 }
 
 // An ordinary number says nothing of its form, and a polar one without an angle is an ordinary one.
-void add_form(std::string& key, const DataElement& item, bool has_parts) {
+void add_form(LongText& key, const DataElement& item, bool has_parts) {
     constexpr std::uint16_t truths_and_binary = form::boolean | form::logical | form::binary;
     const bool polar = has_parts && (item.form & form::polar) != 0, prefixed = item.tag >= tag::complex;
     const auto told = static_cast<std::uint16_t>((item.form & truths_and_binary) | (polar ? form::polar : 0));
@@ -91,7 +91,7 @@ void add_form(std::string& key, const DataElement& item, bool has_parts) {
     key.push_back(',');
 }
 
-void add_components(std::string& key, std::span<const double> components) {
+void add_components(LongText& key, std::span<const double> components) {
     if (components.size() == 1) return realtox(key, components[0]);
     key.push_back(components.size() == 2 ? 'i' : components.size() == 4 ? 'k' : 'o');
     for (const double component : components) {
@@ -100,9 +100,9 @@ void add_components(std::string& key, std::span<const double> components) {
     }
 }
 
-void add_value(std::string& key, const DataElement& value, const DataElement* frame_base);
+void add_value(LongText& key, const DataElement& value, const DataElement* frame_base);
 
-void add_item(std::string& key, const DataElement& item, const DataElement* frame_base) {
+void add_item(LongText& key, const DataElement& item, const DataElement* frame_base) {
     heed_attention();
     if (item.tag == tag::subarray) {
         enter_nest();
@@ -136,7 +136,7 @@ void add_item(std::string& key, const DataElement& item, const DataElement* fram
     }
 }
 
-void add_value(std::string& key, const DataElement& value, const DataElement* frame_base) {
+void add_value(LongText& key, const DataElement& value, const DataElement* frame_base) {
     if (value.rank != 1 || (value.type & ISSCALAR))
         for (std::int32_t k = 0; k < value.rank; ++k) {
             key.push_back('[');
@@ -154,7 +154,7 @@ void add_value(std::string& key, const DataElement& value, const DataElement* fr
 }
 
 // A name ends at a blank. One that could be taken for another so, or with its prefix, is told with its length.
-void add_name(std::string& key, std::string_view prefix, const DataElement& cell) {
+void add_name(LongText& key, std::string_view prefix, const DataElement& cell) {
     constexpr std::string_view prefixes = "_$.%&";
     const std::string_view name = cell.text == nullptr ? "" : cell.text;
     const bool has_blank = std::ranges::any_of(name, [](unsigned char byte) { return byte <= ' '; });
@@ -168,7 +168,7 @@ void add_name(std::string& key, std::string_view prefix, const DataElement& cell
 }
 
 // Numbers, where a listing would have the texts of the instructions; a label has its name too.
-void add_operator(std::string& key, const DataElement& cell) {
+void add_operator(LongText& key, const DataElement& cell) {
     key.push_back('o');
     for (const std::int64_t number :
          {std::int64_t{cell.depth}, std::int64_t{cell.modifier}, std::int64_t{cell.elements}}) {
@@ -181,7 +181,7 @@ void add_operator(std::string& key, const DataElement& cell) {
     if (idle && second == static_cast<std::uint32_t>(Instruction::SLIL)) add_name(key, "%", cell);
 }
 
-void add_function(std::string& key, const DataElement& function, const DataElement* frame_base) {
+void add_function(LongText& key, const DataElement& function, const DataElement* frame_base) {
     const auto* const stream = static_cast<const DataElement*>(function.data_pointer);
     key.append("f");
     itox(key, function.locals);
@@ -200,7 +200,7 @@ std::int64_t slot_number(const DataElement& cell, const DataElement* frame_base)
 }
 
 // What is no value; `text` too, whose end is told by its length.
-void add_other(std::string& key, const DataElement& value, const DataElement* frame_base) {
+void add_other(LongText& key, const DataElement& value, const DataElement* frame_base) {
     switch (value.rank) {
         case kind::LOCAL_VARIABLE:
         case kind::LOCAL_ADDRESS:
@@ -225,7 +225,7 @@ void add_other(std::string& key, const DataElement& value, const DataElement* fr
     }
 }
 
-void add_text(std::string& key, const DataElement& text) {
+void add_text(LongText& key, const DataElement& text) {
     for (std::uint32_t i = 0; i < text.elements; ++i) {
         add_byte(key, item_at(text.data_pointer, i).ascii);
         heed_attention();
@@ -234,7 +234,7 @@ void add_text(std::string& key, const DataElement& text) {
 
 }  // namespace
 
-void add_key(std::string& key, const DataElement& value, const DataElement* frame_base) {
+void add_key(LongText& key, const DataElement& value, const DataElement* frame_base) {
     if (value.rank < 0)
         add_other(key, value, frame_base);
     else
@@ -251,8 +251,8 @@ std::string text_of_key(std::string_view key) {
     return text;
 }
 
-std::string value_key(const DataElement& value, const DataElement* frame_base) {
-    std::string key;
+LongText value_key(const DataElement& value, const DataElement* frame_base) {
+    LongText key;
     if (value.rank <= 1 && is_text(value) && !(value.type & ISEMPTY))
         add_text(key, value);
     else

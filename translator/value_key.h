@@ -8,16 +8,17 @@
 #include <string_view>
 
 #include "data/dataelement.h"
+#include "data/long_text.h"
 
 namespace ondrel {
 
 // `frame_base` is the slot that local addresses count from. No key has a NUL in it. Raises nothing but bad_alloc.
-std::string value_key(const DataElement& value, const DataElement* frame_base);
+LongText value_key(const DataElement& value, const DataElement* frame_base);
 
 // The text that has this key.
 std::string text_of_key(std::string_view key);
 
 // The key of a value among others, which tells where it ends.
-void add_key(std::string& key, const DataElement& value, const DataElement* frame_base);
+void add_key(LongText& key, const DataElement& value, const DataElement* frame_base);
 
 }  // namespace ondrel

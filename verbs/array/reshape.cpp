@@ -47,11 +47,14 @@ bool read_dimension(const DataElement& item, std::int64_t& dimension) {
 
 // The product of the dimensions, or -1 if no value has so many items.
 std::int64_t item_count(std::span<const std::int64_t> dimensions) {
-    if (std::ranges::find(dimensions, 0) != dimensions.end()) return 0;
+    constexpr std::int64_t most = std::numeric_limits<std::uint32_t>::max();
     std::int64_t n = 1;
-    for (const std::int64_t dimension : dimensions)
-        if (__builtin_mul_overflow(n, dimension, &n) || n > std::numeric_limits<std::uint32_t>::max()) return -1;
-    return n;
+    for (const std::int64_t dimension : dimensions) {
+        heed_attention();
+        if (dimension == 0) return 0;  // whatever the others are
+        if (n <= most && __builtin_mul_overflow(n, dimension, &n)) n = most + 1;
+    }
+    return n <= most ? n : -1;
 }
 
 // Fills `block` with n items, the m items of `source` repeated in order; each round doubles what stands. `filled` tells
@@ -95,10 +98,10 @@ int reshaping_error(DataElement& data, const DataElement& shape, std::vector<std
         if (item_at(shape.data_pointer, i).tag == tag::ascii) return character_shape;
     }
     if (shape.elements > std::numeric_limits<std::int32_t>::max()) return too_big;
-    dimensions.resize(shape.elements);
+    dimensions.reserve(shape.elements);
     for (std::uint32_t i = 0; i < shape.elements; ++i) {
         heed_attention();
-        if (!read_dimension(item_at(shape.data_pointer, i), dimensions[i])) return not_a_count;
+        if (!read_dimension(item_at(shape.data_pointer, i), dimensions.emplace_back())) return not_a_count;
     }
     const std::int64_t n = item_count(dimensions);
     if (n != 0 && (data.type & ISEMPTY)) return nothing_to_repeat;

@@ -2,8 +2,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <memory>
 #include <span>
-#include <vector>
 
 #include "data/errors.h"
 #include "data/moving.h"
@@ -17,22 +17,25 @@ constexpr int no_mask = 4, no_match = 31, restriction = 994, bad_rank = 10;
 
 bool is_single(const DataElement& value) { return (value.type & SHAPE_BITS) != 0; }
 
-// A 1 for what the mask keeps: numbers above 0.
-std::vector<std::uint8_t> kept_places(const DataElement& mask) {
-    std::vector<std::uint8_t> kept(mask.elements);
+// A 1 for what the mask keeps: numbers above 0. And how many these are.
+struct Kept {
+    std::unique_ptr<std::uint8_t[]> flags;
+    std::size_t places, count = 0;
+};
+Kept kept_places(const DataElement& mask) {
     const void* const data = mask.data_pointer;
-    if (data == nullptr) return kept;
-    if (is_packed(data) && item_width(header(data).head) == sizeof(std::int64_t)) {
-        const auto* const values = static_cast<const std::int64_t*>(data);
-        in_heeded_stretches(kept.size(), [&](std::size_t from, std::size_t end) {
-            std::transform(values + from, values + end, &kept[from], [](std::int64_t value) { return value > 0; });
-        });
-    } else {
-        for (std::uint32_t i = 0; i < mask.elements; ++i) {
-            kept[i] = item_at(data, i).integer > 0;
-            heed_attention();
-        }
-    }
+    const std::size_t n = data == nullptr ? 0 : mask.elements;
+    Kept kept{std::make_unique_for_overwrite<std::uint8_t[]>(n), n};
+    const bool in_words = n > 0 && is_packed(data) && item_width(header(data).head) == sizeof(std::int64_t);
+    in_heeded_stretches(n, [&](std::size_t from, std::size_t end) {
+        std::uint8_t* const flags = kept.flags.get();
+        if (in_words)
+            std::transform(static_cast<const std::int64_t*>(data) + from, static_cast<const std::int64_t*>(data) + end,
+                           flags + from, [](std::int64_t value) { return value > 0; });
+        else
+            for (std::size_t i = from; i < end; ++i) flags[i] = item_at(data, i).integer > 0;
+        kept.count += static_cast<std::size_t>(std::count(flags + from, flags + end, 1));
+    });
     return kept;
 }
 
@@ -80,8 +83,8 @@ void compress_along(DataElement*& sp, DataElement* cell, Along along) {
     const std::int32_t axis = along == Along::first_axis ? 0 : data.rank - 1;
     if (data.rank == 0 || data.shape_pointer[axis] != mask.elements) raise(no_match, {sp, cell});
 
-    const std::vector<std::uint8_t> kept = kept_places(mask);
-    const auto count = static_cast<std::uint64_t>(std::ranges::count(kept, 1));
+    const Kept kept = kept_places(mask);
+    const std::uint64_t count = kept.count;
     const auto n = static_cast<std::uint32_t>(mask.elements == 0 ? 0 : data.elements / mask.elements * count);
     Owner result;
     result.record.rank = 1;  // a holder of the shape, and then of the items
@@ -92,7 +95,7 @@ void compress_along(DataElement*& sp, DataElement* cell, Along along) {
         const std::size_t items = along == Along::first_axis ? 1 : data.elements / mask.elements;
         constexpr std::size_t slack = 1;
         result.record.data_pointer = gathered(
-            data.data_pointer, n, [&](const auto* from, auto* to) { keep(from, to, data.elements, kept, items); },
+            data.data_pointer, n, [&](const auto* from, auto* to) { keep(from, to, data.elements, {kept.flags.get(), kept.places}, items); },
             slack);
         set_elements(result.record, n);
         if (n == 1 && is_packed(result.record.data_pointer))
