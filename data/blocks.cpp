@@ -17,6 +17,13 @@
 
 namespace ondrel {
 
+#ifdef ONDREL_CHECKS
+const bool packing = [] {
+    const char* const said = std::getenv("ONDREL_PACKING");
+    return said == nullptr || std::string_view(said) != "off";
+}();
+#endif
+
 #ifdef __SANITIZE_ADDRESS__
 // Right in front of an allocation lies what nobody may read.
 void Payload::check() const {

@@ -59,9 +59,10 @@ private:
     const void* start_;
 };
 
-// Whether uniform arrays are packed. A build without packing must print the same.
-#ifdef ONDREL_NO_PACKING
-inline constexpr bool packing = false;
+// Whether uniform arrays are packed. Without packing a build with checks, which leaves it when the environment says
+// ONDREL_PACKING=off, must print the same.
+#ifdef ONDREL_CHECKS
+extern const bool packing;
 #else
 inline constexpr bool packing = true;
 #endif

@@ -52,7 +52,7 @@ TEST_F(Blocks, ArePackedForOneHolderOnly) {
 }
 
 TEST_F(Blocks, HoldTruthsInBytes) {
-    if (!packing) GTEST_SKIP() << "built without packing";
+    if (!packing) GTEST_SKIP() << "runs without packing";
     const auto width_of = [](const Item& item, const Item& other) {
         const Value value = vector_value({item, other, item});
         DataElement record = build(value, Layout::packed);

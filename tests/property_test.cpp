@@ -148,7 +148,7 @@ TEST(Property, PackingChangesNothingThatCanBeSeen) {
 
 // What qualifies for a packed block: two items or more, of one kind, form and marks, without names.
 TEST(Property, OnlyUniformUnnamedArraysArePacked) {
-    if (!packing) GTEST_SKIP() << "built without packing";
+    if (!packing) GTEST_SKIP() << "runs without packing";
     const auto packs = [](const Value& value) {
         DataElement record = build(value, Layout::packed);
         const bool is = is_packed(record.data_pointer);
