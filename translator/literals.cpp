@@ -1,11 +1,10 @@
 #include "translator/literals.h"
 
 #include <algorithm>
-#include <cstring>
-#include <string>
 #include <utility>
 #include <vector>
 
+#include "data/long_text.h"
 #include "data/walks.h"
 
 namespace ondrel {
@@ -27,8 +26,8 @@ struct Level {
     DataElement* items = nullptr;
     std::uint32_t count = 0;
     std::size_t room = 0;
-    std::string characters;
-    std::vector<std::int64_t> numbers;
+    LongText characters;
+    LongRun<std::int64_t> numbers;
     std::uint64_t head = 0;  // of the numbers
     std::int16_t depth = 1;
     bool closed = false;  // a shape has been given: `record` stands
@@ -113,9 +112,12 @@ void flush_characters(Level& level) {
 
 template <class Values>
 void* packed_values(std::uint64_t head, const Values& values) {
-    void* const block = allocate_packed(head, values.size());
-    std::memcpy(block, values.data(), values.size() * sizeof values[0]);
-    return block;
+    OwnedBlock block(allocate_packed(head, values.size()));
+    auto* const to = static_cast<std::remove_cvref_t<decltype(*values.begin())>*>(block.get());
+    in_heeded_stretches(values.size(), [&](std::size_t from, std::size_t end) {
+        std::copy(values.begin() + from, values.begin() + end, to + from);
+    });
+    return block.release();
 }
 
 // The record of a level that gets no more items. An empty text stays known as text; one character is a scalar; an
