@@ -82,6 +82,7 @@ Process::Process(const Launch& launch, const char* program) {
         restore_signals();
         for (const auto& [resource, most] : {std::pair{RLIMIT_DATA, launch.memory},
                                              {RLIMIT_FSIZE, launch.file_size},
+                                             {RLIMIT_STACK, launch.stack},
                                              {RLIMIT_NOFILE, launch.handles}}) {
             const rlimit limit{most, most};
             if (most > 0) setrlimit(resource, &limit);
@@ -131,7 +132,8 @@ void Process::signal(int number) const {
     if (pid_ > 0) kill(pid_, number);
 }
 
-// Moves what can be moved, waiting up to the time for something to move. False when the output is at its end.
+// Moves what can be moved, waiting up to the time for something to move. False when the output is at its end, and the
+// input, which a program may well read after it, is given or may stay open.
 bool Process::pump(double seconds) {
     const bool sending = input_ >= 0 && sent_ < unsent_.size();
     if (!sending && input_ends_) close_if_open(input_);
@@ -151,7 +153,7 @@ bool Process::pump(double seconds) {
             sent_ = 0;
         }
     }
-    return output_ >= 0 || error_ >= 0;
+    return output_ >= 0 || error_ >= 0 || (input_ >= 0 && (input_ends_ || sent_ < unsent_.size()));
 }
 
 bool Process::wait_for(std::string_view text, double seconds) {

@@ -29,6 +29,7 @@ struct Launch {
     bool merged = true;                      // the standard error comes with the standard output, in its order
     std::size_t memory = 0;                  // the most bytes of data that it may have; 0: as the test process
     std::size_t file_size = 0, handles = 0;  // the same of bytes in a file, and of open files
+    std::size_t stack = 0;                   // the same of bytes of the system's stack
     unsigned user = 0;                       // as whom it runs; 0: as the test process
     std::string directory{};                 // where it starts; empty: where the test process is
     bool terminal = false;                   // the standard streams are a terminal
