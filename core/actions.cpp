@@ -1,6 +1,5 @@
 #include "core/actions.h"
 
-#include <algorithm>
 #include <type_traits>
 
 #include "core/chance.h"
@@ -36,8 +35,8 @@ namespace {
 
 Outcome no_action(Activation&) { return Outcome::next; }
 
-Outcome unimplemented(Activation& activation) { return fail(993, activation); }
-Outcome restriction(Activation& activation) { return fail(994, activation); }
+Outcome unimplemented(Activation& activation) { return fail(message::not_implemented, activation); }
+Outcome restriction(Activation& activation) { return fail(message::restriction, activation); }
 
 Outcome end_process(Activation& activation) {
     if (activation.level > 0) return Outcome::stop;
@@ -46,18 +45,6 @@ Outcome end_process(Activation& activation) {
 
 // ---- the table
 
-// The classes of instructions: how many arguments they need, and whether these may not be marks.
-struct Class {
-    std::uint16_t type;
-    std::int8_t arguments;
-    bool refuses_operators;
-};
-constexpr auto classes = std::to_array<Class>({
-    {0, 0, false},  {1, 0, false},  {2, 0, false},  {3, 0, false},  {4, 0, false},  {6, 0, false},  {7, 0, false},
-    {10, 1, true},  {12, 1, false}, {13, 1, false}, {14, 1, false}, {15, 1, false}, {18, 2, true},  {20, 2, false},
-    {21, 2, false}, {22, 2, false}, {23, 2, false}, {28, 3, false}, {30, 3, false}, {35, 0, false}, {36, 0, false},
-});
-
 template <void (*verb)(DataElement*&, DataElement*)>
 Outcome run_verb(Activation& activation) {
     verb(activation.sp, activation.cell);
@@ -65,16 +52,16 @@ Outcome run_verb(Activation& activation) {
 }
 
 // The action behind the check of its class.
-template <Action action, std::int8_t arguments, bool refuses_operators>
+template <Action action, int arguments, bool refuses_operators>
 Outcome checked(Activation& activation) {
     const DataElement* const before = activation.sp;
     if constexpr (arguments > 0) {
         const DataElement* const lowest = before - arguments + 1;
         if (lowest < activation.argument_floor) [[unlikely]]
-            return fail(800, activation);
+            return fail(message::too_few_arguments, activation);
         if constexpr (refuses_operators)
             if (lowest->rank == kind::OPERATOR || before->rank == kind::OPERATOR) [[unlikely]]
-                return fail(200, activation);
+                return fail(message::operator_refused, activation);
     }
     const Outcome outcome = action(activation);
     if constexpr (refuses_operators)
@@ -82,30 +69,22 @@ Outcome checked(Activation& activation) {
     return outcome;
 }
 
-consteval Class class_of(std::uint16_t type) {
-    const auto row = std::ranges::find(classes, type, &Class::type);
-    if (row == classes.end()) throw "an instruction of no class";
-    return *row;
-}
-
 // The row of an instruction of this class: an action of the machine, or a verb that works on the stack pointer.
-template <auto function, std::uint16_t type>
+template <auto function, Class needed>
 consteval Action operation() {
-    constexpr Class row = class_of(type);
-    if constexpr (std::is_convertible_v<decltype(function), Action> && row.arguments <= 0 && !row.refuses_operators)
+    if constexpr (std::is_convertible_v<decltype(function), Action> && needed == Class::free)
         return function;  // nothing to check
     else if constexpr (std::is_convertible_v<decltype(function), Action>)
-        return checked<function, row.arguments, row.refuses_operators>;
+        return checked<function, arguments_of(needed), is_scalar(needed)>;
     else
-        return checked<run_verb<function>, row.arguments, row.refuses_operators>;
+        return checked<run_verb<function>, arguments_of(needed), is_scalar(needed)>;
 }
 
 }  // namespace
 
 constexpr std::array<Action, Instructions.size()> actions{
-#define INSTRUCTION(number, name, code, type, action, ...) operation<action, type>(),
+#define INSTRUCTION(number, name, code, needed, traits, action, ...) operation<action, Class::needed>(),
 #include "data/instructions.def"
-#undef INSTRUCTION
 };
 
 }  // namespace ondrel

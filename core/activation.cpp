@@ -16,7 +16,7 @@ Outcome fail(int number, const Activation& activation) {
 Outcome push(Activation& activation, const DataElement& owned) {
     if (is_full(activation)) {
         Owner refused(owned);
-        return fail(806, activation);
+        return fail(message::stack_full, activation);
     }
     *++activation.sp = owned;
     return Outcome::next;

@@ -26,7 +26,7 @@ struct CallOptions {
 // 806, unwinding, when there are too many runs within runs.
 inline void check_depth(const Activation& caller) {
     if (caller.level >= deepest_level || native_stack_is_short()) [[unlikely]]
-        raise(806, caller.site());
+        raise(message::stack_full, caller.site());
 }
 
 // A link for the table of a stream's own names, which the cell that ends it holds, if it has any; and the chain with
@@ -87,10 +87,10 @@ public:
         callee.sp = caller.sp;
         if (own_frame) {
             DataElement* const base = caller.sp - stream->depth + 1;
-            if (base < caller.argument_floor) return fail(800, caller);
+            if (base < caller.argument_floor) return fail(message::too_few_arguments, caller);
             callee.frame_base = base;
             callee.argument_floor = base + stream->locals;
-            if (stream->locals != 0 && !lay_out(callee, base, stream->locals)) return fail(806, caller);
+            if (stream->locals != 0 && !lay_out(callee, base, stream->locals)) return fail(message::stack_full, caller);
         }
         inside_run = true;
         const Outcome outcome = run(callee);

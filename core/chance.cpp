@@ -36,12 +36,13 @@ Whole whole_number(const DataElement& operand, double tolerance) {
         return whole_real(components[0], tolerance);
     };
     switch (item.tag) {
-        case tag::integer: return item.integer < 0 ? Whole{144} : Whole{0, static_cast<double>(item.integer)};
+        case tag::integer:
+            return item.integer < 0 ? Whole{message::no_deal_of_kind} : Whole{0, static_cast<double>(item.integer)};
         case tag::real: return whole_real(item.real, tolerance);
         case tag::complex: return hypercomplex(item.complex, 2);
         case tag::quaternion: return hypercomplex(item.quaternion, 4);
         case tag::octonion: return hypercomplex(item.octonion, 8);
-        default: return {144};
+        default: return {message::no_deal_of_kind};
     }
 }
 
@@ -110,7 +111,7 @@ Outcome seed(Activation& activation) {
     const DataElement& top = *activation.sp;
     const bool single = (top.type & SHAPE_BITS) != 0;
     const DataElement item = single ? item_at(top.data_pointer, 0) : DataElement{};
-    if (item.tag != tag::integer && item.tag != tag::real) return fail(850, activation);
+    if (item.tag != tag::integer && item.tag != tag::real) return fail(message::no_seed_of_kind, activation);
     std::int64_t value = item.integer;
     if (item.tag == tag::real)
         value = fits_integer(item.real * millionths) ? static_cast<std::int64_t>(item.real * millionths) : INT64_MIN;
@@ -129,19 +130,20 @@ Outcome randomise(Activation&) {
 Outcome deal(Activation& activation) {
     std::swap(activation.sp[0], activation.sp[-1]);
     DataElement &range = activation.sp[0], &count = activation.sp[-1];
-    if (!(range.type & SHAPE_BITS) || !(count.type & SHAPE_BITS)) return fail(42, activation);
+    if (!(range.type & SHAPE_BITS) || !(count.type & SHAPE_BITS)) return fail(message::no_deal_of_these, activation);
     const double forgiven = tolerance();
     const Whole of = whole_number(range, forgiven), how_many = whole_number(count, forgiven);
     for (const Whole& operand : {of, how_many})
         if (operand.error != 0) return fail(operand.error, activation);
-    if (how_many.value > of.value) return fail(43, activation);
-    if (how_many.value > static_cast<double>(UINT32_MAX)) return fail(146, activation);
+    if (how_many.value > of.value) return fail(message::too_many_to_deal, activation);
+    if (how_many.value > static_cast<double>(UINT32_MAX)) return fail(message::too_big, activation);
     const double divisor = static_cast<double>(origin()) + static_cast<double>(prngs_modulus);
     DataElement result = make_empty();
     if (how_many.value > 0) {
         // What the least and the greatest draw come to: there must be enough integers in between.
         const double least = of.value / divisor, greatest = std::trunc(least * static_cast<double>(prngs_modulus));
-        if (!(least > 0 && fits_integer(least) && greatest + 1 >= how_many.value)) return fail(42, activation);
+        if (!(least > 0 && fits_integer(least) && greatest + 1 >= how_many.value))
+            return fail(message::no_deal_of_these, activation);
         result = dealt_numbers(of.value, divisor, static_cast<std::uint32_t>(how_many.value));
     }
     dereferencepoint(range);

@@ -34,7 +34,7 @@ Outcome print_top(Activation& activation) {
 }
 
 Outcome input(Activation& activation) {
-    if (is_full(activation)) return fail(806, activation);
+    if (is_full(activation)) return fail(message::stack_full, activation);
     const DataElement* const before = activation.sp;
     Sentence sentence = typed_sentence(activation, Newline::ends);
     if (sentence.runs()) run_inside(activation, sentence, true);
@@ -42,7 +42,7 @@ Outcome input(Activation& activation) {
 }
 
 Outcome quoted_input(Activation& activation) {
-    if (is_full(activation)) return fail(806, activation);
+    if (is_full(activation)) return fail(message::stack_full, activation);
     std::fflush(stdout);
     std::string line;
     constexpr std::size_t more_than_fit = std::size_t{1} << 32;
@@ -75,10 +75,10 @@ Outcome sleep_top(Activation& activation) {
     const DataElement item = item_at(top.data_pointer, 0);
     timespec length{};
     if (item.tag == tag::integer) {
-        if (item.integer < 0) return fail(949, activation);
+        if (item.integer < 0) return fail(message::time_runs_forward, activation);
         length.tv_sec = item.integer;
     } else if (item.tag == tag::real) {
-        if (item.real < 0) return fail(949, activation);
+        if (item.real < 0) return fail(message::time_runs_forward, activation);
         constexpr double microseconds = 1e6, nanoseconds = 1000;
         const double whole = std::trunc(item.real);
         length.tv_sec = fits_integer(whole) ? static_cast<std::time_t>(whole) : INT64_MAX;
@@ -96,7 +96,7 @@ Outcome sleep_top(Activation& activation) {
 // The Julian date.
 Outcome push_time(Activation& activation) {
     constexpr double days_per_second = 1.1574074074074073e-05, epoch = 2440587.5, microsecond = 1e-6;
-    if (is_full(activation)) return fail(806, activation);
+    if (is_full(activation)) return fail(message::stack_full, activation);
     timeval now{};
     gettimeofday(&now, nullptr);
     DataElement item{};

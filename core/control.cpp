@@ -71,13 +71,12 @@ Outcome run_embedded(Activation& activation) {
 
 // A function on top of the stack, run or dropped.
 Outcome decide_function(Activation& activation, bool runs) {
-    if (activation.sp < activation.argument_floor) return runs ? fail(800, activation) : Outcome::next;
+    if (activation.sp < activation.argument_floor)
+        return runs ? fail(message::too_few_arguments, activation) : Outcome::next;
     if (runs) return execute(activation);
     drop_top(activation);
     return Outcome::next;
 }
-
-bool is_single(const DataElement& value) { return value.rank >= 0 && (value.type & SHAPE_BITS) != 0; }
 
 }  // namespace
 
@@ -97,13 +96,13 @@ Outcome check(Activation& activation) {
     bool yes = top.type != ISEMPTY;
     if (top.type == (ISSCALAR | HASINTEGER)) {
         yes = items_of(top)->integer > 0;
-    } else if (is_single(top)) {
+    } else if (top.rank >= 0 && is_single(top)) {
         const DataElement item = item_at(top.data_pointer, 0);
         if (item.tag == tag::integer) {
             yes = item.integer > 0;
         } else {
             const double probability = probability_of(item);
-            if (probability < 0) return fail(804, activation);
+            if (probability < 0) return fail(message::no_check_of_kind, activation);
             note_chance(activation);
             yes = draw_apart_from(probability, prngs_seed) < probability;
         }
@@ -115,7 +114,8 @@ Outcome check(Activation& activation) {
 Outcome conditional(Activation& activation) {
     const DataElement& cell = *activation.cell;
     const bool yes = is_instruction(static_cast<std::uint16_t>(cell.depth), Instruction::IF_YES);
-    if (activation.decision < 0) return fail(yes ? 147 : 148, activation);
+    if (activation.decision < 0)
+        return fail(yes ? message::no_check_before_yes : message::no_check_before_no, activation);
     const bool runs = is_met(cell, activation.decision);
     if (cell.modifier == function_below) return decide_function(activation, runs);
     return runs ? run_embedded(activation) : Outcome::next;
@@ -124,13 +124,13 @@ Outcome conditional(Activation& activation) {
 Outcome if_value(Activation& activation) {
     std::swap(activation.sp[0], activation.sp[-1]);
     const DataElement& condition = activation.sp[0];
-    if (!is_single(condition)) return fail(801, activation);
+    if (condition.rank < 0 || !is_single(condition)) return fail(message::condition_not_single, activation);
     const DataElement item = item_at(condition.data_pointer, 0);
     bool truth = false;
     if (item.tag == tag::integer) {
         truth = item.integer >= 1;
     } else if (item.tag != tag::real) {
-        return fail(802, activation);
+        return fail(message::no_condition_of_kind, activation);
     } else if (item.real > 0 && item.real < 1) {
         note_chance(activation);
         truth = item.real > draw_apart_from(item.real, prngs_seed);
@@ -148,9 +148,9 @@ Outcome jump(Activation& activation) {
         drop_top(activation);
         return Outcome::next;
     }
-    if (top.rank < 0 || (top.type & ISEMPTY) || top.data_pointer == nullptr) return fail(138, activation);
+    if (top.rank < 0 || (top.type & ISEMPTY) || top.data_pointer == nullptr) return fail(message::no_jump, activation);
     const DataElement item = item_at(top.data_pointer, 0);
-    if (item.tag != tag::integer || item.integer < 0) return fail(138, activation);
+    if (item.tag != tag::integer || item.integer < 0) return fail(message::no_jump, activation);
     drop_top(activation);
     if (item.integer == 0 || item.integer > static_cast<std::int64_t>(activation.cells)) return Outcome::end;
     activation.cell = activation.code + item.integer - 2;  // the cycle steps on
@@ -162,7 +162,7 @@ Outcome jump(Activation& activation) {
 Outcome execute(Activation& activation) {
     const DataElement& top = *activation.sp;
     if (top.rank == kind::FUNCTION) return call_top(activation);
-    if (!is_text(top) || top.rank > 1) return fail(995, activation);
+    if (!is_text(top) || top.rank > 1) return fail(message::cannot_execute, activation);
     const std::string text = characters_of(top, " .");
     drop_top(activation);
     run_text(activation, text);
@@ -172,13 +172,13 @@ Outcome execute(Activation& activation) {
 Outcome dip(Activation& activation) {
     Owner aside(*--activation.sp);
     *activation.sp = activation.sp[1];
-    if (activation.sp->rank != kind::FUNCTION) return fail(995, activation);
+    if (activation.sp->rank != kind::FUNCTION) return fail(message::cannot_execute, activation);
     // With too few arguments the stack is put back as it was found.
     const auto& function = *activation.sp;
     if (function.depth > 0 && activation.sp - function.depth < activation.argument_floor) {
         activation.sp[1] = *activation.sp;
         *activation.sp++ = aside.take();
-        return fail(800, activation);
+        return fail(message::too_few_arguments, activation);
     }
     const Outcome outcome = call_top(activation, {.own_names = false});
     if (outcome != Outcome::next) return outcome;
@@ -213,7 +213,8 @@ DataElement* continuation_of(const Activation& activation, const DataElement* to
 
 Outcome yield(Activation& activation) {
     DataElement& top = *activation.sp;
-    if (activation.sp < activation.argument_floor || top.rank != kind::FUNCTION) return fail(995, activation);
+    if (activation.sp < activation.argument_floor || top.rank != kind::FUNCTION)
+        return fail(message::cannot_execute, activation);
     DataElement* const stream = copyfun(top);
     Owner own(top);
     reference(own.record.text);
@@ -224,7 +225,7 @@ Outcome yield(Activation& activation) {
 }
 
 Outcome yield_to(Activation& activation) {
-    if (activation.sp->rank != kind::FUNCTION) return fail(950, activation);
+    if (activation.sp->rank != kind::FUNCTION) return fail(message::cannot_yield_to, activation);
     return call_top(activation);
 }
 
@@ -252,7 +253,7 @@ private:
 Outcome counted_pass(Activation& activation, Entered& function, bool takes_counter, Counter& counter, std::int64_t i) {
     const DataElement* const before = activation.sp;
     if (takes_counter) {
-        if (is_full(activation)) return fail(806, activation);
+        if (is_full(activation)) return fail(message::stack_full, activation);
         counter.put(activation.sp[1], i);
         ++activation.sp;
     }
@@ -260,7 +261,7 @@ Outcome counted_pass(Activation& activation, Entered& function, bool takes_count
     if (outcome != Outcome::next) return outcome;
     if (activation.sp == before) return Outcome::next;
     while (activation.sp > before) drop_top(activation);
-    return fail(978, activation);
+    return fail(message::loop_leaves_other_count, activation);
 }
 
 }  // namespace
@@ -268,9 +269,9 @@ Outcome counted_pass(Activation& activation, Entered& function, bool takes_count
 Outcome loop(Activation& activation) {
     const bool counts = !is_instruction(activation.cell->modifier, Instruction::DISCARD);
     const DataElement& count = activation.sp[-1];
-    if (activation.sp->rank != kind::FUNCTION) return fail(976, activation);
+    if (activation.sp->rank != kind::FUNCTION) return fail(message::no_function_for_loop, activation);
     if (count.rank != 0 || items_of(count)->tag != tag::integer || items_of(count)->integer < 0)
-        return fail(977, activation);
+        return fail(message::no_loop_count, activation);
     const std::int64_t passes = items_of(count)->integer;
     const Owner function(*activation.sp--);
     const int arguments = function.record.depth;
@@ -279,13 +280,13 @@ Outcome loop(Activation& activation) {
     StackAsFound found(activation, exchanged + 1);
     dereferencepoint(*activation.sp--);
     Counter counter;
-    if (passes != 0 && function.record.locals != 0) return fail(988, activation);
+    if (passes != 0 && function.record.locals != 0) return fail(message::loop_with_locals, activation);
     Entered body(activation, static_cast<DataElement*>(function.record.data_pointer),
                  {.own_names = false, .in_callers_frame = !counts});
     for (std::int64_t i = 1; i <= passes; ++i) {
         if (arguments > 0 && activation.sp - activation.argument_floor + 1 < arguments - 1)
-            return fail(800, activation);
-        if (counts && arguments < 0) return fail(979, activation);
+            return fail(message::too_few_arguments, activation);
+        if (counts && arguments < 0) return fail(message::loop_of_open_arguments, activation);
         if (!counts) found.let_go();
         if (i > 1) body.again();
         const Outcome outcome = counts ? counted_pass(activation, body, arguments > 0, counter, i) : body();

@@ -33,8 +33,7 @@ void print_trace(const Activation& activation) {
     PrintOut = true;
     disass(stdout, trace_label(cell.rank), 0, cell.rank > 0, cell);
     PrintOut = false;
-    if (is_instruction(cell, Instruction::INPUT) || is_instruction(cell, Instruction::QUOTEDIN))
-        std::fputs("\n-> ", stdout);
+    if (cell.rank == kind::OPERATOR && row(cell).has(traits::asks)) std::fputs("\n-> ", stdout);
     std::fflush(stdout);
 }
 
@@ -79,10 +78,7 @@ void show_cell(Activation& activation) {
     }
 }
 
-bool turns_watching(const DataElement& cell) {
-    return is_instruction(cell, Instruction::TRACE) || is_instruction(cell, Instruction::STEP) ||
-           is_instruction(cell, Instruction::RUN);
-}
+bool turns_watching(const DataElement& cell) { return cell.rank == kind::OPERATOR && row(cell).has(traits::watches); }
 
 Outcome trace(Activation& activation) {
     if (acts_on_all(activation)) Trace = true;

@@ -5,8 +5,6 @@
 namespace ondrel {
 namespace {
 
-constexpr int not_for_each = 989, no_function = 990, restriction = 994;
-
 bool is_empty(const DataElement& record) { return record.rank >= 0 && (record.type & ISEMPTY) != 0; }
 
 }  // namespace
@@ -18,9 +16,9 @@ Outcome monadiceach(Activation& activation) {
         dereferencepoint(*activation.sp--);
         return Outcome::next;
     }
-    if (top.rank != kind::FUNCTION) raise(no_function, activation.site());
-    if (top.depth != 1 && top.depth != 2) raise(not_for_each, activation.site());
-    if (value.rank < 0) raise(restriction, activation.site());
+    if (top.rank != kind::FUNCTION) raise(message::no_function_for_each, activation.site());
+    if (top.depth != 1 && top.depth != 2) raise(message::not_for_each, activation.site());
+    if (value.rank < 0) raise(message::restriction, activation.site());
     const Owner function(*activation.sp--);
     if (function.record.depth == 2) return Outcome::next;
 

@@ -63,12 +63,12 @@ Outcome edit(Activation& activation) {
     LongText written;
     if (has_value) written = as_text ? text_of(*activation.sp) : readable_text(*activation.sp, activation.tables);
     const TemporaryFile file;
-    if (file.descriptor < 0 || !file.write(written)) return fail(711, activation);
+    if (file.descriptor < 0 || !file.write(written)) return fail(message::cannot_write, activation);
     if (has_value) operations += activation.sp->elements;
     const bool ended_well = run_editor(file.path);
     const Stream stream(std::fopen(file.path, "r"));
     const std::optional<LongText> left = stream ? all_of(stream.get()) : std::nullopt;
-    if (!left) return fail(710, activation);
+    if (!left) return fail(message::cannot_read, activation);
     const bool is_unchanged = *left == written;
     if (is_unchanged && (!as_text || !ended_well)) return Outcome::next;  // nothing has been edited
     const DataElement text = as_text ? edited_text(*left, activation.site()) : DataElement{};

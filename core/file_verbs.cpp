@@ -23,14 +23,18 @@
 namespace ondrel {
 namespace {
 
-constexpr int refused = 720;
-
 // What a verb says of its name: it is no text, no vector; the file cannot be opened, written or closed.
 struct Numbers {
     int no_text, no_vector, no_file;
 };
-constexpr Numbers of_read{701, 702, 710}, of_write{703, 704, 711}, of_others{706, 707, 712}, of_save{708, 709, 713},
-    of_load{715, 716, 710}, of_dumpstack{721, 722, 723}, of_remember{724, 725, 726};
+using namespace message;
+constexpr Numbers of_read{read_name_not_characters, read_name_structured, cannot_read},
+    of_write{write_name_not_characters, write_name_structured, cannot_write},
+    of_others{file_name_not_characters, file_name_structured, cannot_open},
+    of_save{save_name_not_characters, save_name_structured, cannot_save},
+    of_load{load_name_not_characters, load_name_structured, cannot_read},
+    of_dumpstack{dumpstack_name_not_characters, dumpstack_name_structured, cannot_dump},
+    of_remember{remember_name_not_characters, remember_name_structured, cannot_remember};
 
 [[noreturn]] void refuse(const Activation& activation, int number) { raise(number, activation.site()); }
 
@@ -46,7 +50,7 @@ bool has_empty_name(const Activation& activation) {
 }
 
 [[noreturn]] void refuse_to_open(const Activation& activation, const Numbers& numbers) {
-    refuse(activation, errno == EXDEV ? refused : numbers.no_file);
+    refuse(activation, errno == EXDEV ? message::file_refused : numbers.no_file);
 }
 
 void drop_name(Activation& activation) { dereferencepoint(*activation.sp--); }
@@ -102,7 +106,7 @@ private:
         } catch (const Unwind&) {
             give_up();
         } catch (const std::bad_alloc&) {
-            exception(27);
+            exception(message::out_of_storage);
             give_up();
         }
         return true;
@@ -209,7 +213,7 @@ bool rewind_file(const DataElement& item) {
 
 template <class Act>
 Outcome drop_files(Activation& activation, const Act& act) {
-    if (!is_of_files(*activation.sp)) refuse(activation, 727);
+    if (!is_of_files(*activation.sp)) refuse(activation, message::not_a_file);
     all_files(*activation.sp, act);
     dereferencepoint(*activation.sp--);
     return Outcome::next;
@@ -315,7 +319,8 @@ Outcome close_files(Activation& activation) { return drop_files(activation, clos
 Outcome rewind_files(Activation& activation) { return drop_files(activation, rewind_file); }
 
 Outcome stream_edit(Activation& activation) {
-    static_cast<void>(name_in(activation, *activation.sp, {205, 206, 0}));
+    static_cast<void>(
+        name_in(activation, *activation.sp, {message::expression_not_characters, message::expression_not_a_vector, 0}));
     return Outcome::next;
 }
 

@@ -29,13 +29,13 @@ ItemCalls::ItemCalls(Activation& outer, const DataElement& function, std::uint32
     : activation(outer), operands(outer), body(outer, static_cast<DataElement*>(function.data_pointer), {}), made(n) {}
 
 Outcome ItemCalls::on_item(const void* block, std::size_t i) {
-    if (is_full(activation)) return fail(806, activation);
+    if (is_full(activation)) return fail(message::stack_full, activation);
     put_value_of(block, i, activation.sp[1]);
     return on_top();
 }
 
 Outcome ItemCalls::on_value(Owner& value) {
-    if (is_full(activation)) return fail(806, activation);
+    if (is_full(activation)) return fail(message::stack_full, activation);
     activation.sp[1] = value.take();
     return on_top();
 }
@@ -58,7 +58,7 @@ Outcome ItemCalls::on_top() {
         made.add_nested(nested);
     }
     while (activation.sp > before) dereferencepoint(*activation.sp--);
-    if (!fits) raise(994, activation.site());
+    if (!fits) raise(message::restriction, activation.site());
     heed_attention();  // a function of no cells does not
     return Outcome::next;
 }

@@ -18,7 +18,7 @@ DataElement instructions[sentence_cells];
 void flush_results() {
     if (std::fflush(stdout) == 0 && !std::ferror(stdout)) return;
     std::clearerr(stdout);
-    exception(103);
+    exception(message::cannot_be_written);
 }
 
 DataElement* sp = stack;

@@ -33,7 +33,7 @@ Outcome stop_with(const char* text) {
 
 Outcome push_copy(Activation& activation, const DataElement& value) {
     if (is_full(activation)) [[unlikely]]
-        return fail(806, activation);
+        return fail(message::stack_full, activation);
     DataElement& slot = *++activation.sp;
     slot = value;
     referencepoint(slot);
@@ -70,7 +70,7 @@ Outcome push_literal_function(Activation& activation) {
 [[gnu::always_inline]] inline Outcome push_named(Activation& activation) {
     const DataElement* const value = resolve(activation.tables, *activation.cell);
     if (value == nullptr || !has_value(*value)) [[unlikely]]
-        return fail(23, activation);
+        return fail(message::no_meaning, activation);
     return value->rank == kind::FUNCTION ? push_function(activation, *value) : push_copy(activation, *value);
 }
 
@@ -85,7 +85,7 @@ Outcome push_address(Activation& activation) {
 
 Outcome push_label(Activation& activation) {
     const auto* const place = static_cast<const DataElement*>(activation.cell->data_pointer);
-    if (place == nullptr || !has_value(*place)) return fail(23, activation);
+    if (place == nullptr || !has_value(*place)) return fail(message::no_meaning, activation);
     return push_copy(activation, *place);
 }
 
@@ -96,8 +96,8 @@ DataElement* slot_of(const Activation& activation) {
 Outcome push_local(Activation& activation) {
     const DataElement& slot = *slot_of(activation);
     if (is_full(activation)) [[unlikely]]
-        return fail(806, activation);
-    if (slot.rank == kind::VARIABLE) return fail(23, activation);
+        return fail(message::stack_full, activation);
+    if (slot.rank == kind::VARIABLE) return fail(message::no_meaning, activation);
     return push_copy(activation, slot);
 }
 
@@ -134,7 +134,8 @@ Outcome run_instruction(Activation& activation) {
         return Outcome::next;
     }
     if (cell.type & CONDITIONAL) [[unlikely]] {
-        if (activation.decision < 0) return fail(cell.type & YES ? 147 : 148, activation);
+        if (activation.decision < 0)
+            return fail(cell.type & YES ? message::no_check_before_yes : message::no_check_before_no, activation);
         if (is_skipped(activation)) return Outcome::next;
     }
     switch (cell.rank) {
@@ -252,7 +253,7 @@ void run_sentence(Activation& activation) {
     } catch (const Unwind&) {
         recover(activation);
     } catch (const std::bad_alloc&) {
-        exception(27);
+        exception(message::out_of_storage);
         recover(activation);
     }
     fault_jump = outer;

@@ -96,7 +96,7 @@ int main(int count, char** arguments) {
     if (!options.quiet) print_machine(memory);
     tval = starttime = read_clock();
     make_token_tables();
-    if (!options.quiet) exception(0);
+    if (!options.quiet) exception(message::greeting);
 #ifdef ONDREL_CHECKS
     const auto blocks_at_start = live_blocks;
 #endif
@@ -113,7 +113,7 @@ int main(int count, char** arguments) {
 
     if (!options.quiet) {
         report_instructions();
-        std::printf("\n%s\n", errors(FAREWELL));
+        std::printf("\n%s\n", errors(message::farewell));
     }
     std::fputs("\n", stdout);
 #ifdef ONDREL_CHECKS

@@ -10,22 +10,19 @@
 namespace ondrel {
 namespace {
 
-constexpr int wide_mask = 983, even_mask = 984, other_rank = 985, no_function = 986, not_monadic = 987,
-              restriction = 994;
-
 std::span<const std::int64_t> shape_of(const DataElement& value) {
     return {value.shape_pointer, static_cast<std::size_t>(value.rank)};
 }
 
 // The message about a mask that does not fit the data, or 0.
 int misfit(const DataElement& data, const DataElement& mask) {
-    if (data.rank != mask.rank) return other_rank;
-    if (data.rank < 0) return restriction;
+    if (data.rank != mask.rank) return message::mask_of_other_rank;
+    if (data.rank < 0) return message::restriction;
     const auto lengths = shape_of(mask);
-    if (std::ranges::any_of(lengths, [](std::int64_t length) { return length % 2 == 0; })) return even_mask;
+    if (std::ranges::any_of(lengths, [](std::int64_t length) { return length % 2 == 0; })) return message::mask_even;
     const bool fits = std::ranges::equal(
         lengths, shape_of(data), [](std::int64_t length, std::int64_t of_data) { return length <= of_data + 1; });
-    return fits ? 0 : wide_mask;
+    return fits ? 0 : message::mask_too_wide;
 }
 
 Edge edge_of(const DataElement& cell) {
@@ -40,8 +37,8 @@ Edge edge_of(const DataElement& cell) {
 
 Outcome mask(Activation& activation) {
     const DataElement& top = *activation.sp;
-    if (top.rank != kind::FUNCTION) return fail(no_function, activation);
-    if (top.depth != 1) return fail(not_monadic, activation);
+    if (top.rank != kind::FUNCTION) return fail(message::no_function_for_mask, activation);
+    if (top.depth != 1) return fail(message::mask_not_monadic, activation);
     DataElement& data = activation.sp[-2];
     const DataElement& weights = activation.sp[-1];
     if (const int number = misfit(data, weights); number != 0) return fail(number, activation);

@@ -104,8 +104,7 @@ DataElement* rebind(const Chain* tables, DataElement& cell) {
     const std::string_view name = name_of(cell);
     const bool plain = is_scope(cell, Instruction::SGIG);
     Entry* const known = held_value(cell) != nullptr ? entry_of(cell.data_pointer) : nullptr;
-    Entry* const found =
-        plain ? checkhash(variables.table, name) : checkmeaning(tables, name, cell.bound_table, known);
+    Entry* const found = plain ? checkhash(variables.table, name) : checkmeaning(tables, name, cell.bound_table, known);
     if (found == nullptr) return nullptr;
     bind(cell, found, plain ? 0 : search_of(*tables));
     return &found->value;
@@ -121,11 +120,11 @@ DataElement* resolve_or_make(const Chain* tables, DataElement& cell) {
 }
 
 Outcome assign(Activation& activation) {
-    return store(activation, activation.sp - 1, true) ? Outcome::next : fail(55, activation);
+    return store(activation, activation.sp - 1, true) ? Outcome::next : fail(message::not_a_variable, activation);
 }
 
 Outcome set(Activation& activation) {
-    return store(activation, activation.sp - 2, false) ? Outcome::next : fail(55, activation);
+    return store(activation, activation.sp - 2, false) ? Outcome::next : fail(message::not_a_variable, activation);
 }
 
 Outcome make_address(Activation& activation) {
@@ -150,14 +149,14 @@ Outcome make_address(Activation& activation) {
 }
 
 Outcome get(Activation& activation) {
-    if (leads_nowhere(activation)) return fail(23, activation);
+    if (leads_nowhere(activation)) return fail(message::no_meaning, activation);
     const DataElement* const value = value_named(activation);
     Owner name(std::exchange(*activation.sp, copy_of(value)));
     return Outcome::next;
 }
 
 Outcome do_name(Activation& activation) {
-    if (leads_nowhere(activation)) return fail(23, activation);
+    if (leads_nowhere(activation)) return fail(message::no_meaning, activation);
     const DataElement* const value = value_named(activation);
     const bool runs = value != nullptr && has_value(*value);
     Owner name(std::exchange(*activation.sp, copy_of(value)));
@@ -173,8 +172,8 @@ Outcome forget(Activation& activation) {
         }
     } else {
         const bool brought = top.rank == kind::ADDRESS && held_value(top) != nullptr;
-        Entry* const entry = brought ? entry_of(top.data_pointer)
-                                     : checkmeaning(activation.tables, name_from(activation, top));
+        Entry* const entry =
+            brought ? entry_of(top.data_pointer) : checkmeaning(activation.tables, name_from(activation, top));
         if (entry != nullptr) forgethash(entry);
     }
     dereferencepoint(*activation.sp--);
@@ -196,7 +195,9 @@ Outcome move_context(Activation& activation) {
         case Instruction::BASIC:
             return activation.tables->table == variables.table ? Outcome::next
                                                                : push_context(activation, variables.table);
-        default: return activation.sp < activation.argument_floor ? fail(800, activation) : Outcome::next;
+        default:
+            return activation.sp < activation.argument_floor ? fail(message::too_few_arguments, activation)
+                                                             : Outcome::next;
     }
 }
 

@@ -20,12 +20,12 @@ std::optional<std::uint32_t> single_integer(const Activation& activation) {
 
 Outcome parallel(Activation& activation) {
     const std::optional<std::uint32_t> operand = single_integer(activation);
-    if (!operand) return fail(202, activation);
+    if (!operand) return fail(message::no_number_of_processors, activation);
     const std::int64_t wanted = static_cast<std::int32_t>(*operand);
     if (wanted > cpus) {
         std::fflush(stdout);
         std::fprintf(stderr, "WARNING: 204 - requested more than started processors (%ld):", static_cast<long>(cpus));
-        exception(204, activation.site());
+        exception(message::fewer_processors, activation.site());
     }
     processors = static_cast<std::uint32_t>(std::clamp<std::int64_t>(wanted, 1, cpus));
     dereferencepoint(*activation.sp--);
@@ -34,7 +34,7 @@ Outcome parallel(Activation& activation) {
 
 Outcome serial(Activation& activation) {
     const std::optional<std::uint32_t> operand = single_integer(activation);
-    if (!operand) return fail(203, activation);
+    if (!operand) return fail(message::no_number_of_items, activation);
     MIN_PARALLEL = std::max(*operand, processors);
     dereferencepoint(*activation.sp--);
     return Outcome::next;

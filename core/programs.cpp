@@ -51,7 +51,7 @@ DataElement program_of(Sentence& sentence) {
 // The sentence that is added at the end is left out if it is empty and not the only one.
 Outcome assemble(Activation& activation) {
     const DataElement& top = *activation.sp;
-    if (!is_text(top) || top.rank > 1) return fail(981, activation);
+    if (!is_text(top) || top.rank > 1) return fail(message::cannot_assemble, activation);
     const std::string text = characters_of(top, " .");
     dereferencepoint(*activation.sp--);
     const char* position = text.c_str();

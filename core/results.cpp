@@ -45,14 +45,14 @@ void forget_result(Table* memory, std::string_view key) {
 // `recall` takes what memory has; without it the function runs in any case.
 Outcome remembered(Activation& activation, bool recall) {
     const DataElement& function = *activation.sp;
-    if (function.rank != kind::FUNCTION) return fail(975, activation);
+    if (function.rank != kind::FUNCTION) return fail(message::no_function_for_result, activation);
     auto* const header = static_cast<DataElement*>(function.data_pointer);
     if ((header->type & (INOUT | ISPROBABLE)) || function.depth < 0) return call_top(activation);
 
     DataElement* const first = activation.sp - function.depth;
     if (first < activation.argument_floor) {
         dereferencepoint(*activation.sp--);
-        return fail(800, activation);
+        return fail(message::too_few_arguments, activation);
     }
     Table* const memory = variables.table;
     const LongText key = memory_key(first, function, activation.frame_base);

@@ -25,7 +25,7 @@ void drop_above(Activation& activation, const DataElement* last_kept) {
 }
 
 Outcome push_integer(Activation& activation, std::int64_t value) {
-    if (is_full(activation)) return fail(806, activation);
+    if (is_full(activation)) return fail(message::stack_full, activation);
     DataElement item{};
     item.head = make_head(tag::integer, form::number);
     item.integer = value;
@@ -85,7 +85,7 @@ Outcome swap_top(Activation& activation) {
 }
 
 Outcome duplicate(Activation& activation) {
-    if (is_full(activation)) return fail(806, activation);
+    if (is_full(activation)) return fail(message::stack_full, activation);
     DataElement* const literal = activation.cell + 1;
     LiteralForm* const form =
         activation.fuses && activation.sp < stacktop ? literal_form_behind(*activation.sp, literal) : nullptr;
@@ -105,7 +105,7 @@ Outcome duplicate(Activation& activation) {
 }
 
 Outcome push_mark(Activation& activation) {
-    if (is_full(activation)) return fail(806, activation);
+    if (is_full(activation)) return fail(message::stack_full, activation);
     DataElement mark = *activation.cell;
     mark.type &= ~(CONDITIONAL | YES);
     referencepoint(mark);
@@ -118,10 +118,10 @@ Outcome collect(Activation& activation) {
     const bool marked = mark >= activation.argument_floor;
     const std::ptrdiff_t n = activation.sp - mark;
     const bool needs_mark = activation.cell->modifier == static_cast<std::uint16_t>(Instruction::MARK);
-    if (!marked && needs_mark && n > 0) return fail(201, activation);
+    if (!marked && needs_mark && n > 0) return fail(message::no_mark, activation);
     if (!marked && n == 0) return push(activation, make_empty());
     if (!marked && n == 1) return Outcome::next;
-    if (n > 1 && !std::all_of(mark + 1, activation.sp + 1, can_be_item)) return fail(994, activation);
+    if (n > 1 && !std::all_of(mark + 1, activation.sp + 1, can_be_item)) return fail(message::restriction, activation);
 
     DataElement* const place = marked ? mark : mark + 1;
     DataElement result = n == 0 ? make_empty() : n == 1 ? *activation.sp-- : vector_of(mark + 1, activation.sp);

@@ -16,7 +16,7 @@ namespace ondrel {
 
 double operators = 0, operations = 0, flopos = 0, verbs = 0;
 double tval = 0, prevtime = 0, duration = 0, starttime = 0;
-std::array<InstructionTime, 270> InstructionTiming{};
+std::array<InstructionTime, Instructions.size()> InstructionTiming{};
 
 namespace {
 
@@ -49,26 +49,10 @@ Extent extent_of(const DataElement& value) {
     return extent;
 }
 
-bool is_dyadic(Instruction instruction) { return row(instruction).type == dyadic_class; }
-// Verbs that move items and compute none. They count those of their result, and not what is nested in it.
-bool moves_items(Instruction instruction) {
-    using enum Instruction;
-    constexpr std::array movers{RESHAPE,  DEAL,        RAVEL,       ENCLOSE,   DISCLOSE,         FIRST,
-                                REST,     SHAPE,       RANK,        DEPTH,     MIRROR,           REVERSE,
-                                CATENATE, TRANSPOSE,   COMPRESS,    REPLICATE, COMPRESSLASTAXIS, ENASCII,
-                                DEASCII,  ENCAPSULATE, DECAPSULATE, ENLIST};
-    return std::ranges::find(movers, instruction) != movers.end();
-}
-bool folds(Instruction instruction) {
-    return instruction == Instruction::REDUCE || instruction == Instruction::REDUCELASTAXIS;
-}
+bool is_dyadic(Instruction instruction) { return row(instruction).needed == Class::dyadic_scalar; }
 bool counts_result(Instruction instruction) {
-    return scalar_operands(static_cast<std::uint16_t>(instruction)) > 0 || instruction == Instruction::INTERVAL ||
-           moves_items(instruction) || folds(instruction);
-}
-// What a mask leaves out has been looked at too.
-bool counts_masked(Instruction instruction) {
-    return instruction == Instruction::COMPRESS || instruction == Instruction::COMPRESSLASTAXIS;
+    using namespace traits;
+    return is_scalar(row(instruction).needed) || row(instruction).has(counts_up | moves_items | folds);
 }
 
 // What a verb computes for an item, by the highest kind of number that it works on, as its plain formula has it.
@@ -77,26 +61,12 @@ struct Flops {
 };
 
 Flops flops_of(Instruction instruction) {
-    using enum Instruction;
-    switch (instruction) {
-        case MULTIPLY: return {1, 6, 28, 120};
-        case DIVIDE: return {1, 11, 39, 143};
-        case AND:
-        case OR:
-        case NAND:
-        case NOR:
-        case STRONGAND:
-        case STRONGOR:
-        case STRONGNAND:
-        case STRONGNOR: return {2, 6, 12, 24};
-        case BINARY:
-        case NUMBER:
-        case ISBINARY:
-        case ISNUMBER:
-        case ISPOLAR:
-        case ISCARTESIAN: return {0, 0, 0, 0};
-        default: return moves_items(instruction) ? Flops{0, 0, 0, 0} : Flops{1, 2, 4, 8};
-    }
+    const InstructionRow& of = row(instruction);
+    if (of.has(traits::multiplies)) return {1, 6, 28, 120};
+    if (of.has(traits::divides)) return {1, 11, 39, 143};
+    if (of.has(traits::connects)) return {2, 6, 12, 24};
+    if (of.has(traits::judges | traits::moves_items)) return {0, 0, 0, 0};
+    return {1, 2, 4, 8};
 }
 
 double flops_an_item(Instruction instruction, std::uint32_t kinds) {
@@ -207,21 +177,21 @@ AccountedInstruction::AccountedInstruction(const Activation& activation)
     counts_items = std::ranges::none_of(found, [](const DataElement& operand) { return operand.type & ISEMPTY; });
     if (instruction == Instruction::ENCAPSULATE) counts_items = counts_items && can_encapsulate(found[0]);
     if (!counts_items) return;
-    if (counts_masked(instruction) && activation.sp > activation.argument_floor)
+    if (row(instruction).has(traits::masks) && activation.sp > activation.argument_floor)
         looked_at = activation.sp[-1].elements;
-    if (folds(instruction)) looked_at = activation.sp->rank > 0 ? extent_of(*activation.sp).items : 0;
+    if (row(instruction).has(traits::folds)) looked_at = activation.sp->rank > 0 ? extent_of(*activation.sp).items : 0;
     for (const DataElement& operand : found) operands |= extent_of(operand).kinds;
 }
 
 void AccountedInstruction::finish(const DataElement* top) {
     if (counts_items) {
-        const double items = counts_masked(instruction) || folds(instruction) ? looked_at
-                             : moves_items(instruction)                       ? top->elements
-                                                                              : extent_of(*top).items;
+        const InstructionRow& of = row(instruction);
+        const double items = of.has(traits::masks | traits::folds) ? looked_at
+                             : of.has(traits::moves_items)         ? top->elements
+                                                                   : extent_of(*top).items;
         operations += items;
-        flopos = is_dyadic(instruction) + items * (instruction == Instruction::INTERVAL
-                                                       ? flops_of_interval(*top)
-                                                       : flops_an_item(instruction, operands));
+        flopos = is_dyadic(instruction) +
+                 items * (of.has(traits::counts_up) ? flops_of_interval(*top) : flops_an_item(instruction, operands));
         share_flops(flopos);
     } else if (instruction == Instruction::MATCH) {
         operations += looked_at;

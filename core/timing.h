@@ -23,7 +23,7 @@ struct InstructionTime {
     double count;          // items worked on, or 1 for a run that worked on none
     double flops;
 };
-extern std::array<InstructionTime, 270> InstructionTiming;  // by instruction number
+extern std::array<InstructionTime, Instructions.size()> InstructionTiming;  // by instruction number
 
 // Whether each cell is looked at, for the counts.
 bool counts_cells();

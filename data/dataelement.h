@@ -124,6 +124,9 @@ constexpr bool mixed_kinds(std::uint32_t type) {
     return (kinds & (kinds - 1)) != 0;
 }
 
+// One item, which stands for as many as are needed. Of values; a cell is none.
+constexpr bool is_single(const DataElement& value) { return (value.type & SHAPE_BITS) != 0; }
+
 constexpr bool has_name(const DataElement& item) {
     return (item.marks & mark::named) != 0 && item.tag != tag::quaternion && item.name != nullptr;
 }

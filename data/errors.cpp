@@ -44,7 +44,7 @@ void raise(int number, Site site) {
     throw Unwind{};
 }
 
-void out_of_memory() { raise(27, {}); }
+void out_of_memory() { raise(message::out_of_storage, {}); }
 
 void end_of_process() {
     endprocess = true;

@@ -12,11 +12,10 @@ struct Message {
 };
 
 constexpr auto table = std::to_array<Message>({
-#define MESSAGE(number, text) {number, text},
+#define MESSAGE(number, name, text) {number, text},
+#define UNUSED(number, text) {number, text},
 #include "data/messages.def"
-#undef MESSAGE
 });
-static_assert(table.size() == 248);
 static_assert(std::ranges::is_sorted(table, std::ranges::less_equal{}, &Message::number) &&
               std::ranges::adjacent_find(table, {}, &Message::number) == table.end());
 

@@ -31,7 +31,7 @@ extern constinit thread_local std::uintptr_t lowest_walk;
 inline void enter_nest() {
     heed_attention();
     if (reinterpret_cast<std::uintptr_t>(__builtin_frame_address(0)) < lowest_walk) [[unlikely]]
-        raise(806, {});
+        raise(message::stack_full, {});
 }
 
 // So many items as a record counts them. Raises 146 beyond.

@@ -19,18 +19,18 @@ struct Effect {
     std::string_view action, stack, messages;
 };
 
-constexpr Effect effect(std::uint16_t type, std::string_view action, std::string_view stack = {},
+constexpr Effect effect(Class needed, std::string_view action, std::string_view stack = {},
                         std::string_view messages = {}) {
     if (!stack.empty() || action == "unimplemented") return {action, stack, messages};
-    if (type == monadic_class) return {action, "value -- result", "994"};
-    if (type == dyadic_class) return {action, "left right -- result", "17 994"};
+    if (needed == Class::monadic_scalar) return {action, "value -- result", "994"};
+    if (needed == Class::dyadic_scalar) return {action, "left right -- result", "17 994"};
     return {action, {}, {}};
 }
 
 constexpr auto effects = std::to_array<Effect>({
-#define INSTRUCTION(number, name, code, type, action, ...) effect(type, #action __VA_OPT__(, ) __VA_ARGS__),
+#define INSTRUCTION(number, name, code, needed, traits, action, ...) \
+    effect(Class::needed, #action __VA_OPT__(, ) __VA_ARGS__),
 #include "data/instructions.def"
-#undef INSTRUCTION
 });
 
 constexpr const Effect& effect_of(Instruction instruction) { return effects[static_cast<std::size_t>(instruction)]; }
@@ -249,7 +249,7 @@ void put_messages() {
     constexpr int highest = 2000;
     std::puts("\n## Messages\n\n| Number | Text |\n|---|---|");
     for (int number = 0; number < highest; ++number) {
-        if (number != FAREWELL && errors(number) == errors(FAREWELL)) continue;
+        if (number != message::farewell && errors(number) == errors(message::farewell)) continue;
         std::string text;
         for (const char c : std::string_view(errors(number)))
             text += c == '|' ? "\\|" : c == '\n' ? " " : c == '<' ? "&lt;" : std::string(1, c);

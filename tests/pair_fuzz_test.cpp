@@ -27,11 +27,10 @@ constexpr std::uint64_t seed = 1;
 constexpr unsigned most_seconds = 240;
 
 // Whatever takes one value or two and is no verb of the stack: the classes of the scalar verbs.
-constexpr std::uint16_t monadic_class = 10, dyadic_class = 18;
 const std::vector<InstructionRow> scalar_verbs = [] {
     std::vector<InstructionRow> verbs;
     std::ranges::copy_if(Instructions, std::back_inserter(verbs), [](const InstructionRow& row) {
-        return row.type == monadic_class || row.type == dyadic_class;
+        return is_scalar(row.needed);
     });
     return verbs;
 }();
@@ -156,7 +155,7 @@ void expect_as_it_was(const Seen& before, const DataElement& record) {
 void run_verb(const InstructionRow& verb, Activation& activation) {
     const DataElement* const first = activation.argument_floor;
     const std::vector<Seen> before(first, static_cast<const DataElement*>(activation.sp) + 1);
-    const std::size_t taken = verb.type == dyadic_class ? 2 : 1;
+    const auto taken = static_cast<std::size_t>(arguments_of(verb.needed));
     const int error = error_of([&] { actions[static_cast<std::size_t>(verb.number)](activation); });
     check_soundness(activation);
 

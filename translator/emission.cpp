@@ -34,23 +34,14 @@ DataElement* first_cell() { return level().cells + (inside_function() ? 1 : 0); 
 
 // ---- effects
 
-constexpr std::array<std::uint32_t, Instructions.size()> make_effects() {
-    using enum Instruction;
-    std::array<std::uint32_t, Instructions.size()> effects{};
-    for (const Instruction verb :
-         {READ,   WRITE, APPEND, TEXTREAD, TEXTWRITE, TEXTAPPEND, OPEN,  CLOSE,  DATAIN, DATAOUT,
-          REWIND, SEEK,  SAVE,   LOAD,     DUMPSTACK, REMEMBER,   INPUT, OUTPUT, PRINT,  QUOTEDIN})
-        effects[static_cast<std::size_t>(verb)] = INOUT;
-    for (const Instruction verb : {PROBABLY, ROLL, RANDOM, DEAL}) effects[static_cast<std::size_t>(verb)] = ISPROBABLE;
-    effects[static_cast<std::size_t>(ASSEMBLE)] = GLOBAL;
-    for (const Instruction verb : {WIPE, FORGET}) effects[static_cast<std::size_t>(verb)] = GLOBALCHANGE;
-    return effects;
-}
-constexpr auto effects = make_effects();
-
 void collect_effects(Instruction instruction, Instruction second) {
     using enum Instruction;
-    add_effect(effects[static_cast<std::size_t>(instruction)]);
+    constexpr std::pair<traits::Traits, std::uint32_t> effects[]{{traits::in_and_out, INOUT},
+                                                                 {traits::draws, ISPROBABLE},
+                                                                 {traits::makes_code, GLOBAL},
+                                                                 {traits::changes_names, GLOBALCHANGE}};
+    for (const auto& [trait, effect] : effects)
+        if (row(instruction).has(trait)) add_effect(effect);
     if (instruction == DISASSEMBLE && second == TEXTWRITE) add_effect(INOUT);
     if ((instruction == ASSIGN || instruction == SET) && varsp > 0 && varstack[--varsp]) add_effect(GLOBALCHANGE);
 }
@@ -88,7 +79,7 @@ void drop_level() {
 
 void refuse_sentence() {
     if (!dropping) {
-        exception(807, {nullptr, cursor > first_cell() ? cursor - 1 : cursor});
+        exception(message::programme_full, {nullptr, cursor > first_cell() ? cursor - 1 : cursor});
     }
     dropping = true;
 }
@@ -276,7 +267,8 @@ void combine(std::string_view spelling, Instruction instruction) {
     if (cursor > first_cell()) --cursor;
     DataElement& verb = *cursor;
     if (verb.rank != kind::OPERATOR) {
-        report(instruction == Instruction::OUTERPRODUCT ? 74 : 79);
+        report(instruction == Instruction::OUTERPRODUCT ? message::nothing_before_outerproduct
+                                                        : message::nothing_before_reduce);
         dereferencepoint(verb);
         verb = {};
         return;
@@ -293,7 +285,8 @@ void combine(std::string_view spelling, Instruction instruction) {
 // under two: the later one takes the place of the earlier, so that the last word of the text is always the condition's.
 void make_conditional(char* spelling, Instruction instruction) {
     if (emit_users_name(spelling)) return;
-    if (cursor == first_cell() && !inside_function()) return report(instruction == Instruction::IF_YES ? 147 : 148);
+    if (cursor == first_cell() && !inside_function())
+        return report(instruction == Instruction::IF_YES ? message::no_check_before_yes : message::no_check_before_no);
     DataElement& cell = cursor[-1];
     if (cell.rank == kind::FUNCTION) {
         DataElement conditional = operator_cell(instruction, Instruction::NIHIL, spelling);
@@ -316,7 +309,7 @@ void make_conditional(char* spelling, Instruction instruction) {
 
 void push_name(bool global) {
     if (!inside_function()) return;
-    if (varsp == most_names) return report(808);
+    if (varsp == most_names) return report(message::too_many_names);
     varstack[varsp++] = global;
 }
 

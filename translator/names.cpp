@@ -107,9 +107,9 @@ void emit_label_address(std::string_view name) {
 }
 
 void emit_local(std::int64_t number, bool address) {
-    if (level().locals == 0) return report(151);
-    if (number < 1) return report(150);
-    if (number > level().locals) return report(152);
+    if (level().locals == 0) return report(message::no_locals_here);
+    if (number < 1) return report(message::local_not_positive);
+    if (number > level().locals) return report(message::no_such_local);
     if (address) push_name(false);
     DataElement cell = constant(tag::integer);
     cell.rank = address ? kind::LOCAL_ADDRESS : kind::LOCAL_VARIABLE;

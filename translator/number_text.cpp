@@ -9,6 +9,7 @@
 #include "data/blocks.h"
 #include "numbers/kinds.h"
 #include "numbers/polar.h"
+#include "translator/bytes.h"
 #include "translator/source.h"
 
 namespace ondrel {
@@ -17,7 +18,6 @@ namespace {
 constexpr std::string_view cartesian_letters = "ijklmno", polar_letters = "pqrstuv";
 constexpr char high_minus = '\xAF';
 
-bool is_digit(int c) { return c >= '0' && c <= '9'; }
 bool is_sign(int c) { return c == '-' || c == static_cast<unsigned char>(high_minus); }
 
 // Numbers are read from the source, and their components once more from a text.

@@ -319,10 +319,7 @@ void put_displayed_operator(TextOutput& out, const DataElement& cell) {
         }
         return out.put(name_of(cell.modifier));
     }
-    const bool combining =
-        is_instruction(cell, OUTERPRODUCT) ||
-        (cell.depth >= static_cast<std::int16_t>(SCAN) && cell.depth <= static_cast<std::int16_t>(REDUCENWISELASTAXIS));
-    if (combining) {
+    if (row(cell).has(traits::combines)) {
         out.put(name_of(cell.modifier));
         out.put(" . OPERATOR:\t\t");
     }

@@ -76,7 +76,7 @@ DataElement matched_item(const NumberMatch& match, bool in_literal) {
     const bool character = match.form == NumberForm::binary_character;
     if (character) text = text.substr(1, text.size() - 2);
     const BinaryDigits digits = read_binary(text.substr(2), character ? 8 : 64);
-    if (digits.cut) report(character ? 810 : 809);
+    if (digits.cut) report(character ? message::character_cut : message::number_cut);
     const std::size_t plain_digits = digits.cut ? 0 : 9;  // a character of its code, no bits
     DataElement item{};
     if (character || (digits.written <= 8 && !in_literal)) {
@@ -172,7 +172,7 @@ void scan_shape() {
         const DataElement item = number_item(ahead(match.length), match.form);
         consume(match.length);
         if (item.tag == tag::real)
-            report(1100);
+            report(message::shape_too_big);
         else if (refused_levels == 0)
             dimensions.push_back(item.integer);
     } else if (peek(0) == ']') {
@@ -262,7 +262,7 @@ void scan_mask_word() {
     condition = Condition::sentence;
     const TokenMatch match = match_token(Vocabulary::sentence);
     if (match.token == nullptr || std::string_view(match.token->text) != "MASK") {
-        report(982);
+        report(message::modifier_not_for_verb);
         dereferencepoint(*cursor);
         *cursor = {};
         return;
@@ -440,7 +440,7 @@ int translate() {
             return nothing_to_run();  // nobody waits for the rest
         } catch (const Unwind&) {
         } catch (const std::bad_alloc&) {
-            exception(27);
+            exception(message::out_of_storage);
         }
         drop_sentence();
         if (!std::exchange(stuck, true)) continue;

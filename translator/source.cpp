@@ -8,6 +8,7 @@
 #include <string>
 
 #include "data/errors.h"
+#include "translator/bytes.h"
 
 namespace ondrel {
 
@@ -45,8 +46,6 @@ void await_bytes(std::FILE* stream) {
     do heed_attention();
     while (ppoll(&watched, 1, nullptr, &held.before) < 0 && errno == EINTR);
 }
-
-bool is_digit(int byte) { return byte >= '0' && byte <= '9'; }
 
 // 0 at the end: only in memory does \xFF end a text.
 int next_in_memory() {

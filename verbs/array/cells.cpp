@@ -12,10 +12,8 @@
 namespace ondrel {
 namespace {
 
-constexpr int restriction = 994, address = 159, too_many_axes = 970;
-
 void need_value(const DataElement& record, Site site) {
-    if (record.rank < 0) raise(restriction, site);
+    if (record.rank < 0) raise(message::restriction, site);
 }
 
 std::span<const std::int64_t> dimensions(const DataElement& value) {
@@ -170,11 +168,12 @@ void turn_axes(std::span<const std::int64_t> axes, const Bare* from, Bare* to) {
 
 void transpose(DataElement*& sp, DataElement* cell) {
     DataElement& top = *sp;
-    if (top.rank == kind::ADDRESS || top.rank == kind::LOCAL_ADDRESS) raise(address, {sp, cell});
+    if (top.rank == kind::ADDRESS || top.rank == kind::LOCAL_ADDRESS)
+        raise(message::address_cannot_be_transposed, {sp, cell});
     need_value(top, {sp, cell});
     if (top.data_pointer == nullptr || top.rank < 2) return;
     constexpr std::int32_t most_axes = 8;
-    if (top.rank > most_axes) raise(too_many_axes, {sp, cell});
+    if (top.rank > most_axes) raise(message::too_many_axes, {sp, cell});
     const auto axes = dimensions(top);
     Owner turned;
     turned.record.rank = top.rank;

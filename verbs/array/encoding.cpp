@@ -16,8 +16,6 @@
 namespace ondrel {
 namespace {
 
-constexpr int restriction = 994, mixed_nest = 1003, no_vector = 1004;
-
 constexpr std::uint64_t plain_head(std::uint32_t tag) { return make_head(tag, form::number); }
 
 constexpr std::uint16_t without_top(std::uint16_t marks) {
@@ -50,7 +48,7 @@ DataElement with_items(const DataElement& value, void* block, std::uint32_t type
 // Runs `make(value)` in place of the top of the stack.
 template <class Make>
 void replace_top(DataElement*& sp, DataElement* cell, const Make& make) {
-    if (sp->rank < 0) raise(restriction, {sp, cell});
+    if (sp->rank < 0) raise(message::restriction, {sp, cell});
     Owner result(make(*sp));
     std::swap(*sp, result.record);
 }
@@ -196,9 +194,9 @@ DataElement encapsulated(const DataElement& value, Site site) {
     if (value.type & ISEMPTY) return copy_of(value);
     if (!can_encapsulate(value)) {
         if (value.type & STRUCTURED)
-            exception(mixed_nest, site);
+            exception(message::encapsulate_of_mixed_nest, site);
         else if (value.rank != 1)
-            exception(no_vector, site);
+            exception(message::encapsulate_of_no_vector, site);
         return copy_of(value);
     }
     if (value.type & STRUCTURED) return encapsulated_items(value, site);
@@ -276,7 +274,7 @@ void encapsulate(DataElement*& sp, DataElement* cell) {
 }
 void decapsulate(DataElement*& sp, DataElement* cell) {
     constexpr std::int16_t deepest = std::numeric_limits<std::int16_t>::max();
-    if (sp->depth == deepest) raise(restriction, {sp, cell});  // its numbers become vectors
+    if (sp->depth == deepest) raise(message::restriction, {sp, cell});  // its numbers become vectors
     replace_top(sp, cell, decapsulated);
 }
 

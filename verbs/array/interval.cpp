@@ -24,9 +24,6 @@
 namespace ondrel {
 namespace {
 
-constexpr int no_interval_of_kind = 142, too_big = 146, not_whole = 153, bad_operand = 154, step_of_characters = 155,
-              not_both_characters = 156, different_kinds = 157, infinite = 158;
-
 constexpr std::uint64_t most_items = std::numeric_limits<std::uint32_t>::max();
 
 // ---- results
@@ -163,7 +160,7 @@ double count_between(double from, double to, double step) {
 // The error that a count of items is, or 0.
 template <class Count>
 int error_of_count(Count n) {
-    return n == 0 ? infinite : n > static_cast<Count>(most_items) ? too_big : 0;
+    return n == 0 ? message::interval_infinite : n > static_cast<Count>(most_items) ? message::too_big : 0;
 }
 
 // ---- lists
@@ -187,7 +184,7 @@ double as_real_number(const DataElement& item) {
 Computed counted(std::int64_t n, Site site) {
     const std::int64_t first = origin();
     const std::uint64_t magnitude = n < 0 ? -static_cast<std::uint64_t>(n) : static_cast<std::uint64_t>(n);
-    if (magnitude > most_items) raise(too_big, site);
+    if (magnitude > most_items) raise(message::too_big, site);
     if (n < 0) return integers(static_cast<std::int64_t>(-static_cast<std::uint64_t>(first)), -1, magnitude);
     return integers(first, 1, magnitude);
 }
@@ -218,9 +215,9 @@ Computed between(std::span<const DataElement> items, Site site) {
 
 Computed number_interval(std::span<DataElement> items, Site site) {
     if (!std::ranges::all_of(items, [](const DataElement& item) { return item.tag <= tag::real; }))
-        raise(different_kinds, site);
+        raise(message::different_kinds, site);
     if (items.size() > 1) return between(items, site);
-    if (!to_integer(items[0], tolerance())) raise(not_whole, site);
+    if (!to_integer(items[0], tolerance())) raise(message::interval_not_whole, site);
     return counted(items[0].integer, site);
 }
 
@@ -228,10 +225,10 @@ Computed number_interval(std::span<DataElement> items, Site site) {
 
 Computed character_interval(std::span<const DataElement> items, Site site) {
     constexpr std::uint8_t blank = ' ';
-    if (items.size() == 3) raise(step_of_characters, site);
-    if (items.size() == 2 && items[1].tag != tag::ascii) raise(not_both_characters, site);
+    if (items.size() == 3) raise(message::characters_have_no_step, site);
+    if (items.size() == 2 && items[1].tag != tag::ascii) raise(message::not_both_characters, site);
     const std::uint8_t from = items.size() == 2 ? items[0].ascii : blank, to = items.back().ascii;
-    if (items.size() == 1 && to < blank) raise(infinite, site);
+    if (items.size() == 1 && to < blank) raise(message::interval_infinite, site);
     const int step = from <= to ? 1 : -1;
     std::string text;
     for (int c = from; c != to + step; c += step) text.push_back(static_cast<char>(c));
@@ -323,7 +320,7 @@ Computed grid(std::span<const AxisRange> ranges, std::uint16_t form, Site site) 
     constexpr double most_representable = 9.223372036854776e18;
     double product = 1;
     for (const AxisRange& range : ranges) product *= range.count;
-    if (product > most_representable || product > static_cast<double>(most_items)) raise(too_big, site);
+    if (product > most_representable || product > static_cast<double>(most_items)) raise(message::too_big, site);
     const auto n = static_cast<std::uint32_t>(product);
     const std::uint32_t tag = ranges.size() > 4 ? tag::octonion : ranges.size() > 2 ? tag::quaternion : tag::complex;
 
@@ -343,7 +340,7 @@ Computed grid(std::span<const AxisRange> ranges, std::uint16_t form, Site site) 
 
 AxisRange counted_axis(double count, double tolerance, Site site) {
     const std::optional<double> whole = whole_within(count, tolerance);
-    if (!whole || !fits_integer(*whole)) raise(not_whole, site);
+    if (!whole || !fits_integer(*whole)) raise(message::interval_not_whole, site);
     const auto first = static_cast<double>(origin());
     return *whole < 0 ? AxisRange{-first, -1, -*whole} : AxisRange{first, 1, *whole};
 }
@@ -352,7 +349,7 @@ AxisRange axis_between(std::span<const Components> items, std::size_t k, Site si
     const double from = items[0][k], to = items[1][k];
     const double step = items.size() == 3 ? items[2][k] : from <= to ? 1 : -1;
     const double count = count_between(from, to, step);
-    if (count == 0) raise(infinite, site);
+    if (count == 0) raise(message::interval_infinite, site);
     return {from, step, count};
 }
 
@@ -367,7 +364,7 @@ std::size_t components_in_use(std::span<const Components> items) {
 
 Computed hypercomplex_interval(std::span<const DataElement> operand, Site site) {
     if (!std::ranges::all_of(operand, [&](const DataElement& item) { return item.tag == operand[0].tag; }))
-        raise(different_kinds, site);
+        raise(message::different_kinds, site);
     const bool single = operand.size() == 1;
     const bool polar =
         !single && std::ranges::any_of(operand, [](const DataElement& item) { return is_polar(item.head); });
@@ -398,14 +395,14 @@ Computed integer_scalar(std::int64_t value) {
 }
 
 Computed interval_of(const DataElement& operand, Site site) {
-    if (operand.rank < 0) raise(no_interval_of_kind, site);
+    if (operand.rank < 0) raise(message::no_interval_of_kind, site);
     if (operand.type & ISEMPTY) return integer_scalar(0);
-    if (operand.elements > 3 || operand.type & NESTED) raise(bad_operand, site);
+    if (operand.elements > 3 || operand.type & NESTED) raise(message::no_interval_of_these, site);
     std::array<DataElement, 3> items{};
     const auto used = std::span(items).first(operand.elements);
     for (std::uint32_t i = 0; i < operand.elements; ++i) used[i] = item_at(operand.data_pointer, i);
     if (used[0].tag == tag::ascii) return character_interval(used, site);
-    if (!std::ranges::all_of(used, is_number)) raise(no_interval_of_kind, site);
+    if (!std::ranges::all_of(used, is_number)) raise(message::no_interval_of_kind, site);
     return used[0].tag <= tag::real ? number_interval(used, site) : hypercomplex_interval(used, site);
 }
 

@@ -13,7 +13,6 @@
 namespace ondrel {
 namespace {
 
-constexpr int restriction = 994;
 constexpr std::int64_t none = -1;
 
 // The coordinate that stands for x along an axis of the data, or none.
@@ -52,7 +51,7 @@ DataElement product(const DataElement& weight, const DataElement& item, const Se
     if (weight.tag == tag::subarray || item.tag == tag::subarray)
         return item_of_pair(multiply_verb, weight, item, setting);
     const auto is_known = [](const DataElement& one) { return kind_index(one.tag) < kinds && one.tag != tag::unicode; };
-    if (!is_known(weight) || !is_known(item)) raise(restriction, setting.site);
+    if (!is_known(weight) || !is_known(item)) raise(message::restriction, setting.site);
     const bool of_weight = weight.tag == tag::ascii, of_item = item.tag == tag::ascii;
     if (of_weight && of_item) return character(weight.ascii > ' ' ? item.ascii : ' ');
     if (of_weight) return character(keeps(item) ? weight.ascii : ' ');

@@ -12,10 +12,8 @@
 namespace ondrel {
 namespace {
 
-constexpr int restriction = 994;
-
 void need_value(const DataElement& record, Site site) {
-    if (record.rank < 0) raise(restriction, site);
+    if (record.rank < 0) raise(message::restriction, site);
 }
 
 // ---- ENLIST

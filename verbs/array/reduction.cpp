@@ -16,49 +16,21 @@
 namespace ondrel {
 namespace {
 
-constexpr int characters_refused = 75, no_verb = 79, address = 145, restriction = 994;
-
 // What a verb folds like: from the first item to the last, (a f b) f c, or from the last one, a f (b f c).
 struct Reduction {
-    Instruction instruction;
     const DyadicVerb* verb;
-    bool from_left, takes_characters;
-    Fold fold = Fold::none;
+    bool from_left;
+    Fold fold;
 };
 
-// Null for a verb that folds nothing.
-const Reduction* reduction_of(std::uint16_t instruction) {
-    static const Reduction reductions[] = {
-        {Instruction::ADD, &add_verb, true, false, Fold::sum},
-        {Instruction::SUBTRACT, &subtract_verb, false, false, Fold::difference},
-        {Instruction::MULTIPLY, &multiply_verb, false, false, Fold::product},
-        {Instruction::DIVIDE, &divide_verb, false, false, Fold::quotient},
-        {Instruction::RESIDUE, &residue_verb, false, false},
-        {Instruction::MINIMUM, &minimum_verb, false, true, Fold::least},
-        {Instruction::MAXIMUM, &maximum_verb, false, true, Fold::greatest},
-        {Instruction::POWER, &power_verb, false, false},
-        {Instruction::LOGARITHM, &logarithm_verb, false, false},
-        {Instruction::CIRCULAR, &circular_verb, false, false},
-        {Instruction::BINOMIAL, &binomial_verb, false, false},
-        {Instruction::AND, &and_verb, true, false, Fold::all},
-        {Instruction::OR, &or_verb, true, false, Fold::any},
-        {Instruction::STRONGAND, &strongand_verb, true, false},
-        {Instruction::STRONGOR, &strongor_verb, true, false},
-        {Instruction::STRONGNAND, &strongnand_verb, true, false},
-        {Instruction::STRONGNOR, &strongnor_verb, true, false},
-        {Instruction::IDENTICAL, &identical_verb, false, true},
-        {Instruction::NOTIDENTICAL, &notidentical_verb, false, true},
-        {Instruction::LESS, &less_verb, false, true},
-        {Instruction::NOTGREATER, &notgreater_verb, false, true},
-        {Instruction::EQUIVALENT, &equivalent_verb, false, true},
-        {Instruction::NOTLESS, &notless_verb, false, true},
-        {Instruction::GREATER, &greater_verb, true, true},
-        {Instruction::NOTEQUIVALENT, &notequivalent_verb, false, true},
-    };
-    const auto* const found =
-        std::ranges::find(reductions, static_cast<Instruction>(instruction), &Reduction::instruction);
-    return found != std::end(reductions) ? found : nullptr;
-}
+const auto reductions = [] {  // by the verb's instruction; of others there is none
+    std::array<Reduction, Instructions.size()> all{};
+#define INSTRUCTION(...)
+#define DYADIC(number, name, code, known, action, verb, fold, ...) \
+    all[number] = {&verb, row(Instruction::name).has(traits::from_left), Fold::fold};
+#include "data/instructions.def"
+    return all;
+}();
 
 // ---- item by item
 
@@ -109,7 +81,7 @@ void add_item(Components& sum, const DataElement& item, Site site) {
         case tag::complex: return add_number<Complex>(sum, item);
         case tag::quaternion: return add_number<Quaternion>(sum, item);
         case tag::octonion: return add_number<Octonion>(sum, item);
-        default: raise(restriction, site);
+        default: raise(message::restriction, site);
     }
 }
 
@@ -167,11 +139,12 @@ void reduce_axis(DataElement*& sp, DataElement* cell, bool neighbours) {
     DataElement& top = *sp;
     const Site site{sp, cell};
     if (top.data_pointer == nullptr || top.rank == 0) return;
-    if (top.type & ISADDRESS) raise(address, site);
-    if (top.rank < 0) raise(restriction, site);
-    const Reduction* const reduction = reduction_of(cell->modifier);
-    if (reduction == nullptr) raise(no_verb, site);
-    if (!reduction->takes_characters && (top.type & (HASASCII | HASUNICODE))) raise(characters_refused, site);
+    if (top.type & ISADDRESS) raise(message::address_cannot_be_reduced, site);
+    if (top.rank < 0) raise(message::restriction, site);
+    const InstructionRow& verb = row(static_cast<Instruction>(cell->modifier));
+    if (!verb.has(traits::from_left | traits::from_right)) raise(message::nothing_before_reduce, site);
+    if (!verb.has(traits::of_characters) && (top.type & (HASASCII | HASUNICODE)))
+        raise(message::characters_cannot_be_reduced, site);
 
     const std::span axes(top.shape_pointer, static_cast<std::size_t>(top.rank));
     const auto n = static_cast<std::size_t>(neighbours ? axes.front() : axes.back());
@@ -187,7 +160,7 @@ void reduce_axis(DataElement*& sp, DataElement* cell, bool neighbours) {
                                static_cast<std::uint32_t>(groups.count), 0);
     DataElement& made = result.record;
     made.type |= top.type & ~(RANK_BITS | KIND_BITS | PER_ITEM | ISSTRUCTURE);
-    made.data_pointer = results_of(*reduction, top, groups, site);
+    made.data_pointer = results_of(reductions[cell->modifier], top, groups, site);
     if (left.empty()) made.type = (made.type & ~RANK_BITS) | ISSCALAR;
     rebuild_kinds(made);
     pack(made);

@@ -15,9 +15,6 @@
 namespace ondrel {
 namespace {
 
-constexpr int character_shape = 1102, structured_shape = 1101, not_a_count = 113, bad_rank = 10, nothing_to_repeat = 11,
-              too_big = 146, no_value = 994;
-
 // Reads an item of the shape operand as a dimension. Any number will do that is whole, with nothing in its other
 // components. False if it is none.
 bool read_dimension(const DataElement& item, std::int64_t& dimension) {
@@ -88,24 +85,24 @@ void* cycled(const DataElement& data, std::size_t m, std::size_t n) {
 }
 
 int reshaping_error(DataElement& data, const DataElement& shape, std::vector<std::int64_t>& dimensions) {
-    if (shape.rank > 1) return bad_rank;
-    if (shape.rank < 0) return not_a_count;
+    if (shape.rank > 1) return message::wrong_rank_for_reshape;
+    if (shape.rank < 0) return message::not_a_dimension;
     if (shape.type & ISEMPTY) return 0;
-    if (shape.type & STRUCTURED) return structured_shape;
-    if (data.rank < 0) return no_value;
+    if (shape.type & STRUCTURED) return message::shape_structured;
+    if (data.rank < 0) return message::restriction;
     for (std::uint32_t i = 0; i < shape.elements; ++i) {
         heed_attention();
-        if (item_at(shape.data_pointer, i).tag == tag::ascii) return character_shape;
+        if (item_at(shape.data_pointer, i).tag == tag::ascii) return message::shape_of_characters;
     }
-    if (shape.elements > std::numeric_limits<std::int32_t>::max()) return too_big;
+    if (shape.elements > std::numeric_limits<std::int32_t>::max()) return message::too_big;
     dimensions.reserve(shape.elements);
     for (std::uint32_t i = 0; i < shape.elements; ++i) {
         heed_attention();
-        if (!read_dimension(item_at(shape.data_pointer, i), dimensions.emplace_back())) return not_a_count;
+        if (!read_dimension(item_at(shape.data_pointer, i), dimensions.emplace_back())) return message::not_a_dimension;
     }
     const std::int64_t n = item_count(dimensions);
-    if (n != 0 && (data.type & ISEMPTY)) return nothing_to_repeat;
-    return n < 0 ? too_big : 0;
+    if (n != 0 && (data.type & ISEMPTY)) return message::nothing_to_reshape;
+    return n < 0 ? message::too_big : 0;
 }
 
 // Gives the value n items, its own repeated in order: in its own block where it can.

@@ -13,9 +13,6 @@
 namespace ondrel {
 namespace {
 
-constexpr int no_mask = 4, no_match = 31, restriction = 994, bad_rank = 10;
-
-bool is_single(const DataElement& value) { return (value.type & SHAPE_BITS) != 0; }
 
 // A 1 for what the mask keeps: numbers above 0. And how many these are.
 struct Kept {
@@ -72,8 +69,8 @@ void compress_along(DataElement*& sp, DataElement* cell, Along along) {
     DataElement &data = sp[-1], &mask = *sp;
     if (mask.rank < 0 || (mask.rank > 1 && !is_single(mask)) || (mask.type & KIND_BITS) != HASINTEGER ||
         (mask.type & NESTED))
-        raise(no_mask, {sp, cell});
-    if (data.rank < 0) raise(restriction, {sp, cell});
+        raise(message::no_mask, {sp, cell});
+    if (data.rank < 0) raise(message::restriction, {sp, cell});
     if (is_single(mask)) {
         const bool keeps = item_at(mask.data_pointer, 0).integer > 0;
         dereferencepoint(*sp--);
@@ -81,7 +78,7 @@ void compress_along(DataElement*& sp, DataElement* cell, Along along) {
         return;
     }
     const std::int32_t axis = along == Along::first_axis ? 0 : data.rank - 1;
-    if (data.rank == 0 || data.shape_pointer[axis] != mask.elements) raise(no_match, {sp, cell});
+    if (data.rank == 0 || data.shape_pointer[axis] != mask.elements) raise(message::no_match, {sp, cell});
 
     const Kept kept = kept_places(mask);
     const std::uint64_t count = kept.count;
@@ -95,7 +92,10 @@ void compress_along(DataElement*& sp, DataElement* cell, Along along) {
         const std::size_t items = along == Along::first_axis ? 1 : data.elements / mask.elements;
         constexpr std::size_t slack = 1;
         result.record.data_pointer = gathered(
-            data.data_pointer, n, [&](const auto* from, auto* to) { keep(from, to, data.elements, {kept.flags.get(), kept.places}, items); },
+            data.data_pointer, n,
+            [&](const auto* from, auto* to) {
+                keep(from, to, data.elements, {kept.flags.get(), kept.places}, items);
+            },
             slack);
         set_elements(result.record, n);
         if (n == 1 && is_packed(result.record.data_pointer))
@@ -119,10 +119,10 @@ void compress_cells(DataElement*& sp, DataElement* cell) { compress_along(sp, ce
 void replicate(DataElement*& sp, DataElement* cell) {
     DataElement &data = sp[-1], &count = *sp;
     if (count.rank < 0 || data.rank < 0 || (count.type & ISEMPTY) || !(is_single(count) || (count.type & HASINTEGER)))
-        raise(restriction, {sp, cell});
+        raise(message::restriction, {sp, cell});
     const DataElement item = item_at(count.data_pointer, 0);
     const bool whole_real = item.tag == tag::real && fits_integer(item.real) && std::trunc(item.real) == item.real;
-    if (item.tag != tag::integer && !whole_real) raise(restriction, {sp, cell});
+    if (item.tag != tag::integer && !whole_real) raise(message::restriction, {sp, cell});
     const auto times = static_cast<std::int32_t>(
         static_cast<std::uint32_t>(whole_real ? static_cast<std::int64_t>(item.real) : item.integer));
     if (times == 0 || times == 1) {
@@ -130,7 +130,7 @@ void replicate(DataElement*& sp, DataElement* cell) {
         if (times == 0) put_empty(data);
         return;
     }
-    if (count.rank > 0) raise(bad_rank, {sp, cell});
+    if (count.rank > 0) raise(message::wrong_rank_for_reshape, {sp, cell});
     DataElement length{};
     length.head = make_head(tag::integer, form::number);
     length.integer = std::int64_t{data.elements} * times;

@@ -11,11 +11,10 @@
 namespace ondrel {
 namespace {
 
-constexpr int restriction = 994, several_items = 973;
 constexpr std::int16_t deepest = std::numeric_limits<std::int16_t>::max();
 
 void need_value(const DataElement& record, Site site) {
-    if (record.rank < 0) raise(restriction, site);
+    if (record.rank < 0) raise(message::restriction, site);
 }
 
 void put_integer(DataElement& slot, std::int64_t value) {
@@ -70,7 +69,7 @@ void enclose(DataElement*& sp, DataElement* cell) {
     need_value(top, {sp, cell});
     const bool atom = cell->modifier != 0;
     if (!atom && (top.type & ISSCALAR)) return;
-    if (top.depth == deepest) raise(restriction, {sp, cell});
+    if (top.depth == deepest) raise(message::restriction, {sp, cell});
     const std::int16_t depth_of_item = top.depth;
     Owner result(make_array(vector_shape(1), 1, nullptr, 1, NESTED));
     result.record.depth = static_cast<std::int16_t>(depth_of_item + !atom);
@@ -87,7 +86,7 @@ void enclose(DataElement*& sp, DataElement* cell) {
 void disclose(DataElement*& sp, DataElement* cell) {
     DataElement& top = *sp;
     if (top.rank < 0 || !(top.type & STRUCTURED)) return;
-    if (top.elements != 1) raise(several_items, {sp, cell});
+    if (top.elements != 1) raise(message::several_items, {sp, cell});
     const DataElement item = item_at(top.data_pointer, 0);
     if (item.tag != tag::subarray) return;
     Owner inner(*item.nested);
@@ -98,7 +97,7 @@ void disclose(DataElement*& sp, DataElement* cell) {
 void catenate(DataElement*& sp, DataElement* cell) {
     DataElement &left = sp[-1], &right = *sp;
     for (const DataElement& operand : {left, right})
-        if (operand.rank < 0 || operand.rank > 1) raise(restriction, {sp, cell});
+        if (operand.rank < 0 || operand.rank > 1) raise(message::restriction, {sp, cell});
     if (left.data_pointer == nullptr || right.data_pointer == nullptr) {
         if (left.data_pointer == nullptr) std::swap(left, right);
         dereferencepoint(right);

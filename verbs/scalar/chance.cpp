@@ -17,7 +17,7 @@ struct Chance {
     template <class A>
     static constexpr bool takes = !std::is_same_v<A, Unicode>;
     template <class A>
-    static constexpr int missing = 994;
+    static constexpr int missing = message::restriction;
 
     std::int64_t& stream;
     explicit Chance(const Setting& setting) : stream(*setting.stream) {}

@@ -57,7 +57,7 @@ struct Circular : Arithmetic {
     template <class A, class B>
     static constexpr bool takes = !is_character<A> && std::is_same_v<B, std::int64_t>;
     template <class A, class B>
-    static constexpr int missing = is_character<A> ? 162 : 85;
+    static constexpr int missing = is_character<A> ? message::incompatible_kinds : message::no_such_function;
     template <class A, class B>
     static constexpr bool special = takes<A, B>;
 
@@ -82,7 +82,7 @@ struct Circular : Arithmetic {
 
     template <class A, class B>
     static DataElement special_item(const DataElement& left, const DataElement& right, const Setting& setting) {
-        if (!is_selector(right.integer)) raise(85, setting.site);
+        if (!is_selector(right.integer)) raise(message::no_such_function, setting.site);
         const A value = load<A>(left);
         const auto result_head = [&](std::uint32_t tag) { return head(left.head, right.head, tag); };
         if constexpr (is_hypercomplex<A>)

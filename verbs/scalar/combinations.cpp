@@ -13,7 +13,7 @@ struct Factorial {
     template <class A>
     static constexpr bool takes = false;
     template <class A>
-    static constexpr int missing = is_character<A> ? 994 : 991;
+    static constexpr int missing = is_character<A> ? message::restriction : message::impossible;
     template <class A>
     static constexpr bool special = !is_character<A> && level_of<A> <= level_of<Complex>;
 

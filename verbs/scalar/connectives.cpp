@@ -133,6 +133,8 @@ void strongnor(DataElement*& sp, DataElement* cell) { dyadic<StrongNor>(sp, cell
 
 const DyadicVerb& and_verb = dyadic_verb<And>;
 const DyadicVerb& or_verb = dyadic_verb<Or>;
+const DyadicVerb& nand_verb = dyadic_verb<Nand>;
+const DyadicVerb& nor_verb = dyadic_verb<Nor>;
 const DyadicVerb& strongand_verb = dyadic_verb<StrongAnd>;
 const DyadicVerb& strongor_verb = dyadic_verb<StrongOr>;
 const DyadicVerb& strongnand_verb = dyadic_verb<StrongNand>;

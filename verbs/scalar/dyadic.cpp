@@ -9,15 +9,15 @@
 namespace ondrel {
 namespace {
 
-bool is_single(const DataElement& record) { return (record.type & SHAPE_BITS) != 0; }
 
 // Raises 17 unless the operands can be paired: kinds that the verb does not refuse, and equal shapes where neither
 // is a single value.
 void check_conformability(const DyadicVerb& verb, const DataElement& left, const DataElement& right, Site site) {
-    if (left.rank < 0 || right.rank < 0 || ((left.type | right.type) & verb.refused)) raise(17, site);
+    if (left.rank < 0 || right.rank < 0 || ((left.type | right.type) & verb.refused))
+        raise(message::not_conformable, site);
     if (is_single(left) || is_single(right)) return;
     if (left.rank != right.rank || !std::equal(left.shape_pointer, left.shape_pointer + left.rank, right.shape_pointer))
-        raise(17, site);
+        raise(message::not_conformable, site);
 }
 
 // The operand whose shape the result has. A full array gives it, the right one before the left; of two single values
@@ -56,7 +56,7 @@ DataElement pair(const DyadicVerb& verb, const DataElement& left, const DataElem
         return nested_item(result);
     }
     const std::size_t row = kind_index(left.tag), column = kind_index(right.tag);
-    if (row >= kinds || column >= kinds) raise(994, setting.site);
+    if (row >= kinds || column >= kinds) raise(message::restriction, setting.site);
     return verb.pairs[row][column].item(left, right, setting);
 }
 
@@ -233,24 +233,16 @@ bool with_separate_item(LiteralForm* form, DataElement& scalar, const DataElemen
 
 constexpr std::array<LiteralForm*, Instructions.size()> literal_forms = [] {
     std::array<LiteralForm*, Instructions.size()> forms{};
-    for (const auto& [verb, form] : std::initializer_list<std::pair<Instruction, LiteralForm*>>{
-             {Instruction::ADD, add_literal},
-             {Instruction::SUBTRACT, subtract_literal},
-             {Instruction::MULTIPLY, multiply_literal},
-             {Instruction::DIVIDE, divide_literal},
-             {Instruction::RESIDUE, residue_literal},
-             {Instruction::LESS, less_literal},
-             {Instruction::NOTGREATER, notgreater_literal},
-             {Instruction::NOTLESS, notless_literal},
-             {Instruction::GREATER, greater_literal},
-         })
-        forms[static_cast<std::size_t>(verb)] = form;
+#define INSTRUCTION(...)
+#define DYADIC(number, name, code, traits, action, verb, fold, literal, ...) \
+    forms[number] = literal == no_literal ? nullptr : literal;
+#include "data/instructions.def"
     return forms;
 }();
 
 DataElement item_of_pair(const DyadicVerb& verb, const DataElement& left, const DataElement& right,
                          const Setting& setting) {
-    if ((kind_bits(left.tag) | kind_bits(right.tag)) & verb.refused) raise(17, setting.site);
+    if ((kind_bits(left.tag) | kind_bits(right.tag)) & verb.refused) raise(message::not_conformable, setting.site);
     return pair(verb, left, right, setting);
 }
 

@@ -27,20 +27,18 @@ void arithmetic(DataElement*& sp, DataElement* cell) {
     if (!plain_scalars<Rule>(sp)) dyadic<Rule>(sp, cell);
 }
 
-// ---- the verbs: each takes the stack pointer and its instruction cell
+// What a verb does to the item of a scalar and that of a literal behind it. Gives the type of a scalar record with the
+// result, which may take the place of `left`. 0, with nothing done, where the verb itself must look.
+using LiteralForm = std::uint32_t(const DataElement& left, const DataElement& right, DataElement& result);
+inline std::uint32_t no_literal(const DataElement&, const DataElement&, DataElement&) { return 0; }
 
-ScalarVerb add, subtract, multiply, divide, residue, minimum, maximum;
-ScalarVerb power, logarithm, circular, binomial;
-ScalarVerb and_, or_, nand, nor, strongand, strongor, strongnand, strongnor;
-ScalarVerb less, notgreater, equivalent, notless, greater, notequivalent, identical, notidentical;
-
-// The tables of the verbs that reductions fold with.
-extern const DyadicVerb &add_verb, &subtract_verb, &multiply_verb, &divide_verb, &residue_verb, &minimum_verb,
-    &maximum_verb;
-extern const DyadicVerb &power_verb, &logarithm_verb, &circular_verb, &binomial_verb;
-extern const DyadicVerb &and_verb, &or_verb, &strongand_verb, &strongor_verb, &strongnand_verb, &strongnor_verb;
-extern const DyadicVerb &less_verb, &notgreater_verb, &equivalent_verb, &notless_verb, &greater_verb,
-    &notequivalent_verb, &identical_verb, &notidentical_verb;
+// The verbs, each of which takes the stack pointer and its instruction cell; their tables; their ways with literals.
+#define INSTRUCTION(...)
+#define DYADIC(number, name, code, traits, action, verb, fold, literal, ...) \
+    ScalarVerb action;                                                       \
+    extern const DyadicVerb& verb;                                           \
+    LiteralForm literal;
+#include "data/instructions.def"
 
 // The circumstances of a dyadic verb.
 Setting setting_of(const DyadicVerb& verb, Site site);
@@ -49,16 +47,10 @@ Setting setting_of(const DyadicVerb& verb, Site site);
 DataElement item_of_pair(const DyadicVerb& verb, const DataElement& left, const DataElement& right,
                          const Setting& setting);
 
-// What a verb does to the item of a scalar and that of a literal behind it; null for verbs that have no such short way.
-// Gives the type of a scalar record with the result, which may take the place of `left`. 0, with nothing done, where
-// the verb itself must look.
-using LiteralForm = std::uint32_t(const DataElement& left, const DataElement& right, DataElement& result);
-extern const std::array<LiteralForm*, Instructions.size()> literal_forms;
+extern const std::array<LiteralForm*, Instructions.size()> literal_forms;  // null for verbs that have no such short way
 inline LiteralForm* literal_form_of(const DataElement& verb) {
     return verb.rank == kind::OPERATOR ? literal_forms[static_cast<std::size_t>(verb.depth)] : nullptr;
 }
-LiteralForm add_literal, subtract_literal, multiply_literal, divide_literal, residue_literal;
-LiteralForm less_literal, notgreater_literal, notless_literal, greater_literal;
 
 // Runs a literal form on a scalar, in its own item if nothing else holds that. False, with nothing done, where the verb
 // itself must look.

@@ -34,7 +34,8 @@ struct Extreme {
                                     (both_numbers<A, B> && level_of<A> <= highest && level_of<B> <= highest);
     template <class A, class B>
     static constexpr int missing =
-        both_numbers<A, B> || std::is_same_v<A, Unicode> || std::is_same_v<B, Unicode> ? 994 : 162;
+        both_numbers<A, B> || std::is_same_v<A, Unicode> || std::is_same_v<B, Unicode> ? message::restriction
+                                                                                       : message::incompatible_kinds;
 
     template <class Value>
     static Value apply(Value a, Value b) {

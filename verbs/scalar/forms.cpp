@@ -56,7 +56,7 @@ struct Binary {
     template <class A>
     static constexpr bool takes = !is_hypercomplex<A> && !std::is_same_v<A, Unicode>;
     template <class A>
-    static constexpr int missing = is_hypercomplex<A> ? 991 : 994;
+    static constexpr int missing = is_hypercomplex<A> ? message::impossible : message::restriction;
 
     template <class A>
     static A apply(const A& value, std::uint64_t) {
@@ -77,7 +77,7 @@ struct Number : OfNumbers {
     static constexpr bool special = std::is_same_v<A, std::uint8_t>;
     template <class A>
     static DataElement special_item(const DataElement& item, const Setting& setting) {
-        if (item.form != form::binary) raise(811, setting.site);
+        if (item.form != form::binary) raise(message::no_number_of_kind, setting.site);
         return make_item<std::int64_t>(item.ascii, make_head(tag::integer, form::number));
     }
 };
@@ -88,7 +88,7 @@ struct HasForm {
     template <class A>
     static constexpr bool takes = !std::is_same_v<A, Unicode>;
     template <class A>
-    static constexpr int missing = 994;
+    static constexpr int missing = message::restriction;
 
     template <class A>
     static std::int64_t apply(const A&, std::uint64_t head) {

@@ -19,7 +19,7 @@ DataElement* by_item(const MonadicVerb& verb, const DataElement& value, const Se
                                 Owner nested(compute(verb, *item.nested, Freedom::none, setting).record);
                                 items[i] = nested_item(nested);
                             } else {
-                                if (kind_index(item.tag) >= kinds) raise(994, setting.site);
+                                if (kind_index(item.tag) >= kinds) raise(message::restriction, setting.site);
                                 items[i] = verb.kinds_of[kind_index(item.tag)].item(item, setting);
                             }
                         }
@@ -70,7 +70,7 @@ Computed compute(const MonadicVerb& verb, DataElement& value, Freedom freedom, c
         referencepoint(value);
         return {value};
     }
-    if (value.rank < 0) raise(994, outer.site);
+    if (value.rank < 0) raise(message::restriction, outer.site);
     bool drew = false;
     Setting setting = outer;
     setting.probable = (value.type & ISPROBABLE) != 0;

@@ -206,7 +206,7 @@ struct OfNumbers {
     template <class A>
     static constexpr bool takes = !is_character<A>;
     template <class A>
-    static constexpr int missing = 994;
+    static constexpr int missing = message::restriction;
 };
 
 // The checked form of a rule whose `apply` also takes the word.

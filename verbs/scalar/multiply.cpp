@@ -55,7 +55,7 @@ struct Multiply : Arithmetic {
         const bool character_left = left.tag == tag::ascii;
         DataElement character = character_left ? left : right;
         const std::int64_t keep = (character_left ? right : left).integer;
-        if (keep != 0 && keep != 1) raise(149, setting.site);
+        if (keep != 0 && keep != 1) raise(message::characters_times_other_than_boolean, setting.site);
         if (keep == 0) character.ascii = ' ';
         return character;
     }

@@ -463,7 +463,7 @@ struct Arithmetic {
     template <class A, class B>
     static constexpr bool takes = both_numbers<A, B>;
     template <class A, class B>
-    static constexpr int missing = 162;
+    static constexpr int missing = message::incompatible_kinds;
     static constexpr auto head = arithmetic_head;
 };
 struct UpToComplex : Arithmetic {
@@ -471,7 +471,7 @@ struct UpToComplex : Arithmetic {
     static constexpr bool takes =
         both_numbers<A, B>&& level_of<A> <= level_of<Complex>&& level_of<B> <= level_of<Complex>;
     template <class A, class B>
-    static constexpr int missing = both_numbers<A, B> ? 994 : 162;
+    static constexpr int missing = both_numbers<A, B> ? message::restriction : message::incompatible_kinds;
 };
 struct Comparable {
     static constexpr std::uint32_t refused = ISADDRESS;
@@ -480,7 +480,8 @@ struct Comparable {
     template <class A, class B>
     static constexpr bool takes = both_numbers<A, B> || both_ascii<A, B>;
     template <class A, class B>
-    static constexpr int missing = std::is_same_v<A, Unicode> || std::is_same_v<B, Unicode> ? 994 : 162;
+    static constexpr int missing =
+        std::is_same_v<A, Unicode> || std::is_same_v<B, Unicode> ? message::restriction : message::incompatible_kinds;
 };
 
 }  // namespace ondrel

@@ -51,7 +51,7 @@ struct Negative : OfNumbers {
     static constexpr bool special = is_character<A>;
     template <class A>
     static DataElement special_item(const DataElement& item, const Setting& setting) {
-        if (item.tag != tag::ascii || item.form != form::binary) raise(164, setting.site);
+        if (item.tag != tag::ascii || item.form != form::binary) raise(message::character_not_binary, setting.site);
         return make_item(static_cast<std::uint8_t>(-item.ascii),
                          make_head(tag::ascii, form::binary, kept_marks(item.head)));
     }

@@ -20,7 +20,7 @@ struct OfTruth {
     template <class A>
     static constexpr bool takes = !std::is_same_v<A, Unicode>;
     template <class A>
-    static constexpr int missing = 994;
+    static constexpr int missing = message::restriction;
 };
 
 std::int64_t truth_of_byte(std::uint8_t byte, std::uint64_t head) {
