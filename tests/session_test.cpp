@@ -2,11 +2,11 @@
 //
 // A session (sessions/NAME.session) reads like a transcript. Lines that begin with "> " are typed; consecutive ones are
 // one block. What follows, up to the next such line or a comment line ("## "), is what must come back on both standard
-// streams, newlines at its beginning and end left out. "[n]" alone on a line is a prompt with n values on the stack: a
-// block runs as many sentences as it has such lines, and one if it has none. \xNN is that byte. "17 ..." with a cell
-// behind it is the report of error 17 there, as it stands at length in the first session that has one; "..." at its end
-// too, that an exception was processed. A first line "## run with: WORDS" gives arguments, and NAME=value the
-// environment, of the run.
+// streams, newlines at its beginning and end left out. "[n]" at the end of a line, behind two blanks or alone, is a
+// prompt with n values on the stack: a block runs as many sentences as it has such lines, and one if it has none. \xNN
+// is that byte. "17 ..." with a cell behind it is the report of error 17 there, as it stands at length in the first session
+// that has one; "..." at its end too, that an exception was processed. A first line "## run with: WORDS" gives
+// arguments, and NAME=value the environment, of the run.
 //
 // The fences of a document (docs/NAME.md) that have no kind are one session. Besides, it may show what is typed at a
 // terminal and what comes back, in fences of the kind "transcript"; behind that word stand arguments and environment of
@@ -54,9 +54,15 @@ struct Block {
     std::vector<Reply> expected;
 };
 
-bool is_height(const std::string& line) {
-    return line.size() > 2 && line.front() == '[' && line.back() == ']' &&
-           std::all_of(line.begin() + 1, line.end() - 1, [](char c) { return c >= '0' && c <= '9'; });
+// Takes the height off the end of a line: nothing where there is none.
+std::string take_height(std::string& line) {
+    const std::size_t bracket = line.rfind('[');
+    if (bracket == line.npos || line.back() != ']') return {};
+    const std::string height = line.substr(bracket + 1, line.size() - bracket - 2);
+    const bool behind = bracket > 2 && line.substr(bracket - 2, 2) == "  " && line[bracket - 3] != ' ';
+    if (height.empty() || height.find_first_not_of("0123456789") != height.npos || (bracket != 0 && !behind)) return {};
+    line.resize(behind ? bracket - 2 : 0);
+    return height;
 }
 
 std::string at_length(std::string line) {
@@ -144,12 +150,10 @@ std::vector<Block> read_session(const fs::path& path) {
             continue;
         }
         typing = false;
-        if (line == "##" || line.starts_with("## "))
-            continue;
-        else if (is_height(line))
-            end_reply(line.substr(1, line.size() - 2));
-        else
-            words += at_length(line) + '\n';
+        if (line == "##" || line.starts_with("## ")) continue;
+        const std::string height = take_height(line);
+        words += at_length(line) + '\n';
+        if (!height.empty()) end_reply(height);
     }
     end_block();
     return blocks;
