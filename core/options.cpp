@@ -9,16 +9,10 @@
 #include <limits>
 #include <string_view>
 
+#include "core/build.h"
 #include "data/dataelement.h"
 #include "files/paths.h"
 #include "parallel/pool.h"
-
-#ifndef ONDREL_BUILT_WITH
-#define ONDREL_BUILT_WITH "unknown options"
-#endif
-#ifndef ONDREL_BUILT_ON
-#define ONDREL_BUILT_ON "Linux"
-#endif
 
 namespace ondrel {
 
@@ -181,9 +175,9 @@ void read_instruction_timing(Scan& scan) {
 }  // namespace
 
 void print_version() {
-    std::printf("\n\n-- %s version %s [build %d] %s --\n\n%s\n\n", "Ondrel 0.8", "n0.0 smp0.7", build, "64-bit",
+    std::printf("\n\n-- Ondrel %s version %s [build %d] %s --\n\n%s\n\n", version, "n0.0 smp0.7", build, "64-bit",
                 "A postfix array language. Sentences end with a point.");
-    std::printf("\n Compiled on: %s at %s with\n %s\n\n\n", ONDREL_BUILT_ON, __DATE__ " " __TIME__, ONDREL_BUILT_WITH);
+    std::printf("\n Compiled on: %s at %s with\n %s\n\n\n", built_on, __DATE__ " " __TIME__, built_with);
 }
 
 // A dash that has been read waits for its letter, in the next argument too if it must. The count is read as a signed
