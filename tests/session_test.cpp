@@ -4,8 +4,8 @@
 // one block. What follows, up to the next such line or a comment line ("## "), is what must come back on both standard
 // streams, newlines at its beginning and end left out. "[n]" at the end of a line, behind two blanks or alone, is a
 // prompt with n values on the stack: a block runs as many sentences as it has such lines, and one if it has none. \xNN
-// is that byte. "17 ..." with a cell behind it is the report of error 17 there, as it stands at length in the first session
-// that has one; "..." at its end too, that an exception was processed. A first line "## run with: WORDS" gives
+// is that byte. "17 ..." with a cell behind it is the report of error 17 there, as it stands at length in the sessions
+// control and reshape; "..." at its end too, that an exception was processed. A first line "## run with: WORDS" gives
 // arguments, and NAME=value the environment, of the run.
 //
 // The fences of a document (docs/NAME.md) that have no kind are one session. Besides, it may show what is typed at a
