@@ -9,7 +9,6 @@
 namespace ondrel {
 namespace {
 
-
 // Raises 17 unless the operands can be paired: kinds that the verb does not refuse, and equal shapes where neither
 // is a single value.
 void check_conformability(const DyadicVerb& verb, const DataElement& left, const DataElement& right, Site site) {
@@ -231,11 +230,15 @@ bool with_separate_item(LiteralForm* form, DataElement& scalar, const DataElemen
     return true;
 }
 
+template <LiteralForm* form>
+constexpr LiteralForm* way_with_literals = form;
+template <>
+constexpr LiteralForm* way_with_literals<no_literal> = nullptr;
+
 constexpr std::array<LiteralForm*, Instructions.size()> literal_forms = [] {
     std::array<LiteralForm*, Instructions.size()> forms{};
 #define INSTRUCTION(...)
-#define DYADIC(number, name, code, traits, action, verb, fold, literal, ...) \
-    forms[number] = literal == no_literal ? nullptr : literal;
+#define DYADIC(number, name, code, traits, action, verb, fold, literal, ...) forms[number] = way_with_literals<literal>;
 #include "data/instructions.def"
     return forms;
 }();
