@@ -309,7 +309,8 @@ TEST_P(ArrayVerbs, OfOneValue) {
         for (const Group& group : groups())
             for (const Value& value : values_of(group))
                 for (const Holding holding : holdings) {
-                    SCOPED_TRACE(std::string(verb.name) + " of " + describe(value) + describe_holding(holding));
+                    const OnFailure tried(
+                        [&] { return std::string(verb.name) + " of " + describe(value) + describe_holding(holding); });
                     const std::int64_t blocks = blocks_out();
                     DataElement* sp = stack + 1;
                     *sp = build(value, holding.layout);
@@ -370,8 +371,10 @@ struct Dyadic {
 };
 
 void check(const Dyadic& verb, const Value& left, const Value& right, Holding of_left, Holding of_right) {
-    SCOPED_TRACE(describe(left) + describe_holding(of_left) + " " + describe(right) + describe_holding(of_right) + " " +
-                 verb.name);
+    const OnFailure tried([&] {
+        return describe(left) + describe_holding(of_left) + " " + describe(right) + describe_holding(of_right) + " " +
+               verb.name;
+    });
     const std::int64_t blocks = blocks_out();
     DataElement* sp = stack + 2;
     sp[-1] = build(left, of_left.layout);
@@ -430,7 +433,8 @@ TEST_P(ArrayVerbs, MatchGivesDegreesOfLikeness) {
     for (const auto& [left, right, scored, most, same] : cases)
         for (const Holding holding : {plain, packed})
             for (const bool exact : {false, true}) {
-                SCOPED_TRACE(describe(left) + " MATCH " + describe(right) + describe_holding(holding));
+                const OnFailure tried(
+                    [&] { return describe(left) + " MATCH " + describe(right) + describe_holding(holding); });
                 DataElement* sp = stack + 2;
                 sp[-1] = build(left, holding.layout);
                 sp[0] = build(right, holding.layout);
@@ -490,7 +494,7 @@ TEST_P(ArrayVerbs, EachItem) {
     for (const Group& group : groups())
         for (const Value& value : values_of(group))
             for (const Holding holding : holdings) {
-                SCOPED_TRACE(describe(value) + describe_holding(holding));
+                const OnFailure tried([&] { return describe(value) + describe_holding(holding); });
                 const std::int64_t blocks = blocks_out();
                 *++evaluator.sp = build(value, holding.layout);
                 Operand operand(value, *evaluator.sp, holding.shared);

@@ -68,7 +68,7 @@ void run_and_check(const Named& verb, const Value& value, Setting setting, DataE
 }
 
 void check(const Named& verb, const Value& value, Holding holding, Setting setting) {
-    SCOPED_TRACE(describe(value) + describe_holding(holding) + " " + verb.name);
+    const OnFailure tried([&] { return describe(value) + describe_holding(holding) + " " + verb.name; });
     const std::int64_t blocks = blocks_out();
     DataElement* const top = stack + 1;
     *top = build(value, holding.layout);

@@ -96,7 +96,8 @@ Value filled(const Shape& shape, const Group& group) {
 
 // All neighbourhoods, one after the other, up to the first that is refused.
 void check(const Value& data, const Value& mask, Edge edge, Layout layout) {
-    SCOPED_TRACE(describe(data) + " " + describe(mask) + " edge " + std::to_string(static_cast<int>(edge)));
+    const OnFailure tried(
+        [&] { return describe(data) + " " + describe(mask) + " edge " + std::to_string(static_cast<int>(edge)); });
     const std::int64_t blocks = blocks_out();
     {
         Owner of_data(build(data, layout)), of_mask(build(mask, layout));

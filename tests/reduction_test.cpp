@@ -163,8 +163,10 @@ Value plain_reduce(const Folding& folding, const Value& value, bool neighbours) 
 }
 
 void check(const Folding& folding, const Value& value, bool neighbours, Holding holding) {
-    SCOPED_TRACE(std::to_string(static_cast<int>(folding.instruction)) + (neighbours ? " // of " : " /-/ of ") +
-                 describe(value) + describe_holding(holding));
+    const OnFailure tried([&] {
+        return std::to_string(static_cast<int>(folding.instruction)) + (neighbours ? " // of " : " /-/ of ") +
+               describe(value) + describe_holding(holding);
+    });
     const std::int64_t blocks = blocks_out();
     Value expected;
     int refused = 0;

@@ -35,13 +35,33 @@ inline std::string describe_holding(Holding holding) {
            (holding.shared ? ", shared)" : ")");
 }
 
+inline int failures_told() {
+    return testing::UnitTest::GetInstance()->current_test_info()->result()->total_part_count();
+}
+
+// Tells what was tried, if that has failed; the text is made only then.
+template <class Tell>
+class OnFailure {
+public:
+    explicit OnFailure(Tell tell) : tell_(tell) {}
+    OnFailure(const OnFailure&) = delete;
+    OnFailure& operator=(const OnFailure&) = delete;
+    ~OnFailure() {
+        if (failures_told() > before_) ADD_FAILURE() << tell_();
+    }
+
+private:
+    Tell tell_;
+    int before_ = failures_told();
+};
+
 // A list of failures that goes on for pages says no more than its beginning.
 inline bool enough_failures() {
     static int last_seen = 0, failures = 0;
-    const int now = testing::UnitTest::GetInstance()->current_test_info()->result()->total_part_count();
+    const int now = failures_told();
     failures = now < last_seen ? 0 : now;
     last_seen = now;
-    return failures >= 6;
+    return failures >= 9;
 }
 
 // An operand on the stack, and a second holder of it if it is shared.

@@ -62,7 +62,7 @@ void run_and_check(const Named& verb, const Value& left, const Value& right, con
 }
 
 void check(const Named& verb, const Value& left, const Value& right, const Expected& expected, Way way) {
-    SCOPED_TRACE(describe_way(verb, left, right, way));
+    const OnFailure tried([&] { return describe_way(verb, left, right, way); });
     const std::int64_t blocks = blocks_out();
     DataElement* sp = stack;
     *++sp = build(left, way.left.layout);
@@ -77,7 +77,7 @@ void check(const Named& verb, const Value& left, const Value& right, const Expec
 
 // One value on both sides: the same blocks, held twice, or three times when shared.
 void check_same_blocks(const Named& verb, const Value& value, const Expected& expected, Holding holding) {
-    SCOPED_TRACE(describe_way(verb, value, value, {holding, holding}) + ", one block");
+    const OnFailure tried([&] { return describe_way(verb, value, value, {holding, holding}) + ", one block"; });
     const std::int64_t blocks = blocks_out();
     DataElement* sp = stack;
     *++sp = build(value, holding.layout);
@@ -206,8 +206,10 @@ TEST(Variation, LiteralForms) {
                     for (const Item& right : rights) {
                         if (left.tag != right.tag) continue;  // only for scalars of one kind
                         const Value l = scalar_value(left), r = scalar_value(right);
-                        SCOPED_TRACE(describe(l) + describe(r) + " literal form of verb " +
-                                     std::to_string(static_cast<int>(verb)));
+                        const OnFailure tried([&] {
+                            return describe(l) + describe(r) + " literal form of verb " +
+                                   std::to_string(static_cast<int>(verb));
+                        });
                         DataElement scalar = build(l, Layout::items), literal = build(r, Layout::items);
                         Operand operand(l, scalar, &left == &lefts[0]);
                         if (run_literal_form(form, scalar, *items_of(literal))) {
@@ -232,7 +234,7 @@ TEST(Variation, ChanceIsHandedOn) {
         for (const Value& left : values)
             for (const Value& right : values)
                 for (const std::uint32_t chances : {0, 1, 2, 3}) {
-                    SCOPED_TRACE(describe_way(verb, left, right, {packed, packed}));
+                    const OnFailure tried([&] { return describe_way(verb, left, right, {packed, packed}); });
                     DataElement* sp = stack + 2;
                     sp[-1] = build(left, Layout::packed);
                     sp[0] = build(right, Layout::packed);
@@ -350,7 +352,7 @@ TEST(Variation, DegreesWithOneOddPair) {
                 const Tolerance tolerance(std::make_shared<Value>(scalar_value(real(odd.tolerance))), plain);
                 for (const Named& verb : verbs) {
                     if (verb.verb != Verb::equivalent && verb.verb != Verb::notequivalent) continue;
-                    SCOPED_TRACE(describe(left.items[place]) + " at " + std::to_string(place));
+                    const OnFailure tried([&] { return describe(left.items[place]) + " at " + std::to_string(place); });
                     const auto hold = [&](const Value& l, const Value& r, std::initializer_list<Way> ways) {
                         const Expected expected = oracle::apply(verb.verb, l, r, odd.tolerance);
                         for (const Way& way : ways) check(verb, l, r, expected, way);
